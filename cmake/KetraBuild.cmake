@@ -1,0 +1,73 @@
+# How everything in this tree is compiled, and the two functions that its CMakeLists use:
+#   ketra_compile_options(TARGET)                    our warnings, hardening and sanitizer
+#   ketra_add_test(NAME SOURCES.. LABEL l LIBS ..)   a GoogleTest program, a ctest entry per case
+
+option(KETRA_TESTS "Build the tests" ON)
+option(KETRA_BENCH "Build the benchmarks" OFF)
+option(KETRA_FUZZ "Build the fuzz targets (clang)" OFF)
+option(KETRA_COVERAGE "Count executed lines (gcov)" OFF)
+set(KETRA_SANITIZE "" CACHE STRING "Sanitizers for -fsanitize=, e.g. address,undefined or thread")
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+
+find_package(Threads REQUIRED)
+
+if(KETRA_SANITIZE)
+    # Everything, GoogleTest included: ThreadSanitizer must see every synchronisation.
+    add_compile_options("-fsanitize=${KETRA_SANITIZE}" -fno-omit-frame-pointer
+                        -fno-sanitize-recover=all)
+    add_link_options("-fsanitize=${KETRA_SANITIZE}")
+endif()
+if(KETRA_COVERAGE)
+    add_compile_options(--coverage)
+    add_link_options(--coverage)
+endif()
+
+function(ketra_compile_options target)
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
+        -Wcast-align -Wformat=2 -Wnull-dereference -Werror
+        # __FILE__ is printed by the library and must name a place in this tree, not on a machine.
+        "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+endfunction()
+
+# GoogleTest is built as shared libraries: tests that replace system calls at the linker must not
+# replace GoogleTest's own (its death tests fork).
+if(KETRA_TESTS)
+    set(KETRA_GOOGLETEST_DIR /usr/src/googletest CACHE PATH "Sources of GoogleTest")
+    function(ketra_add_googletest)
+        set(BUILD_SHARED_LIBS ON)
+        set(INSTALL_GTEST OFF)
+        set(BUILD_GMOCK OFF)
+        set(CMAKE_CXX_VISIBILITY_PRESET default)
+        add_subdirectory(${KETRA_GOOGLETEST_DIR} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+    endfunction()
+    ketra_add_googletest()
+    include(GoogleTest)
+endif()
+
+function(ketra_add_test name)
+    cmake_parse_arguments(ARG "" "LABEL;TIMEOUT" "LIBS;ENVIRONMENT" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 60)
+    endif()
+    add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
+    ketra_compile_options(${name})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} gtest gtest_main)
+    gtest_discover_tests(${name}
+        TEST_PREFIX "${ARG_LABEL}/"
+        DISCOVERY_TIMEOUT 60
+        PROPERTIES LABELS "${ARG_LABEL}" TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}")
+endfunction()

@@ -1,0 +1,134 @@
+// Types of the middleware's multimedia interface, used for local media and for renderers alike.
+//
+// Every enumeration has a fixed 32-bit type, so that a value outside its members can be passed
+// and recognised.
+#pragma once
+
+#include <cstdint>
+
+#include "ketra/KetraTypes.h"
+
+enum EN_MM_INTERFACE_MEDIA_TYPE : std::int32_t {
+    E_MM_INTERFACE_MEDIA_PHOTO = 0,
+    E_MM_INTERFACE_MEDIA_MUSIC = 1,
+    E_MM_INTERFACE_MEDIA_MOVIE = 2,
+};
+
+/// Speed of playback. FF fast forward, FB fast backward, SF slow forward.
+enum EN_MM_INTERFACE_TRICK_MODE : std::int32_t {
+    E_MM_INTERFACE_TRICK_NORMAL = 0,
+    E_MM_INTERFACE_TRICK_FF_2X,
+    E_MM_INTERFACE_TRICK_FF_4X,
+    E_MM_INTERFACE_TRICK_FF_8X,
+    E_MM_INTERFACE_TRICK_FF_16X,
+    E_MM_INTERFACE_TRICK_FF_32X,
+    E_MM_INTERFACE_TRICK_FB_2X,
+    E_MM_INTERFACE_TRICK_FB_4X,
+    E_MM_INTERFACE_TRICK_FB_8X,
+    E_MM_INTERFACE_TRICK_FB_16X,
+    E_MM_INTERFACE_TRICK_FB_32X,
+    E_MM_INTERFACE_TRICK_SF_2X,
+    E_MM_INTERFACE_TRICK_SF_4X,
+    E_MM_INTERFACE_TRICK_SF_8X,
+    E_MM_INTERFACE_TRICK_SF_16X,
+    E_MM_INTERFACE_TRICK_SF_32X,
+    E_MM_INTERFACE_TRICK_PAUSE,
+};
+
+enum EN_MM_INTERFACE_ZOOM_SCALE : std::int32_t {
+    E_MM_INTERFACE_ZOOM_SCALE_DIV8 = 0,
+    E_MM_INTERFACE_ZOOM_SCALE_DIV4,
+    E_MM_INTERFACE_ZOOM_SCALE_DIV2,
+    E_MM_INTERFACE_ZOOM_SCALE_X1,
+    E_MM_INTERFACE_ZOOM_SCALE_X2,
+    E_MM_INTERFACE_ZOOM_SCALE_X4,
+    E_MM_INTERFACE_ZOOM_SCALE_X8,
+};
+
+enum EN_MM_INTERFACE_DEGREE : std::int32_t {
+    E_MM_INTERFACE_DEGREE_0 = 0,
+    E_MM_INTERFACE_DEGREE_90,
+    E_MM_INTERFACE_DEGREE_180,
+    E_MM_INTERFACE_DEGREE_270,
+};
+
+enum EN_MM_INTERFACE_MOVE_DIRECTION : std::int32_t {
+    E_MM_INTERFACE_MOVE_UP = 0,
+    E_MM_INTERFACE_MOVE_DOWN,
+    E_MM_INTERFACE_MOVE_LEFT,
+    E_MM_INTERFACE_MOVE_RIGHT,
+};
+
+enum EN_MM_INTERFACE_REPEAT_AB : std::int32_t {
+    E_MM_INTERFACE_REPEAT_AB_NONE = 0,
+    E_MM_INTERFACE_REPEAT_AB_A,
+    E_MM_INTERFACE_REPEAT_AB_AB,
+};
+
+/// Nine ways to fit a picture to the screen. Services pass the number on; the player reads it.
+enum EN_MM_INTERFACE_ASPECT_RATIO : std::int32_t {
+    E_MM_INTERFACE_ASPECT_RATIO_0 = 0,
+    E_MM_INTERFACE_ASPECT_RATIO_1,
+    E_MM_INTERFACE_ASPECT_RATIO_2,
+    E_MM_INTERFACE_ASPECT_RATIO_3,
+    E_MM_INTERFACE_ASPECT_RATIO_4,
+    E_MM_INTERFACE_ASPECT_RATIO_5,
+    E_MM_INTERFACE_ASPECT_RATIO_6,
+    E_MM_INTERFACE_ASPECT_RATIO_7,
+    E_MM_INTERFACE_ASPECT_RATIO_8,
+};
+
+/// An item of a media's metadata. The numbers between the named ones are other services' items.
+enum EN_MM_INTERFACE_META_DATA : std::int32_t {
+    E_MM_INTERFACE_META_TITLE = 4,
+    E_MM_INTERFACE_META_ALBUM = 5,
+    E_MM_INTERFACE_META_ARTIST = 6,
+    E_MM_INTERFACE_META_SAMPLE_RATE = 7,
+    E_MM_INTERFACE_META_BITRATE = 8,
+    E_MM_INTERFACE_META_YEAR = 9,
+    E_MM_INTERFACE_META_WIDTH = 11,
+    E_MM_INTERFACE_META_HEIGHT = 12,
+    E_MM_INTERFACE_META_IMAGE_TYPE = 13,
+    E_MM_INTERFACE_META_ITEM_14 = 14,
+    E_MM_INTERFACE_META_FRAME_RATE = 15,
+    E_MM_INTERFACE_META_VIDEO_CODEC = 18,
+    E_MM_INTERFACE_META_AUDIO_CODEC = 19,
+    E_MM_INTERFACE_META_INDEX_EXISTED = 20,
+    E_MM_INTERFACE_META_NB_AUDIO_TRACK = 22,
+    E_MM_INTERFACE_META_NB_PROGRAM = 23,
+    E_MM_INTERFACE_META_AUDIO_CHANNEL = 41,
+    E_MM_INTERFACE_META_IMAGE_HAS_DATETIME = 43,
+    E_MM_INTERFACE_META_IMAGE_YEAR = 44,
+    E_MM_INTERFACE_META_IMAGE_MONTH = 45,
+    E_MM_INTERFACE_META_IMAGE_DATE = 46,
+    E_MM_INTERFACE_META_IMAGE_HOUR = 47,
+    E_MM_INTERFACE_META_IMAGE_MINUTE = 48,
+    E_MM_INTERFACE_META_IMAGE_SECOND = 49,
+};
+
+// Of these a renderer reads no value; a service that has playlists or slide shows names them.
+enum EN_MM_INTERFACE_REPEAT_MODE : std::int32_t { E_MM_INTERFACE_REPEAT_MODE_FIRST = 0 };
+enum EN_MM_INTERFACE_FILE_INDEX_TYPE : std::int32_t { E_MM_INTERFACE_FILE_INDEX_TYPE_FIRST = 0 };
+enum EN_MM_INTERFACE_TRANSITION_EFFECT : std::int32_t {
+    E_MM_INTERFACE_TRANSITION_EFFECT_FIRST = 0
+};
+enum EN_MM_INTERFACE_TRANSITION_EFFECT_PARAM : std::int32_t {
+    E_MM_INTERFACE_TRANSITION_EFFECT_PARAM_FIRST = 0
+};
+
+/// A rectangle in pixels.
+struct ST_MM_INTERFACE_RECT {
+    std::int32_t s32X;
+    std::int32_t s32Y;
+    std::uint16_t u16Width;
+    std::uint16_t u16Height;
+};
+
+/// Where a service that has thumbnails writes one. Renderers have none.
+struct ST_MM_INTERFACE_THUMBNAIL_INFO;
+
+/// What MM_Interface_Init is handed. Renderers read nothing of it.
+union UN_MM_INTERFACE_INIT {
+    U32 u32Reserved;
+    void* pReserved;
+};
