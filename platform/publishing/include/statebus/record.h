@@ -24,7 +24,8 @@ public:
     /// Deep copy of a record that somebody else owns. `source` has this layout.
     Record(const zeSBusStateTemplate& layout, const void* source);
     Record(const Record& other);
-    Record(Record&& other) noexcept;
+    /// Leaves `other` all zero.
+    Record(Record&& other);
     Record& operator=(const Record& other);
     Record& operator=(Record&& other) noexcept;
     ~Record();
@@ -49,7 +50,8 @@ public:
     std::optional<std::string> text(std::string_view path) const;
     std::optional<long long> number(std::string_view path) const;
 
-    /// Gives the memory away (zeSBusState::Delete frees it) and leaves this record all zero.
+    /// Gives the contents away as a command's argument (zeSBusState::Delete frees it) and leaves
+    /// this record all zero. Top-level layouts only.
     zeSBusState* release();
 
 private:
