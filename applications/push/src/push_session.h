@@ -1,0 +1,50 @@
+// One push from beginning to end: hand the file over, play it, watch it, stop it on Ctrl-C.
+#pragma once
+
+#include <string>
+
+#include "exit_code.h"
+#include "file_server.h"
+#include "media_file.h"
+#include "progress.h"
+#include "renderer.h"
+#include "renderer_search.h"
+#include "waiter.h"
+
+namespace push {
+
+class PushSession {
+public:
+    /// Everything given must outlive the session. `found` is where `renderer` was found.
+    PushSession(Renderer& renderer, const FoundRenderer& found, const MediaFile& file,
+                const FileServer& server, Waiter& waiter, Progress& progress);
+
+    /// Returns when the renderer is done with the file, refused it, or is lost. With `keepPhoto`
+    /// a photo ends like a film: when the renderer stops showing it.
+    ExitCode run(bool keepPhoto);
+
+private:
+    ExitCode handOver();
+    std::optional<ActionError> playWhenReady();
+    ExitCode watch(bool keepPhoto);
+    std::optional<ExitCode> judge(const TransportInfo& transport, bool keepPhoto);
+    std::optional<ExitCode> judgeStopped(const TransportInfo& transport);
+    std::optional<ExitCode> lookOnce(bool keepPhoto);
+    ExitCode interrupt();
+    ExitCode sayFailure(const std::string& what, const ActionError& error);
+
+    Renderer& renderer_;
+    const FoundRenderer& found_;
+    const MediaFile& file_;
+    const FileServer& server_;
+    Waiter& waiter_;
+    Progress& progress_;
+    std::string name_;       ///< of the renderer, fit for the terminal
+    bool wasActive_ = false; ///< it played, paused or waited since it took the file
+    bool wasPlaying_ = false;
+    bool saidWaiting_ = false;
+    unsigned silentLooks_ = 0; ///< polls in a row that nobody answered
+    gint64 handedOverAt_ = 0;  ///< monotonic, microseconds
+};
+
+} // namespace push
