@@ -34,12 +34,16 @@ if(KETRA_COVERAGE)
     add_link_options(--coverage)
 endif()
 
+file(RELATIVE_PATH KETRA_SOURCE_FROM_BUILD ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+
 function(ketra_compile_options target)
     target_compile_options(${target} PRIVATE
         -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
         -Wcast-align -Wformat=2 -Wnull-dereference -Werror
         # __FILE__ is printed by the library and must name a place in this tree, not on a machine.
-        "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+        # A compiler cache may hand the compiler relative names.
+        "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/="
+        "-ffile-prefix-map=${KETRA_SOURCE_FROM_BUILD}=")
 endfunction()
 
 # GoogleTest is built as shared libraries: tests that replace system calls at the linker must not
