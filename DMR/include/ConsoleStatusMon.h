@@ -54,9 +54,6 @@ public:
     static void MediaRendererService_Callback(zeSBusManager * aManager, void* aUser,
                                               const zeSBusStateSerializable* aService);
 
-    /// The record that commands are meant for: null when there is none, the only one, or the one
-    /// that the operator chooses on the console, which blocks until an answer is valid.
-    const zeSBusStateSerializable* SelectInstance(const InstanceList& aInstances);
     /// Instance name of the selected record, "" when there is none; never null. Valid until the
     /// manager is deleted.
     const char* GetInstanceName(const InstanceList& aInstances);
@@ -102,7 +99,11 @@ public:
     /// Seeks to a position in seconds.
     void GoTo(U32 aSeconds);
 
-    // ---- report.cpp: reports on the console; a null record is ignored
+    // ---- report.cpp: reports on the console, where a null record is ignored, and the question
+
+    /// The record that commands are meant for: null when there is none, the only one, or the one
+    /// that the operator chooses on the console, which blocks until an answer is valid.
+    const zeSBusStateSerializable* SelectInstance(const InstanceList& aInstances);
 
     void DumpMediaRendererService(const MediaRendererService* aService);
     void DumpSoundService(const SoundService* aService);
@@ -115,7 +116,7 @@ private:
 
     void updateInstance(InstanceList & aInstances, const zeSBusStateSerializable* aService);
     void removeInstance(InstanceList & aInstances, const char* aFullName);
-    void sendRectangle(const char* const(&aCommands)[4], const ST_MM_INTERFACE_RECT& aRectangle);
+    void sendRectangle(const char* const* aCommands, const ST_MM_INTERFACE_RECT& aRectangle);
 
     zeMultiMBusEngine* mEngine;
     zeSBusManager* mManager;

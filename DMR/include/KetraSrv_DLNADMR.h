@@ -15,6 +15,8 @@
 #include "ketra/KetraSrv_MMInterface.h"
 
 class ConsoleStatusMon;
+struct ContentPlayerService;
+struct MediaRendererAuthorizationRequest;
 
 /// Role of this device. 0 while the services are not initialised.
 enum EN_DLNA_DEV : std::int32_t {
@@ -367,6 +369,35 @@ private:
 
     KetraSrv_DLNADMR();
 
+    /// Posts an event on the singleton to every handler.
+    void post(MM_EVENT aEvent, unsigned long aParameter);
+    void post(MM_EVENT aEvent, const void* aParameter);
+
+    // ---- authorization.cpp: steps of MediaRendererServiceEventCallback
+
+    void followFriendlyName(const char* aName);
+    void followVisibility(bool aVisible);
+    void followRequest(const MediaRendererAuthorizationRequest& aRequest);
+    void storeRequestedMedia(const char* aTitle, const char* aMimeType);
+
+    // ---- playback.cpp
+
+    void sendSpeed(MM_TRICK_MODE aMode);
+
+    // ---- player_events.cpp: steps of ContentPlayerServiceEventCallback
+
+    /// The info record of a kind of media.
+    const void* infoOf(MM_MEDIA_WORD aType) const;
+    void followSpeed(const char* aSpeed);
+    void followState(const ContentPlayerService& aPlayer, const void* aInfo);
+    void onStopped(const ContentPlayerService& aPlayer);
+    void onFinished();
+    void onPaused();
+    void onPlaying(const ContentPlayerService& aPlayer);
+    void onLoading(const ContentPlayerService& aPlayer);
+    /// `aInfo` is what MM_METADATA hands out.
+    void followMetadata(const ContentPlayerService& aPlayer, const void* aInfo);
+    void replaceMetadata(std::string & aStored, const char* aText, const void* aInfo);
     /// Forgets what belongs to one media: texts, durations, zoom and rotation.
     void Reset_Metadata();
 

@@ -137,6 +137,8 @@ struct MediaRendererService : zeSBusState {
     MediaRendererAuthorizationRequest* mAuthorizationRequests;
 };
 
+#pragma GCC visibility push(default)
+
 extern const zeSBusStateTemplate ContentPlayerServiceTemplate;
 extern const zeSBusStateTemplate ContentPlayerMediaTemplate;
 extern const zeSBusStateTemplate ContentPlayerMediaThumbnailTemplate;
@@ -148,3 +150,5 @@ extern const zeSBusStateTemplate SoundServiceTemplate;
 extern const zeSBusStateTemplate SoundChannelTemplate;
 extern const zeSBusStateTemplate MediaRendererServiceTemplate;
 extern const zeSBusStateTemplate MediaRendererAuthorizationRequestTemplate;
+
+#pragma GCC visibility pop
