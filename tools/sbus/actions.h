@@ -1,0 +1,19 @@
+// What sbus does for each of its words. On the main thread.
+#pragma once
+
+#include "sbus/arguments.h"
+
+namespace sbus {
+
+enum class ExitCode {
+    kOk = 0,
+    kRefused = 1, ///< or not answered in time
+    kUsage = 2,
+    kNoSuchState = 3,
+    kNoBus = 4,
+};
+
+/// Results go to standard output, what is wrong in one sentence to standard error.
+ExitCode perform(const Request& request);
+
+} // namespace sbus

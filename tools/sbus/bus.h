@@ -1,0 +1,67 @@
+// sbus's connection to the state bus: which instances there are, their records, and what is sent to
+// them. Notices arrive on the bus's delivery thread; everything else is called on the main thread.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "statebus/record.h"
+#include "ze/zeSBus.h"
+
+namespace sbus {
+
+/// What `watch` wants to hear. Called on the delivery thread, one at a time.
+struct Listener {
+    std::function<void(const std::string& fullName)> appeared;
+    std::function<void(const std::string& fullName, const statebus::Record&)> changed;
+    std::function<void(const std::string& fullName)> gone;
+    std::function<void(bool connected)> connection;
+};
+
+class Bus {
+public:
+    explicit Bus(Listener listener = {});
+    ~Bus();
+    Bus(const Bus&) = delete;
+    Bus& operator=(const Bus&) = delete;
+
+    /// False: there is no bus.
+    bool open();
+
+    /// Full names of the instances, sorted. The bus does not say when it has named them all, so
+    /// this waits until no new one has come for a moment; returns at once when `enough` says so.
+    std::vector<std::string>
+    instances(const std::function<bool(const std::vector<std::string>&)>& enough = nullptr);
+    /// The instance's record; nothing when its publisher does not deliver one within `limit`.
+    std::optional<statebus::Record> record(const std::string& fullName,
+                                           std::chrono::milliseconds limit);
+
+    /// False: refused, gone, or no answer in time.
+    bool execute(const std::string& fullName, zeSBusCommand& command);
+    bool write(const std::string& fullName, const std::string& path, const std::string& value);
+
+private:
+    static void remoteState(zeSBusManager* manager, void* user, const char* fullName, bool added);
+    static void stateChanged(zeSBusManager* manager, void* user,
+                             const zeSBusStateSerializable* record);
+    void onRemoteState(const std::string& fullName, bool added);
+    std::vector<std::string> names() const; // with mutex_ held
+
+    Listener listener_;
+    std::unique_ptr<zeMultiMBusEngine> engine_;
+    std::unique_ptr<zeSBusManager> manager_;
+
+    std::mutex mutex_; // guards the rest
+    std::condition_variable news_;
+    std::map<std::string, std::optional<statebus::Record>> known_;
+    std::size_t notices_ = 0;
+};
+
+} // namespace sbus
