@@ -6,8 +6,6 @@
 set(KETRA_STAGE_DIR ${CMAKE_BINARY_DIR}/stage)
 
 add_custom_target(stage ALL
-    # A program that is no longer built must not stay.
-    COMMAND ${CMAKE_COMMAND} -E rm -rf ${KETRA_STAGE_DIR}/applications
     COMMAND ${CMAKE_COMMAND} -E make_directory
         ${KETRA_STAGE_DIR}/.root ${KETRA_STAGE_DIR}/applications/DLNA/release/bin
     COMMAND ${CMAKE_COMMAND} --install ${CMAKE_BINARY_DIR} --component companions

@@ -1,4 +1,4 @@
-#include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -137,6 +137,10 @@ int main(int argc, char** argv) {
     if (options.action == push::Options::Action::kVersion) {
         std::cout << "ketra-push " KETRA_VERSION "\n";
         return static_cast<int>(ExitCode::kDone);
+    }
+    const char* interfaceName = std::getenv("KETRA_INTERFACE");
+    if (options.interfaceName.empty() && interfaceName != nullptr) {
+        options.interfaceName = interfaceName;
     }
     gst_init(nullptr, nullptr);
     return static_cast<int>(run(options));
