@@ -1,0 +1,155 @@
+#include "DMR/support/printed.h"
+
+#include <cctype>
+#include <cstdio>
+#include <iostream>
+#include <ostream>
+#include <stdexcept>
+
+#include <unistd.h>
+
+namespace dmrtest {
+
+namespace {
+
+void flushAll() {
+    std::cout.flush();
+    std::fflush(stdout);
+    std::fflush(stderr);
+}
+
+std::size_t digitsFrom(const std::string& text, std::size_t start) {
+    std::size_t end = start;
+    while (end < text.size() && std::isdigit(static_cast<unsigned char>(text[end]))) {
+        ++end;
+    }
+    return end - start;
+}
+
+std::string maskLine(std::string line) {
+    const std::size_t bracket = line.find("][");
+    if (bracket != std::string::npos && digitsFrom(line, bracket + 2) == 6 &&
+        line.compare(bracket + 8, 1, "]") == 0) {
+        line.replace(bracket + 2, 6, "NNNNNN");
+    }
+    const std::size_t word = line.find(",line:");
+    if (word != std::string::npos) {
+        line.replace(word + 6, digitsFrom(line, word + 6), "N");
+    }
+    if (line.compare(0, 13, "ASSERT FAIL: ") == 0) {
+        const std::size_t pathEnd = line.find(' ', 13);
+        const std::size_t slash = line.rfind('/', pathEnd);
+        if (slash != std::string::npos && pathEnd != std::string::npos) {
+            line.replace(slash + 1, pathEnd - slash - 1, "*");
+        }
+        const std::size_t blank = line.rfind(' ');
+        const std::string number = line.substr(blank + 1);
+        const bool isPosition = digitsFrom(number, 0) == number.size() && !number.empty();
+        if (isPosition && number != "212" && number != "217") {
+            line.replace(blank + 1, number.size(), "N");
+        }
+    }
+    return line;
+}
+
+class PrintsMatcher {
+public:
+    explicit PrintsMatcher(std::string expected) : expected_(std::move(expected)) {}
+
+    bool MatchAndExplain(const std::string& text, testing::MatchResultListener* listener) const {
+        const std::string masked = maskLineNumbers(text);
+        if (masked == expected_) {
+            return true;
+        }
+        *listener << "printed " << testing::PrintToString(masked);
+        return false;
+    }
+    void DescribeTo(std::ostream* out) const {
+        *out << "prints exactly " << testing::PrintToString(expected_);
+    }
+    void DescribeNegationTo(std::ostream* out) const {
+        *out << "does not print exactly " << testing::PrintToString(expected_);
+    }
+
+private:
+    std::string expected_;
+};
+
+} // namespace
+
+Capture::Capture(int descriptor) : descriptor_(descriptor) {
+    flushAll();
+    std::FILE* file = std::tmpfile();
+    if (!file) {
+        throw std::runtime_error("no temporary file for captured output");
+    }
+    file_ = dup(fileno(file));
+    std::fclose(file);
+    saved_ = dup(descriptor_);
+    dup2(file_, descriptor_);
+}
+
+Capture::~Capture() {
+    flushAll();
+    dup2(saved_, descriptor_);
+    close(saved_);
+    close(file_);
+}
+
+std::string Capture::take() {
+    flushAll();
+    std::string text;
+    char buffer[4096];
+    ssize_t count;
+    while ((count = pread(file_, buffer, sizeof buffer, taken_)) > 0) {
+        text.append(buffer, static_cast<std::size_t>(count));
+        taken_ += count;
+    }
+    return maskLineNumbers(text);
+}
+
+void Capture::reveal() {
+    flushAll();
+    char buffer[4096];
+    ssize_t count;
+    off_t from = 0;
+    while ((count = pread(file_, buffer, sizeof buffer, from)) > 0) {
+        if (write(saved_, buffer, static_cast<std::size_t>(count)) != count) {
+            return;
+        }
+        from += count;
+    }
+}
+
+std::string maskLineNumbers(const std::string& text) {
+    std::string masked;
+    std::size_t start = 0;
+    while (start < text.size()) {
+        std::size_t end = text.find('\n', start);
+        end = end == std::string::npos ? text.size() : end;
+        masked += maskLine(text.substr(start, end - start));
+        if (end < text.size()) {
+            masked += '\n';
+        }
+        start = end + 1;
+    }
+    return masked;
+}
+
+std::string trace(const std::string& operation, const std::string& message) {
+    return "\x1b[0;35m[" + operation + "][NNNNNN] " + message + "\x1b[0m\n";
+}
+
+std::string assertion(const std::string& folder, const std::string& signature) {
+    return "ASSERT FAIL: " + folder + "/* " + signature + " N\n";
+}
+
+void printToStandardError() {
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+}
+
+testing::Matcher<const std::string&> prints(const std::string& expected) {
+    return testing::MakePolymorphicMatcher(PrintsMatcher(expected));
+}
+
+} // namespace dmrtest
