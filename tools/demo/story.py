@@ -1,0 +1,180 @@
+"""What the demo shows, in order. Runs inside with-world: story.py BUILD_FOLDER OUT_FOLDER.
+
+Prints one line per event in the order in which the TV's middleware received it, and between them
+what the people do. Ends with 0 only when every expected event came.
+"""
+
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import time
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "world"))
+from television import Missing, Television, describe  # noqa: E402
+
+PNG = b"\x89PNG\r\n\x1a\n"
+REFUSED = 8  # exit status of ketra-push
+
+
+class Story:
+    def __init__(self, build, out):
+        self.build, self.out = build, out
+        self.started = time.monotonic()
+        self.pushes = []
+        self.pictures = []
+        environment = dict(os.environ, KETRA_SNAPSHOT_DIR=str(out), KETRA_STATE_DIR=str(out / "state"))
+        self.tv = Television(
+            str(build / "bin/ketra-tv"),
+            trace=str(out / "trace.log"),
+            environment=environment,
+            on_line=self.show,
+        )
+
+    def say(self, who, text):
+        print(f"{time.monotonic() - self.started:6.2f}  {who:<8} {text}", flush=True)
+
+    def show(self, line):
+        if line["line"] == "event":
+            self.say("event", describe(line))
+        elif line["line"] in ("problem", "unreadable"):
+            self.say("problem", line.get("text", ""))
+
+    def push(self, file, host="in_phone"):
+        self.say(host[3:], f"pushes {file}")
+        log = open(self.out / f"push-{len(self.pushes)}.log", "w", encoding="utf-8")
+        process = subprocess.Popen(
+            [host, str(self.build / "bin/ketra-push"), str(self.out / "media" / file)],
+            stdout=log,
+            stderr=subprocess.STDOUT,
+            stdin=subprocess.DEVNULL,
+        )
+        self.pushes.append(process)
+        return process
+
+    def remote(self, command):
+        self.say("remote", command)
+        reply = self.tv.reply(command)
+        if not reply["ok"]:
+            raise Missing(f"the TV refused {command!r}: {reply['text']}")
+
+    def admit(self, title):
+        request = self.tv.event("MM_REQ_TO_AUTH", title=title)
+        self.say("viewer", f"yes, {request['controller']} may")
+        self.remote("allow")
+
+    def picture(self, name):
+        self.remote(f"snapshot {name}")
+        file = self.out / name
+        deadline = time.monotonic() + 5
+        while not (file.exists() and file.read_bytes().startswith(PNG)):
+            if time.monotonic() > deadline:
+                raise Missing(f"no picture of the screen in {file}")
+            time.sleep(0.05)
+        self.pictures.append(file)
+
+    def position_from(self, seconds):
+        """Waits until the film has reached a position."""
+        deadline = time.monotonic() + 10
+        while True:
+            position = self.tv.status()["position"]
+            if position is not None and position >= seconds:
+                return
+            if time.monotonic() > deadline:
+                raise Missing(f"the position stays at {position}, {seconds} was expected")
+            time.sleep(0.2)
+
+    def film(self):
+        push = self.push("film.mp4")
+        self.admit("A film of sixty seconds")
+        self.tv.event("MM_FILE_INIT_BEGIN", media="movie", title="A film of sixty seconds")
+        self.tv.event("MM_START_PLAY", media="movie")
+        self.tv.event("MM_METADATA", media="movie")
+        self.position_from(2)
+        self.picture("film-playing.png")
+        self.remote("pause")
+        self.tv.event("MM_MEDIA_PAUSE")
+        self.remote("resume")
+        self.tv.event("MM_MEDIA_RESUME_OK")
+        self.remote("seek 30")
+        self.position_from(30)
+        self.remote("ff 2")
+        self.tv.event("MM_SPEED_CHANGE", speed="2")
+        self.position_from(34)
+        self.picture("film-fast.png")
+        self.remote("stop")
+        self.tv.event("MM_EXIT_FORCE", media="movie")
+        push.wait(15)
+
+    def stranger(self):
+        push = self.push("song.mp3", host="in_guest")
+        request = self.tv.event("MM_REQ_TO_AUTH", media="music")
+        self.say("viewer", f"no, {request['controller']} may not")
+        self.remote("deny")
+        status = push.wait(15)
+        self.say("guest", f"was refused (ketra-push ends with {status})")
+        if status != REFUSED:
+            raise Missing(f"the second controller was not refused: ketra-push ended with {status}")
+
+    def song(self):
+        push = self.push("song.mp3")
+        self.admit("Tick & <Tock>")
+        self.tv.event("MM_FILE_INIT_BEGIN", media="music")
+        self.tv.event("MM_START_PLAY", media="music")
+        self.tv.event("MM_METADATA", media="music")
+        self.tv.event("MM_EXIT_OK", media="music", seconds=20)
+        if push.wait(15) != 0:
+            raise Missing("ketra-push does not say that the song was played")
+
+    def photo(self):
+        push = self.push("photo.jpg")
+        self.admit("photo")
+        self.tv.event("MM_FILE_INIT_BEGIN", media="photo")
+        self.tv.event("MM_PHOTO_DECODE_DONE", media="photo")
+        self.picture("photo.png")
+        if push.wait(15) != 0:
+            raise Missing("ketra-push does not say that the photo was shown")
+
+    def tell(self):
+        self.tv.ready()
+        self.say("tv", "is on the network")
+        self.film()
+        self.stranger()
+        self.song()
+        self.photo()
+        self.say("viewer", "switches the TV off")
+        status = self.tv.quit()
+        if status != 0:
+            raise Missing(f"the TV ended with {status}")
+
+    def close(self):
+        for process in [*self.pushes, self.tv.process]:
+            if process.poll() is None:
+                process.send_signal(signal.SIGKILL)
+                process.wait()
+
+    def summary(self):
+        print()
+        print(f"{len(self.tv.events())} events in {time.monotonic() - self.started:.1f} s.")
+        for picture in self.pictures:
+            print(f"picture of the screen: {os.path.relpath(picture, pathlib.Path.cwd())}")
+        print(f"what the library printed: {os.path.relpath(self.out / 'trace.log')}")
+
+
+def main():
+    story = Story(pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2]))
+    try:
+        story.tell()
+    except (Missing, subprocess.TimeoutExpired, BrokenPipeError) as missing:
+        print(f"\ndemo: {missing}", file=sys.stderr)
+        print(f"demo: what the library printed is in {story.out / 'trace.log'}", file=sys.stderr)
+        return 1
+    finally:
+        story.close()
+    story.summary()
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
