@@ -1,0 +1,379 @@
+#include "guard/connection_guard.h"
+
+#include <cerrno>
+#include <string_view>
+#include <vector>
+
+#include <glib-unix.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "base/log.h"
+#include "guard/drain.h"
+
+namespace vantor {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Pending connections that the kernel holds for us; libsoup asks for ten.
+constexpr int kBacklog = 1024;
+
+enum class State { head, body, running, idle };
+
+bool isContentLengthSound(SoupMessageHeaders* headers) {
+    // Several lengths, or a length next to a transfer encoding, are how requests are smuggled.
+    const char* all = soup_message_headers_get_list(headers, "Content-Length");
+    if (all == nullptr) {
+        return true;
+    }
+    const std::string_view length(all);
+    return !length.empty() && length.find_first_not_of("0123456789") == std::string_view::npos &&
+           soup_message_headers_get_list(headers, "Transfer-Encoding") == nullptr;
+}
+
+} // namespace
+
+struct ConnectionGuard::Connection {
+    ConnectionGuard* guard = nullptr;
+    GSocket* socket = nullptr; // libsoup's, kept by the connection
+    int fd = -1;
+    std::string host;
+    State state = State::head;
+    TimePoint deadline;
+    TimePoint since; // when the present state began
+    bool closing = false;
+    std::size_t received = 0;
+    SoupServerMessage* last = nullptr; // owned: the only handle on an idle connection
+    guint watch = 0;
+    bool strayReference = false; // libsoup before 3.4 forgets a reference of each accepted socket
+};
+
+struct ConnectionGuard::Drain {
+    Drain(ConnectionGuard& guard, int fd)
+        : drain(fd, [this, &guard] { guard.drains_.erase(this); }) {}
+    SocketDrain drain;
+};
+
+ConnectionGuard::ConnectionGuard(SoupServer* server, GuardLimits limits,
+                                 IsOwnAuthority isOwnAuthority)
+    : server_(shareObject(server)),
+      limits_(limits),
+      isOwnAuthority_(std::move(isOwnAuthority)),
+      timer_([this] { checkDeadlines(); }) {
+    GSList* listeners = soup_server_get_listeners(server);
+    for (GSList* item = listeners; item != nullptr; item = item->next) {
+        if (listen(g_socket_get_fd(G_SOCKET(item->data)), kBacklog) != 0) {
+            logWarning("the queue of waiting connections stays short");
+        }
+    }
+    g_slist_free(listeners);
+
+    using Handler = void (*)(SoupServer*, SoupServerMessage*, gpointer);
+    const Handler started = [](SoupServer*, SoupServerMessage* message, gpointer self) {
+        static_cast<ConnectionGuard*>(self)->requestStarted(message);
+    };
+    const Handler finished = [](SoupServer*, SoupServerMessage* message, gpointer self) {
+        static_cast<ConnectionGuard*>(self)->requestFinished(message);
+    };
+    g_signal_connect(server, "request-started", G_CALLBACK(started), this);
+    g_signal_connect(server, "request-finished", G_CALLBACK(finished), this);
+    g_signal_connect(server, "request-aborted", G_CALLBACK(finished), this);
+}
+
+ConnectionGuard::~ConnectionGuard() {
+    g_signal_handlers_disconnect_by_data(server_.get(), this);
+    while (!connections_.empty()) {
+        Connection& connection = *connections_.begin()->second;
+        if (connection.state == State::idle) {
+            dropIdle(connection);
+        } else {
+            shutdown(connection.fd, SHUT_RDWR);
+            forget(connection); // nothing of the message comes back to us any more
+        }
+    }
+}
+
+ConnectionGuard::Connection* ConnectionGuard::find(SoupServerMessage* message) {
+    GSocket* socket = soup_server_message_get_socket(message);
+    const auto found = connections_.find(socket);
+    return found == connections_.end() ? nullptr : found->second.get();
+}
+
+// Emitted at accept for a connection's first request, at the first byte for each later one.
+void ConnectionGuard::requestStarted(SoupServerMessage* message) {
+    GSocket* socket = soup_server_message_get_socket(message);
+    if (socket == nullptr) {
+        return;
+    }
+    Connection* connection = find(message);
+    if (connection == nullptr) {
+        connection = accept(message, socket);
+    }
+    wake(*connection);
+    connection->last = SOUP_SERVER_MESSAGE(g_object_ref(message));
+    connection->state = State::head;
+    connection->since = Clock::now();
+    connection->received = 0;
+    connection->deadline = connection->since + limits_.head;
+    arm(connection->deadline);
+
+    using Handler = void (*)(SoupServerMessage*, gpointer);
+    const Handler gone = [](SoupServerMessage*, gpointer data) {
+        auto* self = static_cast<Connection*>(data);
+        self->guard->forget(*self);
+    };
+    const Handler headers = [](SoupServerMessage* sender, gpointer data) {
+        auto* self = static_cast<Connection*>(data);
+        self->guard->headersArrived(*self, sender);
+    };
+    const auto chunk = +[](SoupServerMessage* sender, GBytes* bytes, gpointer data) {
+        auto* self = static_cast<Connection*>(data);
+        self->guard->chunkArrived(*self, sender, bytes);
+    };
+    const Handler complete = [](SoupServerMessage*, gpointer data) {
+        auto* self = static_cast<Connection*>(data);
+        self->guard->requestComplete(*self);
+    };
+    g_signal_connect(message, "disconnected", G_CALLBACK(gone), connection);
+    g_signal_connect(message, "got-body", G_CALLBACK(complete), connection);
+    g_signal_connect(message, "got-headers", G_CALLBACK(headers), connection);
+    g_signal_connect(message, "got-chunk", G_CALLBACK(chunk), connection);
+}
+
+ConnectionGuard::Connection* ConnectionGuard::accept(SoupServerMessage* message, GSocket* socket) {
+    auto connection = std::make_unique<Connection>();
+    connection->guard = this;
+    connection->socket = socket;
+    connection->fd = g_socket_get_fd(socket);
+    connection->strayReference = G_OBJECT(socket)->ref_count > 1;
+    const char* host = soup_server_message_get_remote_host(message);
+    connection->host = host != nullptr ? host : "";
+    connection->since = Clock::now();
+    if (!makeRoom(*connection)) {
+        // Not stolen: libsoup is still setting it up. It reads the end and drops the connection.
+        logWarning("too many connections, one refused from " + connection->host);
+        connection->closing = true;
+        shutdown(connection->fd, SHUT_RDWR);
+    } else {
+        ++hostCounts_[connection->host];
+    }
+    return (connections_[socket] = std::move(connection)).get();
+}
+
+// Over its share, a host loses its oldest silent connection rather than its next call.
+bool ConnectionGuard::makeRoom(const Connection& newcomer) {
+    const auto sameHost = hostCounts_.find(newcomer.host);
+    if (sameHost != hostCounts_.end() && sameHost->second >= limits_.perHost) {
+        Connection* victim = oldestSilent(&newcomer.host);
+        if (victim == nullptr) {
+            return false;
+        }
+        cut(*victim);
+    }
+    if (connections_.size() >= limits_.total) {
+        Connection* victim = oldestSilent(nullptr);
+        if (victim == nullptr) {
+            return false;
+        }
+        cut(*victim);
+    }
+    return true;
+}
+
+ConnectionGuard::Connection* ConnectionGuard::oldestSilent(const std::string* host) {
+    Connection* oldest = nullptr;
+    for (const auto& entry : connections_) {
+        Connection& candidate = *entry.second;
+        const bool silent = candidate.state == State::idle || candidate.state == State::head;
+        if (!silent || candidate.closing || (host != nullptr && candidate.host != *host)) {
+            continue;
+        }
+        if (oldest == nullptr || candidate.since < oldest->since) {
+            oldest = &candidate;
+        }
+    }
+    return oldest;
+}
+
+void ConnectionGuard::cut(Connection& connection) {
+    if (connection.state == State::idle) {
+        dropIdle(connection);
+        return;
+    }
+    // libsoup reads the end and frees everything by itself; it no longer counts from now on.
+    connection.closing = true;
+    shutdown(connection.fd, SHUT_RDWR);
+    if (--hostCounts_[connection.host] == 0) {
+        hostCounts_.erase(connection.host);
+    }
+}
+
+void ConnectionGuard::requestFinished(SoupServerMessage* message) {
+    Connection* connection = find(message);
+    if (connection == nullptr || connection->last != message) {
+        return;
+    }
+    connection->state = State::idle;
+    connection->since = Clock::now();
+    connection->deadline = connection->since + limits_.idle;
+    arm(connection->deadline);
+    // Before libsoup's own source sees the end: afterwards stealing the connection would crash.
+    connection->watch = g_unix_fd_add_full(
+        G_PRIORITY_DEFAULT - 1, connection->fd,
+        static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
+        [](gint fd, GIOCondition, gpointer data) -> gboolean {
+            auto* self = static_cast<Connection*>(data);
+            char byte;
+            const ssize_t got = recv(fd, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+            if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+                return G_SOURCE_CONTINUE;
+            }
+            self->watch = 0;
+            if (got <= 0) {
+                self->guard->dropIdle(*self);
+            }
+            return G_SOURCE_REMOVE;
+        },
+        connection, nullptr);
+}
+
+// Ends what was done for an idle connection, and lets go of its last message.
+void ConnectionGuard::wake(Connection& connection) {
+    if (connection.watch != 0) {
+        g_source_remove(std::exchange(connection.watch, 0));
+    }
+    if (connection.last != nullptr) {
+        g_signal_handlers_disconnect_by_data(connection.last, &connection);
+        g_object_unref(std::exchange(connection.last, nullptr));
+    }
+}
+
+void ConnectionGuard::dropIdle(Connection& connection) {
+    const GObjectPtr<SoupServerMessage> last = shareObject(connection.last);
+    // Emits "disconnected", which forgets the connection.
+    const GObjectPtr<GIOStream> stream(soup_server_message_steal_connection(last.get()));
+    g_io_stream_close(stream.get(), nullptr, nullptr);
+}
+
+void ConnectionGuard::forget(Connection& connection) {
+    const auto found = connections_.find(connection.socket);
+    const std::unique_ptr<Connection> dying = std::move(found->second);
+    connections_.erase(found);
+    const auto count = hostCounts_.find(dying->host);
+    if (!dying->closing && count != hostCounts_.end() && --count->second == 0) {
+        hostCounts_.erase(count);
+    }
+    wake(*dying);
+    if (dying->strayReference) {
+        g_object_unref(dying->socket);
+    }
+}
+
+bool ConnectionGuard::isForUs(SoupServerMessage* message) const {
+    SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
+    const char* host = soup_message_headers_get_one(headers, "Host");
+    if (host == nullptr) {
+        // HTTP/1.1 without a Host was refused by libsoup; 1.0 may do without.
+        return soup_server_message_get_http_version(message) == SOUP_HTTP_1_0;
+    }
+    if (!isOwnAuthority_(host)) {
+        return false;
+    }
+    GUri* uri = soup_server_message_get_uri(message);
+    const char* uriHost = uri == nullptr ? nullptr : g_uri_get_host(uri);
+    if (uriHost == nullptr) {
+        return true;
+    }
+    const int port = g_uri_get_port(uri);
+    return isOwnAuthority_(std::string(uriHost) + ":" + std::to_string(port < 0 ? 80 : port));
+}
+
+void ConnectionGuard::headersArrived(Connection& connection, SoupServerMessage* message) {
+    SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
+    if (!isContentLengthSound(headers) || !isForUs(message)) {
+        refuse(connection, message, SOUP_STATUS_BAD_REQUEST);
+        return;
+    }
+    if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH &&
+        soup_message_headers_get_content_length(headers) >
+            static_cast<goffset>(limits_.bodyBytes)) {
+        refuse(connection, message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE);
+        return;
+    }
+    connection.state = State::body;
+    connection.since = Clock::now();
+    connection.deadline = connection.since + limits_.body;
+    arm(connection.deadline);
+}
+
+// The answer is written now; a peer that does not read it has as long as one that does not send.
+void ConnectionGuard::requestComplete(Connection& connection) {
+    connection.state = State::running;
+    connection.since = Clock::now();
+    connection.deadline = connection.since + limits_.body;
+    arm(connection.deadline);
+}
+
+void ConnectionGuard::chunkArrived(Connection& connection, SoupServerMessage* message,
+                                   GBytes* chunk) {
+    connection.received += g_bytes_get_size(chunk);
+    if (connection.received > limits_.bodyBytes) {
+        refuse(connection, message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE);
+    }
+}
+
+// Answers now and reads no more of the request: libsoup would read every body to its end.
+void ConnectionGuard::refuse(Connection& connection, SoupServerMessage* message, unsigned status) {
+    logInfo("request from " + connection.host + " refused: " + std::to_string(status) + " " +
+            soup_status_get_phrase(status));
+    const int duplicate = dup(connection.fd);
+    if (duplicate >= 0) {
+        sendBareStatus(duplicate, status);
+        shutdown(duplicate, SHUT_WR);
+        auto drain = std::make_unique<Drain>(*this, duplicate);
+        drains_[drain.get()] = std::move(drain);
+    }
+    const GObjectPtr<SoupServerMessage> kept = shareObject(message);
+    const GObjectPtr<GIOStream> stream(soup_server_message_steal_connection(kept.get()));
+    g_io_stream_close(stream.get(), nullptr, nullptr);
+}
+
+// One timer for all, at the nearest deadline. It may be early: deadlines move on.
+void ConnectionGuard::arm(TimePoint deadline) {
+    if (timer_.running() && armedFor_ <= deadline) {
+        return;
+    }
+    armedFor_ = deadline;
+    timer_.start(std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()));
+}
+
+void ConnectionGuard::checkDeadlines() {
+    const TimePoint now = Clock::now();
+    std::vector<Connection*> late;
+    TimePoint nearest = TimePoint::max();
+    for (const auto& entry : connections_) {
+        Connection& connection = *entry.second;
+        if (connection.closing) {
+            continue;
+        }
+        if (connection.deadline <= now) {
+            late.push_back(&connection);
+        } else {
+            nearest = std::min(nearest, connection.deadline);
+        }
+    }
+    for (Connection* connection : late) {
+        if (connection->state == State::head || connection->state == State::body) {
+            logInfo("request from " + connection->host + " did not arrive in time");
+            sendBareStatus(connection->fd, SOUP_STATUS_REQUEST_TIMEOUT);
+        }
+        cut(*connection);
+    }
+    if (nearest != TimePoint::max()) {
+        arm(nearest);
+    }
+}
+
+} // namespace vantor

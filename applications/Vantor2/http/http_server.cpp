@@ -1,0 +1,133 @@
+#include "http/http_server.h"
+
+#include <algorithm>
+
+#include <libsoup/soup.h>
+
+namespace vantor {
+
+namespace {
+
+HttpReply plainStatus(unsigned status) {
+    HttpReply reply;
+    reply.status = status;
+    return reply;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : ", ") + word;
+    }
+    return text;
+}
+
+// "host:port" or "host" as a Host header has it, compared with our own numeric address.
+bool namesAddress(const std::string& authority, const std::string& host, std::uint16_t port) {
+    return authority == host + ":" + std::to_string(port) || (port == 80 && authority == host);
+}
+
+} // namespace
+
+HttpServer::HttpServer(const std::string& product, GuardLimits limits)
+    : server_(
+          SOUP_SERVER(g_object_new(SOUP_TYPE_SERVER, "server-header", product.c_str(), nullptr))),
+      limits_(limits) {
+    soup_server_add_handler(
+        server_.get(), nullptr,
+        [](SoupServer*, SoupServerMessage* message, const char* path, GHashTable*, gpointer self) {
+            static_cast<HttpServer*>(self)->answer(message, path);
+        },
+        this, nullptr);
+}
+
+HttpServer::~HttpServer() {
+    soup_server_disconnect(server_.get());
+}
+
+void HttpServer::addRoute(std::string path, std::vector<std::string> methods, Handler handler) {
+    routes_[std::move(path)] = {std::move(methods), std::move(handler)};
+}
+
+bool HttpServer::listen(const std::string& address, std::uint16_t port, std::string& error) {
+    const GObjectPtr<GSocketAddress> where(
+        g_inet_socket_address_new_from_string(address.c_str(), port));
+    if (!where) {
+        error = "not an address: " + address;
+        return false;
+    }
+    GError* failure = nullptr;
+    if (!soup_server_listen(server_.get(), where.get(), static_cast<SoupServerListenOptions>(0),
+                            &failure)) {
+        error = failure->message;
+        g_error_free(failure);
+        return false;
+    }
+    GSList* uris = soup_server_get_uris(server_.get());
+    port_ = static_cast<std::uint16_t>(g_uri_get_port(static_cast<GUri*>(uris->data)));
+    g_slist_free_full(uris, reinterpret_cast<GDestroyNotify>(g_uri_unref));
+    guard_ = std::make_unique<ConnectionGuard>(
+        server_.get(), limits_, [address, port = port_](const std::string& authority) {
+            return namesAddress(authority, address, port);
+        });
+    return true;
+}
+
+HttpReply HttpServer::reply(SoupServerMessage* message, const char* path) {
+    if (!open_) {
+        return plainStatus(SOUP_STATUS_SERVICE_UNAVAILABLE);
+    }
+    const auto route = routes_.find(path);
+    if (route == routes_.end()) {
+        return plainStatus(SOUP_STATUS_NOT_FOUND);
+    }
+    HttpRequest request;
+    request.method = soup_server_message_get_method(message);
+    const auto& methods = route->second.methods;
+    if (std::find(methods.begin(), methods.end(), request.method) == methods.end()) {
+        HttpReply refusal = plainStatus(SOUP_STATUS_METHOD_NOT_ALLOWED);
+        refusal.headers.emplace_back("Allow", joined(methods));
+        return refusal;
+    }
+    SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
+    request.header = [headers](const char* name) -> std::optional<std::string> {
+        const char* value = soup_message_headers_get_list(headers, name);
+        return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+    };
+    request.userAgent = request.header("User-Agent").value_or("");
+    const char* host = soup_server_message_get_remote_host(message);
+    request.peerAddress = host != nullptr ? host : "";
+
+    SoupMessageBody* body = soup_server_message_get_request_body(message);
+    GBytes* bytes = soup_message_body_flatten(body);
+    gsize size = 0;
+    const auto* data = static_cast<const char*>(g_bytes_get_data(bytes, &size));
+    request.body = std::string_view(data, size);
+    HttpReply result = route->second.handler(request);
+    g_bytes_unref(bytes);
+    return result;
+}
+
+void HttpServer::answer(SoupServerMessage* message, const char* path) {
+    HttpReply result = reply(message, path);
+    soup_server_message_set_status(message, result.status, nullptr);
+    SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
+    for (const auto& header : result.headers) {
+        soup_message_headers_append(headers, header.first.c_str(), header.second.c_str());
+    }
+    if (!result.contentType.empty()) {
+        soup_server_message_set_response(message, result.contentType.c_str(), SOUP_MEMORY_COPY,
+                                         result.body.data(), result.body.size());
+    }
+    if (result.afterwards) {
+        g_signal_connect_data(
+            message, "finished", G_CALLBACK(+[](SoupServerMessage*, gpointer data) {
+                (*static_cast<std::function<void()>*>(data))();
+            }),
+            new std::function<void()>(std::move(result.afterwards)),
+            [](gpointer data, GClosure*) { delete static_cast<std::function<void()>*>(data); },
+            static_cast<GConnectFlags>(0));
+    }
+}
+
+} // namespace vantor

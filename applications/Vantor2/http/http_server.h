@@ -1,0 +1,79 @@
+// The daemon's HTTP server: one address, exact paths, a handler each that answers at once.
+//
+// Owns libsoup's server and the guard in front of it. The layers above see requests and replies,
+// never libsoup. Main thread.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/glib_handles.h"
+#include "guard/connection_guard.h"
+
+namespace vantor {
+
+/// Valid while the handler runs.
+struct HttpRequest {
+    std::string method;
+    std::string_view body;
+    /// Numeric address of the peer.
+    std::string peerAddress;
+    /// What the peer says of itself; empty when it says nothing.
+    std::string userAgent;
+    /// The value of a header, several joined by ", "; nothing when it is absent.
+    std::function<std::optional<std::string>(const char* name)> header;
+};
+
+struct HttpReply {
+    unsigned status = 200;
+    std::string contentType;
+    std::string body;
+    std::vector<std::pair<std::string, std::string>> headers;
+    /// Called when the reply has been written or its receiver has gone.
+    std::function<void()> afterwards;
+};
+
+class HttpServer {
+public:
+    using Handler = std::function<HttpReply(const HttpRequest&)>;
+
+    /// `product` goes into the Server header.
+    HttpServer(const std::string& product, GuardLimits limits);
+    ~HttpServer();
+
+    /// Methods that `path` knows, and who answers them. Before listen.
+    void addRoute(std::string path, std::vector<std::string> methods, Handler handler);
+
+    /// Listens on a numeric address; port 0 picks a free one. False with the reason in `error`.
+    bool listen(const std::string& address, std::uint16_t port, std::string& error);
+    std::uint16_t port() const { return port_; }
+
+    /// Closed, every request is answered with 503.
+    void setOpen(bool open) { open_ = open; }
+
+    std::size_t connectionCount() const { return guard_ ? guard_->connectionCount() : 0; }
+
+private:
+    struct Route {
+        std::vector<std::string> methods;
+        Handler handler;
+    };
+    void answer(SoupServerMessage* message, const char* path);
+    HttpReply reply(SoupServerMessage* message, const char* path);
+
+    GObjectPtr<SoupServer> server_;
+    GuardLimits limits_;
+    std::unique_ptr<ConnectionGuard> guard_;
+    std::map<std::string, Route> routes_;
+    std::uint16_t port_ = 0;
+    bool open_ = true;
+};
+
+} // namespace vantor

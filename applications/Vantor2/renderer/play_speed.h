@@ -1,0 +1,18 @@
+// The play speeds of this system: the texts that TransportPlaySpeed, the "play" command and the
+// player's record have in common.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vantor {
+
+/// All of them, "1" first.
+const std::vector<std::string>& playSpeedTexts();
+
+/// Whether `speed` stands in the player's own list (texts separated by commas or blanks). An empty
+/// list means that the player does not say, so everything goes.
+bool isSpeedOffered(std::string_view speed, std::string_view list);
+
+} // namespace vantor

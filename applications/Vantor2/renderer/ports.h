@@ -1,0 +1,54 @@
+// What the renderer's state needs of the world: time, the player, the sound. The bus side provides
+// them; tests put their own in.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace vantor {
+
+using TimePoint = std::chrono::steady_clock::time_point;
+
+class RendererClock {
+public:
+    virtual ~RendererClock() = default;
+    virtual TimePoint now() const = 0;
+};
+
+/// Called on the main thread when the player has accepted (true) or refused a command.
+using CommandDone = std::function<void(bool accepted)>;
+
+/// Commands go out in the order of the calls, which return at once.
+class PlayerPort {
+public:
+    virtual ~PlayerPort() = default;
+    virtual void open(const std::string& uri, const std::string& metadata, CommandDone done) = 0;
+    virtual void play(const std::string& speed, CommandDone done) = 0;
+    virtual void pause(CommandDone done) = 0;
+    virtual void stop(CommandDone done) = 0;
+    virtual void seek(std::uint32_t seconds, CommandDone done) = 0;
+};
+
+class SoundPort {
+public:
+    virtual ~SoundPort() = default;
+    virtual void setVolume(unsigned volume, CommandDone done) = 0;
+    virtual void setMute(bool mute, CommandDone done) = 0;
+};
+
+/// The player's record, as far as the renderer reports it on.
+struct PlayerReport {
+    int state = 1; ///< 1 stopped, 2 ended (a photo: shown), 3 paused, 4 playing, 5 opening
+    int errorCode = 0;
+    std::string errorMessage;
+    std::string uri;          ///< of the track; empty when the player does not say
+    std::string protocolInfo; ///< names the kind of media: video, audio or image
+    std::uint32_t durationSec = 0;
+    std::uint32_t positionSec = 0;
+    std::string speed;
+    std::string supportedSpeeds;
+};
+
+} // namespace vantor

@@ -1,0 +1,147 @@
+#include "renderer_device.h"
+
+#include <algorithm>
+
+#include "services/last_change.h"
+#include "services/renderer_services.h"
+
+namespace vantor {
+
+namespace {
+
+// DLNA's upper bound for LastChange; what happens within it is gathered.
+constexpr std::chrono::milliseconds kModeration{200};
+
+HttpReply document(const std::string& text) {
+    HttpReply reply;
+    reply.contentType = "text/xml; charset=\"utf-8\"";
+    reply.body = text;
+    return reply;
+}
+
+std::string serverProduct(const DeviceIdentity& identity) {
+    return "Linux UPnP/1.0 KetraDMR/" + identity.version;
+}
+
+EventSource lastChangeSource(const char* eventNamespace,
+                             std::function<EventState(const EventPeer&)> state) {
+    EventSource source;
+    source.state = std::move(state);
+    source.properties = [eventNamespace](const EventState& changed) {
+        return EventState{{"LastChange", writeLastChange(eventNamespace, changed)}};
+    };
+    source.interval = kModeration;
+    return source;
+}
+
+} // namespace
+
+RendererDevice::RendererDevice(const DeviceIdentity& identity, const RendererClock& clock,
+                               PlayerPort& player, SoundPort& sound,
+                               std::function<void()> requestsChanged, DeviceLimits limits)
+    : requestsChanged_(std::move(requestsChanged)),
+      deadline_([this] { checkDeadlines(); }),
+      clock_(clock),
+      permission_(clock,
+                  [this] {
+                      armDeadline();
+                      requestsChanged_();
+                  }),
+      transport_(clock, permission_, player, [this] { transportChanged(); }),
+      rendering_(permission_, sound, [this] { renderingChanged(); }),
+      sink_(sinkProtocolInfo()),
+      notify_(limits.subscriptions),
+      quota_(limits.subscriptionsPerHost, limits.subscriptions),
+      transportEvents_(
+          notify_, quota_,
+          lastChangeSource(
+              kAvTransportEvents,
+              [this](const EventPeer& peer) {
+                  return avTransportVariables(transport_.view({peer.address, peer.userAgent}));
+              })),
+      renderingEvents_(notify_, quota_,
+                       lastChangeSource(kRenderingControlEvents,
+                                        [this](const EventPeer&) {
+                                            return renderingControlVariables(rendering_);
+                                        })),
+      connectionEvents_(notify_, quota_,
+                        {[this](const EventPeer&) { return connectionManagerVariables(sink_); },
+                         [](const EventState& changed) { return changed; },
+                         std::chrono::milliseconds(0)}),
+      transportControl_(avTransportDescription(), avTransportActions(transport_)),
+      renderingControl_(renderingControlDescription(), renderingControlActions(rendering_)),
+      connectionControl_(connectionManagerDescription(),
+                         connectionManagerActions(transport_, sink_)),
+      server_(serverProduct(identity), limits.guard) {
+    addDocuments(identity);
+    addServices();
+}
+
+RendererDevice::~RendererDevice() = default;
+
+void RendererDevice::addDocuments(const DeviceIdentity& identity) {
+    const std::string description =
+        writeDeviceDescription(identity, {&avTransportDescription(), &renderingControlDescription(),
+                                          &connectionManagerDescription()});
+    server_.addRoute(kDescriptionPath, {"GET", "HEAD"},
+                     [description](const HttpRequest&) { return document(description); });
+}
+
+void RendererDevice::addService(const ServiceDescription& service, ControlEndpoint& control,
+                                EventPublisher& events) {
+    server_.addRoute(scpdPath(service), {"GET", "HEAD"},
+                     [scpd = writeScpd(service)](const HttpRequest&) { return document(scpd); });
+    server_.addRoute(controlPath(service), {"POST"},
+                     [&control](const HttpRequest& request) { return control.handle(request); });
+    server_.addRoute(eventPath(service), {"SUBSCRIBE", "UNSUBSCRIBE"},
+                     [&events](const HttpRequest& request) { return events.handle(request); });
+}
+
+void RendererDevice::addServices() {
+    addService(avTransportDescription(), transportControl_, transportEvents_);
+    addService(renderingControlDescription(), renderingControl_, renderingEvents_);
+    addService(connectionManagerDescription(), connectionControl_, connectionEvents_);
+}
+
+bool RendererDevice::listen(const std::string& address, std::uint16_t port, std::string& error) {
+    return server_.listen(address, port, error);
+}
+
+void RendererDevice::setOnNetwork(bool on) {
+    server_.setOpen(on);
+    if (!on) {
+        for (EventPublisher* events : {&transportEvents_, &renderingEvents_, &connectionEvents_}) {
+            events->clear();
+        }
+        permission_.closeAll();
+    }
+}
+
+void RendererDevice::transportChanged() {
+    armDeadline();
+    transportEvents_.stateChanged();
+}
+
+void RendererDevice::renderingChanged() {
+    renderingEvents_.stateChanged();
+}
+
+void RendererDevice::armDeadline() {
+    const auto request = permission_.deadline();
+    const auto reaction = transport_.deadline();
+    if (!request && !reaction) {
+        deadline_.stop();
+        return;
+    }
+    const TimePoint nearest =
+        std::min(request.value_or(TimePoint::max()), reaction.value_or(TimePoint::max()));
+    deadline_.start(std::chrono::ceil<std::chrono::milliseconds>(nearest - clock_.now()));
+}
+
+void RendererDevice::checkDeadlines() {
+    permission_.checkDeadlines();
+    transport_.checkDeadlines();
+    armDeadline();
+}
+
+} // namespace vantor

@@ -1,0 +1,55 @@
+#include "services/device_description.h"
+
+#include "base/xml.h"
+
+namespace vantor {
+
+namespace {
+
+void appendElement(std::string& out, const char* name, const std::string& value) {
+    out.append("<").append(name).append(">").append(escapeXml(value));
+    out.append("</").append(name).append(">\n");
+}
+
+} // namespace
+
+std::string scpdPath(const ServiceDescription& service) {
+    return "/" + service.path + "/scpd.xml";
+}
+
+std::string controlPath(const ServiceDescription& service) {
+    return "/" + service.path + "/control";
+}
+
+std::string eventPath(const ServiceDescription& service) {
+    return "/" + service.path + "/event";
+}
+
+std::string writeDeviceDescription(const DeviceIdentity& identity,
+                                   const std::vector<const ServiceDescription*>& services) {
+    std::string out = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+                      "<root xmlns=\"urn:schemas-upnp-org:device-1-0\">"
+                      "<specVersion><major>1</major><minor>0</minor></specVersion>\n<device>\n";
+    appendElement(out, "deviceType", kDeviceType);
+    appendElement(out, "friendlyName", identity.friendlyName);
+    appendElement(out, "manufacturer", "Ketra");
+    appendElement(out, "modelDescription", "Renderer of videos, songs and photos");
+    appendElement(out, "modelName", "Ketra DMR");
+    appendElement(out, "modelNumber", identity.version);
+    appendElement(out, "UDN", "uuid:" + identity.uuid);
+    out += "<dlna:X_DLNADOC xmlns:dlna=\"urn:schemas-dlna-org:device-1-0\">DMR-1.50"
+           "</dlna:X_DLNADOC>\n<serviceList>\n";
+    for (const ServiceDescription* service : services) {
+        out += "<service>\n";
+        appendElement(out, "serviceType", service->type);
+        appendElement(out, "serviceId", service->id);
+        appendElement(out, "SCPDURL", scpdPath(*service));
+        appendElement(out, "controlURL", controlPath(*service));
+        appendElement(out, "eventSubURL", eventPath(*service));
+        out += "</service>\n";
+    }
+    out += "</serviceList>\n</device></root>\n";
+    return out;
+}
+
+} // namespace vantor

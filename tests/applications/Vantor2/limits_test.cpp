@@ -1,0 +1,234 @@
+// What strangers may do to the HTTP side, and for how long.
+#include <dirent.h>
+
+#include "device_fixture.h"
+
+namespace vantor {
+namespace {
+
+using std::chrono::milliseconds;
+
+DeviceLimits quickLimits() {
+    DeviceLimits limits;
+    limits.guard.head = milliseconds(300);
+    limits.guard.body = milliseconds(400);
+    limits.guard.idle = milliseconds(600);
+    return limits;
+}
+
+int openDescriptors() {
+    DIR* folder = opendir("/proc/self/fd");
+    int count = 0;
+    while (readdir(folder) != nullptr) {
+        ++count;
+    }
+    closedir(folder);
+    return count;
+}
+
+class HttpSide : public DeviceFixture {
+protected:
+    int controlStatus(const std::string& body) {
+        return statusOf(request(
+            soapRequest("/AVTransport/control", std::string(kAvt) + "#GetTransportInfo", body)));
+    }
+    std::string head(const std::string& extra) const {
+        return "POST /AVTransport/control HTTP/1.1\r\nHost: " + host() + "\r\n" + extra;
+    }
+};
+
+class ImpatientHttpSide : public HttpSide {
+protected:
+    ImpatientHttpSide() {
+        device.reset();
+        device = std::make_unique<RendererDevice>(
+            DeviceIdentity{"uuid", "name", "1"}, clock, player, sound, [] {}, quickLimits());
+        std::string error;
+        EXPECT_TRUE(device->listen("127.0.0.1", 0, error)) << error;
+    }
+};
+
+TEST_F(HttpSide, ServesTheDeviceDescriptionWithItsNameEscaped) {
+    const std::string answer = get("/description.xml");
+    EXPECT_EQ(statusOf(answer), 200);
+    EXPECT_EQ(element(answer, "friendlyName"), "Ketra &lt;TV&gt; &amp; more");
+    EXPECT_NE(answer.find("DMR-1.50"), std::string::npos);
+    EXPECT_NE(answer.find("text/xml"), std::string::npos);
+    EXPECT_EQ(element(answer, "UDN"), "uuid:11111111-2222-3333-4444-555555555555");
+}
+
+TEST_F(HttpSide, AnswersHeadWithoutABody) {
+    RawClient client(device->port());
+    client.answersHead = true;
+    client.send("HEAD /description.xml HTTP/1.1\r\nHost: " + host() + "\r\n\r\n");
+    const std::string answer = client.answer();
+    EXPECT_EQ(statusOf(answer), 200);
+    EXPECT_EQ(bodyOf(answer), "");
+    client.answersHead = false;
+    client.send("GET /AVTransport/scpd.xml HTTP/1.1\r\nHost: " + host() + "\r\n\r\n");
+    EXPECT_EQ(statusOf(client.answer()), 200) << "the connection is in step after HEAD";
+}
+
+TEST_F(HttpSide, KnowsOnlyItsOwnPathsAndMethods) {
+    EXPECT_EQ(statusOf(get("/")), 404);
+    EXPECT_EQ(statusOf(get("/description.xml/more")), 404);
+    EXPECT_EQ(statusOf(get("/../etc/passwd")), 404);
+    const std::string answer = get("/AVTransport/control");
+    EXPECT_EQ(statusOf(answer), 405);
+    EXPECT_NE(answer.find("Allow: POST"), std::string::npos);
+}
+
+TEST_F(HttpSide, RefusesWhatIsNotOneSoundXmlDocument) {
+    const std::string good = envelope(kAvt, "GetTransportInfo", "<InstanceID>0</InstanceID>");
+    EXPECT_EQ(controlStatus(good), 200);
+    EXPECT_EQ(controlStatus(""), 400);
+    EXPECT_EQ(controlStatus("junk"), 400);
+    EXPECT_EQ(controlStatus(good.substr(0, good.size() - 10)), 400) << "cut off";
+    EXPECT_EQ(controlStatus(good + "<more/>"), 400);
+    EXPECT_EQ(controlStatus("<!DOCTYPE s:Envelope [<!ENTITY a \"b\">]>" + good), 400);
+    EXPECT_EQ(controlStatus(good + std::string(1, '\0')), 400);
+    std::string mismatched = good;
+    mismatched.replace(mismatched.find("</InstanceID>"), 13, "</instanceid>");
+    EXPECT_EQ(controlStatus(mismatched), 400);
+    std::string deep;
+    for (int depth = 0; depth < 5000; ++depth) {
+        deep += "<a>";
+    }
+    EXPECT_EQ(controlStatus(deep), 400);
+}
+
+TEST_F(HttpSide, RefusesADocumentTypeHiddenByAnEncoding) {
+    std::string hidden("\xFE\xFF", 2);
+    for (const char character : std::string("<!DOCTYPE a []><a/>")) {
+        hidden += '\0';
+        hidden += character;
+    }
+    EXPECT_EQ(controlStatus(hidden), 400);
+    EXPECT_EQ(controlStatus("<?xml version=\"1.0\" encoding=\"UTF-7\"?>+ADwAIQ-DOCTYPE a><a/>"),
+              400);
+}
+
+TEST_F(HttpSide, RefusesForeignHosts) {
+    const auto status = [&](const std::string& line, const std::string& hostHeader) {
+        return statusOf(request(line + " HTTP/1.1\r\nHost: " + hostHeader + "\r\n\r\n"));
+    };
+    EXPECT_EQ(status("GET /description.xml", host()), 200);
+    EXPECT_EQ(status("GET http://" + host() + "/description.xml", host()), 200);
+    EXPECT_EQ(status("GET /description.xml", "evil.example"), 400);
+    EXPECT_EQ(status("GET /description.xml", "evil.example:" + std::to_string(device->port())),
+              400);
+    EXPECT_EQ(status("GET /description.xml", "127.0.0.1"), 400);
+    EXPECT_EQ(status("GET http://evil.example/description.xml", host()), 400);
+    EXPECT_EQ(statusOf(request("GET /description.xml HTTP/1.1\r\n\r\n")), 400);
+}
+
+TEST_F(HttpSide, RefusesAmbiguousLengths) {
+    const std::string body = "<a/>";
+    EXPECT_EQ(statusOf(request(head("Content-Length: 4\r\nContent-Length: 5\r\n\r\n") + body)),
+              400);
+    EXPECT_EQ(
+        statusOf(request(head("Content-Length: 4\r\nTransfer-Encoding: chunked\r\n\r\n") + body)),
+        400);
+}
+
+TEST_F(HttpSide, RefusesABodyThatIsTooLongWithoutReadingIt) {
+    const std::string answer = request(head("Content-Length: 10485760\r\n\r\n"));
+    EXPECT_EQ(statusOf(answer), 413);
+    RawClient chunked(device->port());
+    chunked.send(head("Transfer-Encoding: chunked\r\n\r\n"));
+    const std::string chunk = "8000\r\n" + std::string(0x8000, 'x') + "\r\n";
+    chunked.send(chunk + chunk + chunk);
+    EXPECT_EQ(statusOf(chunked.answer()), 413);
+    EXPECT_TRUE(chunked.endsWithin(milliseconds(3000)));
+    EXPECT_EQ(statusOf(get("/description.xml")), 200) << "others are served";
+}
+
+TEST_F(ImpatientHttpSide, CutsRequestsThatDoNotArrive) {
+    RawClient silent(device->port());
+    RawClient halfHead(device->port());
+    halfHead.send("GET /description.xml HTTP/1.1\r\nHo");
+    RawClient halfBody(device->port());
+    halfBody.send(head("Content-Length: 100\r\n\r\n<a>"));
+    EXPECT_EQ(statusOf(halfHead.answer(milliseconds(3000))), 408);
+    EXPECT_TRUE(halfHead.endsWithin(milliseconds(1000)));
+    EXPECT_EQ(statusOf(halfBody.answer(milliseconds(3000))), 408);
+    EXPECT_TRUE(silent.endsWithin(milliseconds(3000)));
+    EXPECT_EQ(statusOf(get("/description.xml")), 200);
+}
+
+TEST_F(ImpatientHttpSide, DropsKeptConnectionsThatStaySilent) {
+    RawClient client(device->port());
+    client.send("GET /description.xml HTTP/1.1\r\nHost: " + host() + "\r\n\r\n");
+    EXPECT_EQ(statusOf(client.answer()), 200);
+    EXPECT_TRUE(client.endsWithin(milliseconds(3000)));
+    EXPECT_TRUE(runUntil([&] { return device->server().connectionCount() == 0; }));
+}
+
+TEST_F(HttpSide, ServesAHostWhoseIdleConnectionsFillItsShare) {
+    std::vector<std::unique_ptr<RawClient>> idle;
+    for (int count = 0; count < 500; ++count) {
+        idle.push_back(std::make_unique<RawClient>(device->port()));
+        ASSERT_TRUE(idle.back()->connected());
+    }
+    EXPECT_EQ(statusOf(get("/description.xml")), 200);
+    EXPECT_TRUE(runUntil([&] { return device->server().connectionCount() <= 32; }));
+}
+
+TEST_F(HttpSide, LosesNoDescriptorToConnectionsThatTheClientCloses) {
+    const auto keptCall = [&] {
+        RawClient client(device->port());
+        client.send(soapRequest("/AVTransport/control", std::string(kAvt) + "#GetTransportInfo",
+                                envelope(kAvt, "GetTransportInfo", "<InstanceID>0</InstanceID>")));
+        return statusOf(client.answer());
+    };
+    ASSERT_EQ(keptCall(), 200);
+    ASSERT_TRUE(runUntil([&] { return device->server().connectionCount() == 0; }));
+    const int before = openDescriptors();
+    for (int count = 0; count < 1000; ++count) {
+        ASSERT_EQ(keptCall(), 200);
+    }
+    EXPECT_TRUE(runUntil([&] { return device->server().connectionCount() == 0; }));
+    EXPECT_LE(openDescriptors(), before);
+}
+
+TEST_F(HttpSide, SurvivesClientsThatLeaveAtAnyPoint) {
+    const std::string whole =
+        soapRequest("/AVTransport/control", std::string(kAvt) + "#GetTransportInfo",
+                    envelope(kAvt, "GetTransportInfo", "<InstanceID>0</InstanceID>"));
+    for (std::size_t length = 0; length <= whole.size(); length += 7) {
+        RawClient client(device->port());
+        client.send(whole.substr(0, length));
+        runUntil([] { return false; }, milliseconds(1));
+    }
+    EXPECT_TRUE(runUntil([&] { return device->server().connectionCount() == 0; }));
+    EXPECT_EQ(statusOf(get("/description.xml")), 200);
+}
+
+TEST_F(HttpSide, KeepsAConnectionForManyCalls) {
+    RawClient client(device->port());
+    for (int count = 0; count < 20; ++count) {
+        client.send(soapRequest("/AVTransport/control", std::string(kAvt) + "#GetTransportInfo",
+                                envelope(kAvt, "GetTransportInfo", "<InstanceID>0</InstanceID>")));
+        ASSERT_EQ(statusOf(client.answer()), 200);
+    }
+    EXPECT_EQ(device->server().connectionCount(), 1u);
+}
+
+TEST_F(HttpSide, AnswersNothingWhileOffTheNetwork) {
+    device->setOnNetwork(false);
+    EXPECT_EQ(statusOf(get("/description.xml")), 503);
+    EXPECT_EQ(statusOf(call(kAvt, "Stop", "<InstanceID>0</InstanceID>")), 503);
+    device->setOnNetwork(true);
+    EXPECT_EQ(statusOf(get("/description.xml")), 200);
+}
+
+TEST_F(HttpSide, SaysWhyAnAddressCannotBeUsed) {
+    RendererDevice second({"uuid", "name", "1"}, clock, player, sound, [] {});
+    std::string error;
+    EXPECT_FALSE(second.listen("127.0.0.1", device->port(), error));
+    EXPECT_NE(error, "");
+    EXPECT_FALSE(second.listen("no address", 0, error));
+}
+
+} // namespace
+} // namespace vantor
