@@ -17,18 +17,15 @@ constexpr char kLibraryPathVariable[] = "LD_LIBRARY_PATH";
 constexpr char kLibraryPathPrefix[] = "/vxlib/DLNA:/vendor/lib/DLNA:";
 constexpr std::int32_t kMaxLaunches = 2;
 
-const char* valueOrEmpty(const char* aVariable) {
-    const char* value = std::getenv(aVariable);
-    return value != nullptr ? value : "";
-}
-
 /// The player finds the DLNA libraries ahead of the system's. The child inherits the variable, so
 /// it is changed for the whole process from the construction until restore().
 class LibraryPathForPlayer {
 public:
-    LibraryPathForPlayer() : wasSet_(std::getenv(kLibraryPathVariable) != nullptr) {
+    LibraryPathForPlayer() {
+        const char* value = std::getenv(kLibraryPathVariable);
+        wasSet_ = value != nullptr;
         // A copy: setenv may free the text that getenv has returned.
-        original_ = valueOrEmpty(kLibraryPathVariable);
+        original_ = wasSet_ ? value : "";
         std::printf("-> Original env = %s\n", original_.c_str());
         std::string path = original_;
         path.insert(0, kLibraryPathPrefix);
@@ -44,7 +41,8 @@ public:
         } else {
             unsetenv(kLibraryPathVariable);
         }
-        std::printf("<- Current env = %s\n", valueOrEmpty(kLibraryPathVariable));
+        const char* value = std::getenv(kLibraryPathVariable);
+        std::printf("<- Current env = %s\n", value != nullptr ? value : "");
     }
 
 private:
