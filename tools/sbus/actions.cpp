@@ -2,7 +2,6 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 
 #include "ServiceRecords.h"
@@ -46,10 +45,7 @@ std::string typeNames() {
 bool openOrComplain(Bus& bus) {
     if (bus.open())
         return true;
-    const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-    complain(address != nullptr
-                 ? std::string("no state bus answers at ") + address
-                 : "no state bus: DBUS_SESSION_BUS_ADDRESS is not set in this shell");
+    complain("no state bus answers; KETRA_BUS_ADDRESS or DBUS_SESSION_BUS_ADDRESS names it");
     return false;
 }
 

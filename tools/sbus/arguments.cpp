@@ -148,7 +148,7 @@ ARGUMENT is a text (after -- whatever it looks like), or -i NUMBER (signed), or
   sbus command MediaRendererService authorize_operation -u 3
   sbus set ContentPlayerService mPlayback.mPositionSec 60
 
-The bus is the one that DBUS_SESSION_BUS_ADDRESS names.
+The bus is the one that KETRA_BUS_ADDRESS names, else DBUS_SESSION_BUS_ADDRESS.
 Exit status: 0 done, 1 refused or not answered, 2 wrong use, 3 no such state,
 4 no bus.
 )";
