@@ -1,0 +1,133 @@
+#include "tv/companions.h"
+
+#include "ServiceRecords.h"
+#include "middleware/event_loop.h"
+#include "statebus/publisher.h"
+#include "ze/zeTools.h"
+
+namespace tv {
+
+const char kDaemonPath[] = "/applications/DLNA/release/bin/Vantor2";
+const char kPlayerPath[] = "/applications/DLNA/release/bin/zeGStreamerPlayer";
+
+CompanionWatch::CompanionWatch(std::function<void()> changed) : changed_(std::move(changed)) {}
+
+CompanionWatch::~CompanionWatch() {
+    if (manager_)
+        manager_->Stop();
+    if (engine_)
+        engine_->Stop();
+}
+
+bool CompanionWatch::open() {
+    engine_ = std::make_unique<zeMultiMBusEngine>(false);
+    manager_ = std::make_unique<zeSBusManager>();
+    statebus::setConnectionListener(*engine_, [this](bool connected) {
+        change([&](Companions& companions) { companions.connected = connected; });
+    });
+    manager_->RegisterRemoteSBusStateCallback(remoteState, this);
+    manager_->RegisterListeningSBusState(ContentPlayerServiceTemplate.mTypeName, "");
+    manager_->RegisterListeningSBusState(MediaRendererServiceTemplate.mTypeName, "");
+    manager_->AttachEngine(engine_.get());
+    return engine_->Open() == 0 && engine_->Start(1) == 0;
+}
+
+Companions CompanionWatch::now() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return companions_;
+}
+
+void CompanionWatch::change(const std::function<void(Companions&)>& edit) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        edit(companions_);
+    }
+    middleware::EventLoop::instance().postTask(changed_);
+}
+
+void CompanionWatch::remoteState(zeSBusManager* manager, void* user, const char* fullName,
+                                 bool added) {
+    auto* self = static_cast<CompanionWatch*>(user);
+    const std::string name = fullName;
+    const std::size_t dollar = name.find('$');
+    const std::string type = name.substr(0, dollar);
+    const std::string instance = dollar == std::string::npos ? "" : name.substr(dollar + 1);
+    if (type == ContentPlayerServiceTemplate.mTypeName) {
+        self->change([&](Companions& companions) {
+            if (added)
+                companions.players.insert(instance);
+            else
+                companions.players.erase(instance);
+        });
+        if (added)
+            manager->RegisterToStateChange(&ContentPlayerServiceTemplate, instance.c_str(),
+                                           playerChanged, self);
+    } else if (type == MediaRendererServiceTemplate.mTypeName) {
+        self->change([&](Companions& companions) {
+            companions.daemon = added;
+            companions.daemonStarts += added ? 1 : 0;
+            companions.visible = false; // until it reports otherwise
+        });
+        if (added)
+            manager->RegisterToStateChange(&MediaRendererServiceTemplate, instance.c_str(),
+                                           daemonChanged, self);
+    }
+}
+
+void CompanionWatch::playerChanged(zeSBusManager*, void* user,
+                                   const zeSBusStateSerializable* record) {
+    if (record == nullptr)
+        return;
+    const auto& player = *static_cast<const ContentPlayerService*>(record);
+    static_cast<CompanionWatch*>(user)->change(
+        [&](Companions& companions) { companions.playerState = player.mState; });
+}
+
+void CompanionWatch::daemonChanged(zeSBusManager*, void* user,
+                                   const zeSBusStateSerializable* record) {
+    if (record == nullptr)
+        return;
+    const auto& daemon = *static_cast<const MediaRendererService*>(record);
+    static_cast<CompanionWatch*>(user)->change([&](Companions& companions) {
+        companions.visible = daemon.mfVisible == 1;
+        companions.name = daemon.mFriendlyName != nullptr ? daemon.mFriendlyName : "";
+        companions.requests.clear();
+        for (unsigned i = 0;
+             daemon.mAuthorizationRequests != nullptr && i < daemon.mAuthorizationRequestsCount;
+             ++i) {
+            const MediaRendererAuthorizationRequest& request = daemon.mAuthorizationRequests[i];
+            if (request.mState == kRequestRequested || request.mState == kRequestPostponed)
+                companions.requests.insert(request.mRequestId);
+        }
+    });
+}
+
+bool CompanionWatch::takePicture(const std::string& file) {
+    const Companions companions = now();
+    if (companions.players.empty())
+        return false;
+    auto* command = static_cast<ContentPlayerServiceCustomCommand*>(
+        zeSBusState::New(&ContentPlayerServiceCustomCommandTemplate, nullptr));
+    if (command == nullptr)
+        return false;
+    command->mCommand = zeStrdup("Snapshot");
+    command->mArgument = zeStrdup(file.c_str());
+    zeSBusCommand snapshot("customcommand", command);
+    return snapshot.Execute(manager_.get(), ContentPlayerServiceTemplate.mTypeName,
+                            companions.players.begin()->c_str());
+}
+
+std::string reasonToWait(const Companions& companions) {
+    if (!companions.connected)
+        return "the state bus is gone";
+    const bool playing = companions.playerState == kPlayerPaused ||
+                         companions.playerState == kPlayerPlaying ||
+                         companions.playerState == kPlayerLoading;
+    if (playing && !companions.players.empty())
+        return "the player has not reported that it stopped";
+    if (companions.visible)
+        return "the renderer daemon has not reported that it left the network";
+    return "";
+}
+
+} // namespace tv

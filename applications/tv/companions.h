@@ -1,0 +1,66 @@
+// What the TV itself sees of the companion processes on the state bus, beside the library: whether
+// they are there, what they last reported, and the way to ask the player for a picture.
+//
+// Notices arrive on the delivery thread and are passed on to the middleware thread; `now` may be
+// called on any thread.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+
+#include "ze/zeSBus.h"
+
+namespace tv {
+
+/// Where the library starts them from.
+extern const char kDaemonPath[];
+extern const char kPlayerPath[];
+
+struct Companions {
+    bool connected = true;            ///< to the state bus
+    std::set<std::string> players;    ///< instance names
+    std::int32_t playerState = 0;     ///< a ContentPlayerState of the last report, 0 before one
+    bool daemon = false;              ///< it is on the bus
+    unsigned daemonStarts = 0;        ///< how often it has appeared there
+    bool visible = false;             ///< by its last report
+    std::string name;                 ///< the renderer's, by the daemon's last report
+    std::set<std::uint32_t> requests; ///< that wait for an answer
+};
+
+class CompanionWatch {
+public:
+    /// `changed` is called on the middleware thread after anything changed.
+    explicit CompanionWatch(std::function<void()> changed);
+    ~CompanionWatch();
+    CompanionWatch(const CompanionWatch&) = delete;
+    CompanionWatch& operator=(const CompanionWatch&) = delete;
+
+    /// False: there is no state bus.
+    bool open();
+    Companions now() const;
+    /// Writes what is on the screen to a file. False: refused or not answered.
+    bool takePicture(const std::string& file);
+
+private:
+    static void remoteState(zeSBusManager* manager, void* user, const char* fullName, bool added);
+    static void playerChanged(zeSBusManager* manager, void* user,
+                              const zeSBusStateSerializable* record);
+    static void daemonChanged(zeSBusManager* manager, void* user,
+                              const zeSBusStateSerializable* record);
+    void change(const std::function<void(Companions&)>& edit);
+
+    std::function<void()> changed_;
+    std::unique_ptr<zeMultiMBusEngine> engine_;
+    std::unique_ptr<zeSBusManager> manager_;
+    mutable std::mutex mutex_; // guards companions_
+    Companions companions_;
+};
+
+/// What keeps the library from shutting the companions down, in words; empty: nothing known.
+std::string reasonToWait(const Companions& companions);
+
+} // namespace tv

@@ -1,0 +1,42 @@
+// Speaks for the main thread while that waits inside the library, which waits without a limit.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include "tv/report.h"
+#include "tv/signals.h"
+
+namespace tv {
+
+/// While it lives, a thread of its own tells what is waited for: after some seconds by itself, and
+/// at once whenever somebody presses Ctrl-C.
+class Patience {
+public:
+    /// `what` begins the sentence ("shutting down"), `reason` says what is still missing and is
+    /// called on the other thread.
+    Patience(const EndingSignals& signals, Report& report, std::string what,
+             std::function<std::string()> reason);
+    ~Patience();
+    Patience(const Patience&) = delete;
+    Patience& operator=(const Patience&) = delete;
+
+    /// Whether a signal that ends the TV has come meanwhile.
+    bool interrupted() const { return interrupted_; }
+
+private:
+    void run();
+    void tell();
+
+    const EndingSignals& signals_;
+    Report& report_;
+    const std::string what_;
+    const std::function<std::string()> reason_;
+    const int over_; ///< readable when the wait is over
+    std::atomic<bool> interrupted_{false};
+    std::thread thread_;
+};
+
+} // namespace tv

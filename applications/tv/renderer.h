@@ -1,0 +1,74 @@
+// The television's use of the renderer library, and nothing but what it allows: an operation that
+// the library answers by aborting, because it makes no sense for the current media, is refused
+// here with a reason. Middleware thread.
+//
+// What the library's delivery thread writes is read, and commands are sent, while delivery is held
+// back; shutting down and renaming wait for reports and therefore run without that.
+#pragma once
+
+#include <string>
+
+#include "tv/events.h"
+#include "tv/permission.h"
+#include "tv/status_line.h"
+
+namespace tv {
+
+/// What became of a request, and why it was refused.
+struct Outcome {
+    bool ok = true;
+    std::string text;
+};
+
+class Renderer {
+public:
+    /// Starts the library and with it the companion processes. False: it did not start, and must
+    /// not be shut down either: the library takes that for a programming error.
+    bool start();
+    /// Ends playback and the companions and destroys the service. May wait for long.
+    void shutDown();
+    bool isRunning() const { return running_; }
+
+    /// Decodes an event and remembers what it says about the current media.
+    Event receive(unsigned long type, unsigned long code, unsigned long parameter);
+    Status status();
+
+    Outcome pause();
+    Outcome resume();
+    Outcome pauseOrResume();
+    Outcome seekTo(long seconds);
+    Outcome seekBy(long seconds);
+    /// A factor of 0 asks for the next step.
+    Outcome forward(long factor);
+    Outcome backward(long factor);
+    Outcome slow(long divisor);
+    Outcome stop();
+    Outcome volumeUp();
+    Outcome volumeDown();
+    Outcome mute(bool on);
+
+    /// Answers exactly this question: refused when the service has meanwhile taken a newer one.
+    Outcome answer(const Question& question, bool allow);
+    /// Who is asked about at all.
+    Outcome setPolicy(AnswerMode mode);
+    Outcome setVisible(bool visible);
+    /// May wait for long: the renderer daemon is started anew.
+    Outcome rename(const std::string& name);
+    /// The TV no longer shows the renderer.
+    void leave();
+
+private:
+    void remember(const Event& event);
+    std::vector<Detail> metadata(MediaKind kind);
+    Outcome changeSpeed(MM_TRICK_MODE mode, const char* refusal);
+    /// Refusal when nothing is on whose speed or position could change.
+    bool isMovieOrMusic() const;
+
+    bool running_ = false;
+    MediaKind media_ = MediaKind::kNone; ///< what is on, by its events
+    std::string title_;
+    std::optional<std::uint32_t> duration_;   ///< seconds
+    const DMRAuthRequest* request_ = nullptr; ///< the service's own, from its last event
+};
+
+} // namespace tv

@@ -1,0 +1,32 @@
+// What the TV's status line shows, and how it fits the terminal. Pure functions, any thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "tv/media.h"
+
+namespace tv {
+
+struct Status {
+    MM_STATE state = MM_STATE_IDLE;
+    MediaKind media = MediaKind::kNone;
+    std::string title;
+    std::optional<std::uint32_t> position; ///< seconds
+    std::optional<std::uint32_t> duration; ///< seconds
+    MM_TRICK_MODE speed = MM_TRICK_NUM;
+    std::string name; ///< of this renderer on the network
+    bool visible = false;
+};
+
+/// "0:07", "1:02:03".
+std::string clockText(std::uint32_t seconds);
+/// Columns that a text takes in a terminal. Bytes that are not UTF-8 take none.
+std::size_t columns(const std::string& text);
+/// As much of the text as `width` columns hold, "..." at the end when something is missing.
+std::string fitted(const std::string& text, std::size_t width);
+/// The line, `width` columns at most, nothing in it that moves the cursor.
+std::string statusLine(const Status& status, std::size_t width);
+
+} // namespace tv

@@ -1,0 +1,246 @@
+#include "tv/television.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include <poll.h>
+#include <unistd.h>
+
+#include "middleware/event_loop.h"
+
+namespace tv {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr milliseconds kStatusPeriod{500};
+/// Another television's companions would be known by then.
+constexpr milliseconds kLookAround{100};
+/// Companions of a television that was killed end by themselves within this time.
+constexpr milliseconds kOthersMayLeave{3000};
+
+constexpr char kPictureFolder[] = "KETRA_SNAPSHOT_DIR";
+
+/// As an absolute path: the companions may have a working directory of their own.
+std::string folderFromEnvironment() {
+    const char* folder = std::getenv(kPictureFolder);
+    std::error_code error;
+    const auto path =
+        std::filesystem::absolute(folder != nullptr && *folder != '\0' ? folder : ".", error);
+    return error ? "." : path.lexically_normal().string();
+}
+
+bool isFree(const Companions& companions) {
+    return companions.players.empty() && !companions.daemon;
+}
+
+} // namespace
+
+Television::Television(const Options& options, const Output& output)
+    : options_(options),
+      report_(output.own(), options.json ? Format::kJson : Format::kPlain),
+      keys_(STDIN_FILENO),
+      permission_(options.answer),
+      pictureFolder_(folderFromEnvironment()),
+      watch_(std::make_unique<CompanionWatch>([this] { onCompanions(); })) {}
+
+Television::~Television() = default;
+
+ExitCode Television::run() {
+    if (!loadScript() || !findCompanions() || !start())
+        return code_;
+    loop();
+    shutDown();
+    return code_;
+}
+
+void Television::end(ExitCode code) {
+    if (!ended_)
+        code_ = code;
+    ended_ = true;
+}
+
+bool Television::loadScript() {
+    if (options_.script.empty() || options_.script == "-")
+        return true;
+    std::ifstream file(options_.script);
+    if (!file) {
+        report_.problem("cannot read " + options_.script + ": " + std::strerror(errno));
+        end(ExitCode::kUsage);
+        return false;
+    }
+    std::string line;
+    for (int number = 1; std::getline(file, line); ++number) {
+        auto parsed = parseLine(line);
+        if (const auto* problem = std::get_if<std::string>(&parsed)) {
+            report_.problem(options_.script + ':' + std::to_string(number) + ": " + *problem);
+            end(ExitCode::kUsage);
+            return false;
+        }
+        script_.add(std::get<Command>(parsed));
+    }
+    return true;
+}
+
+bool Television::findCompanions() {
+    for (const char* path : {kPlayerPath, kDaemonPath}) {
+        if (access(path, X_OK) == 0)
+            continue;
+        report_.problem(std::string("the companion ") + path +
+                        " cannot be started: " + std::strerror(errno));
+        end(ExitCode::kNoCompanion);
+    }
+    return !ended_;
+}
+
+bool Television::start() {
+    if (!watch_->open()) {
+        report_.problem("no state bus answers; KETRA_BUS_ADDRESS or DBUS_SESSION_BUS_ADDRESS names "
+                        "it");
+        end(ExitCode::kNoBus);
+        return false;
+    }
+    auto& events = middleware::EventLoop::instance();
+    const Time begun = steady_clock::now();
+    for (Time now = begun; now < begun + (isFree(watch_->now()) ? kLookAround : kOthersMayLeave);
+         now = steady_clock::now())
+        events.dispatch(milliseconds(10));
+    if (!isFree(watch_->now())) {
+        report_.problem("another television uses this state bus already");
+        end(ExitCode::kNotStarted);
+        return false;
+    }
+    events.addHandler(*this);
+    expectCompanions();
+    // The player writes pictures into one folder only, which it has to know from the start.
+    setenv(kPictureFolder, pictureFolder_.c_str(), 1);
+    if (!renderer_.start()) {
+        events.removeHandler(*this);
+        report_.problem("the renderer did not start; --verbose shows what it says");
+        end(ExitCode::kNotStarted);
+        return false;
+    }
+    if (keys_.isTerminal() && options_.script != "-")
+        report_.text("The keyboard is the remote control, ? lists the keys.\n");
+    return true;
+}
+
+std::optional<Television::Time> Television::nextDeadline() const {
+    std::optional<Time> next;
+    const auto consider = [&](const std::optional<Time>& time) {
+        if (time && (!next || *time < *next))
+            next = time;
+    };
+    consider(script_.wakeUp());
+    consider(screen_.deadline());
+    consider(companionsDeadline_);
+    if (report_.hasStatusLine())
+        consider(steady_clock::now() + kStatusPeriod);
+    return next;
+}
+
+void Television::loop() {
+    auto& events = middleware::EventLoop::instance();
+    while (!ended_) {
+        onTime(steady_clock::now());
+        if (ended_)
+            break;
+        showStatusLine();
+        int wait = -1;
+        if (const auto deadline = nextDeadline()) {
+            const auto left = *deadline - steady_clock::now();
+            wait = static_cast<int>(
+                std::max<long long>(std::chrono::ceil<milliseconds>(left).count(), 0));
+        }
+        pollfd ready[] = {{signals_.descriptor(), POLLIN, 0},
+                          {events.fileDescriptor(), POLLIN, 0},
+                          {inputEnded_ ? -1 : STDIN_FILENO, POLLIN, 0}};
+        if (poll(ready, 3, wait) < 0)
+            continue;
+        if (ready[0].revents != 0 && signals_.take())
+            end(ExitCode::kOk);
+        if (ready[1].revents != 0)
+            events.dispatchPending();
+        if (ready[2].revents != 0)
+            onInput();
+    }
+}
+
+void Television::onTime(Time now) {
+    while (!ended_) {
+        const auto command = script_.next(now);
+        if (!command)
+            break;
+        carryOut(*command);
+        // What the command caused may be what the script waits for next.
+        middleware::EventLoop::instance().dispatchPending();
+    }
+    if (script_.inVain()) {
+        report_.problem("waited in vain for " + *script_.inVain());
+        end(ExitCode::kWaitedInVain);
+    }
+    if (screen_.onTime(now))
+        renderer_.leave();
+    if (companionsDeadline_ && now >= *companionsDeadline_)
+        onCompanionsMissing(watch_->now());
+}
+
+void Television::onInput() {
+    const InputChunk chunk = readChunk(STDIN_FILENO);
+    inputEnded_ = chunk.ended;
+    if (keys_.isTerminal() && options_.script != "-") {
+        for (const Command& command : remote_.feed(chunk.bytes))
+            carryOut(command);
+        return;
+    }
+    for (const std::string& line : lines_.feed(chunk.bytes))
+        onLine(line);
+    if (inputEnded_)
+        onLine(lines_.finish());
+}
+
+void Television::onLine(const std::string& line) {
+    auto parsed = parseLine(line);
+    if (const auto* problem = std::get_if<std::string>(&parsed))
+        report_.problem(*problem);
+    else
+        script_.add(std::get<Command>(parsed));
+}
+
+void Television::showStatusLine() {
+    if (!report_.hasStatusLine())
+        return;
+    const std::size_t width = report_.width();
+    if (!remote_.prompt().empty())
+        report_.setStatusLine(fitted(remote_.prompt(), width));
+    else if (permission_.open())
+        report_.setStatusLine(fitted("y/n: " + permission_.open()->text(), width));
+    else
+        report_.setStatusLine(statusLine(status(), width));
+}
+
+void Television::shutDown() {
+    auto& events = middleware::EventLoop::instance();
+    keys_.restore();
+    report_.setStatusLine("");
+    report_.notice("shutting down");
+    companionsDeadline_.reset();
+    events.dispatchPending();
+    {
+        const Patience patience(signals_, report_, "shutting down",
+                                [this] { return reasonToWait(watch_->now()); });
+        renderer_.shutDown();
+    }
+    // The events of the shut-down itself. What they point to is gone.
+    events.dispatchPending();
+    events.removeHandler(*this);
+    watch_.reset();
+    report_.notice("ended");
+}
+
+} // namespace tv

@@ -1,0 +1,97 @@
+// The television: starts the renderer library as a TV's middleware does, handles its events on one
+// thread, and lets a person or a script use the remote control. Main thread throughout; that is the
+// middleware thread of this process.
+#pragma once
+
+#include <memory>
+
+#include "ketra/KetraSrv.h"
+#include "tv/companions.h"
+#include "tv/input.h"
+#include "tv/options.h"
+#include "tv/output.h"
+#include "tv/patience.h"
+#include "tv/permission.h"
+#include "tv/remote_keys.h"
+#include "tv/renderer.h"
+#include "tv/report.h"
+#include "tv/script.h"
+#include "tv/signals.h"
+#include "tv/terminal.h"
+
+namespace tv {
+
+enum class ExitCode {
+    kOk = 0,
+    kUsage = 2,
+    kNotStarted = 3,
+    kNoBus = 4,
+    kNoCompanion = 5,
+    kWaitedInVain = 6,
+};
+
+class Television : private KetraEvtHandle {
+public:
+    /// `output` is diverted already and outlives the television.
+    Television(const Options& options, const Output& output);
+    ~Television() override;
+
+    /// From start to shut-down.
+    ExitCode run();
+
+private:
+    using Time = std::chrono::steady_clock::time_point;
+
+    // television.cpp: start, loop, end
+    bool loadScript();
+    bool findCompanions();
+    bool start();
+    void loop();
+    void shutDown();
+    void end(ExitCode code);
+    std::optional<Time> nextDeadline() const;
+    void onTime(Time now);
+    void onInput();
+    void onLine(const std::string& line);
+    void showStatusLine();
+
+    // television_events.cpp: what comes from the middleware and the companions
+    BOOL OnEvt(unsigned long type, unsigned long code, unsigned long parameter) override;
+    void onRequest(const Event& event);
+    void onCompanions();
+    void expectCompanions();
+    void onCompanionsMissing(const Companions& companions);
+    Status status();
+
+    // television_commands.cpp: what is asked of it
+    void carryOut(const Command& command);
+    Outcome perform(const Command& command);
+    Outcome answer(bool allow);
+    Outcome rename(const std::string& name);
+    Outcome snapshot(const std::string& file);
+
+    const Options options_;
+    EndingSignals signals_;
+    Report report_;
+    KeyByKey keys_;
+    RemoteKeys remote_;
+    LineSplitter lines_;
+    bool inputEnded_ = false;
+    Script script_;
+    Permission permission_;
+    RendererScreen screen_;
+    Renderer renderer_;
+    const std::string pictureFolder_; ///< where the player may write
+    std::unique_ptr<CompanionWatch> watch_;
+
+    bool ended_ = false;
+    ExitCode code_ = ExitCode::kOk;
+
+    Companions known_;                       ///< as they were last told about
+    bool ready_ = false;                     ///< both companions are there
+    bool wantVisible_ = true;                ///< what was asked for last
+    std::optional<Time> companionsDeadline_; ///< until when they have to be there
+    unsigned daemonStartsBefore_ = 0;        ///< a daemon that is to come must be a later one
+};
+
+} // namespace tv

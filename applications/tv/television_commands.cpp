@@ -1,0 +1,138 @@
+#include <ctime>
+#include <filesystem>
+
+#include "statebus/visible_text.h"
+#include "tv/television.h"
+
+namespace tv {
+
+namespace {
+
+std::string pictureName() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    char text[40];
+    std::strftime(text, sizeof text, "ketra-tv-%Y%m%d-%H%M%S.png", &local);
+    return text;
+}
+
+} // namespace
+
+void Television::carryOut(const Command& command) {
+    if (command.verb == Verb::kNothing)
+        return;
+    const Outcome outcome = perform(command);
+    // A key's effect is seen on the screen; only that it had none needs words.
+    if (!command.line.empty())
+        report_.reply(statebus::visibleText(command.line), outcome.ok, outcome.text);
+    else if (!outcome.ok)
+        report_.notice(outcome.text);
+    else if (command.verb == Verb::kSnapshot)
+        report_.notice("picture in " + outcome.text);
+}
+
+Outcome Television::perform(const Command& command) {
+    switch (command.verb) {
+    case Verb::kPause:
+        return renderer_.pause();
+    case Verb::kResume:
+        return renderer_.resume();
+    case Verb::kPauseOrResume:
+        return renderer_.pauseOrResume();
+    case Verb::kSeekTo:
+        return renderer_.seekTo(command.number);
+    case Verb::kSeekBy:
+        return renderer_.seekBy(command.number);
+    case Verb::kForward:
+        return renderer_.forward(command.number);
+    case Verb::kBackward:
+        return renderer_.backward(command.number);
+    case Verb::kSlow:
+        return renderer_.slow(command.number);
+    case Verb::kStop:
+        return renderer_.stop();
+    case Verb::kVolumeUp:
+        return renderer_.volumeUp();
+    case Verb::kVolumeDown:
+        return renderer_.volumeDown();
+    case Verb::kMute:
+        return renderer_.mute(true);
+    case Verb::kUnmute:
+        return renderer_.mute(false);
+    case Verb::kAllow:
+        return answer(true);
+    case Verb::kDeny:
+        return answer(false);
+    case Verb::kAnswer:
+        permission_.setMode(answerModeOf(command.text));
+        return {};
+    case Verb::kPolicy:
+        return renderer_.setPolicy(answerModeOf(command.text));
+    case Verb::kShow:
+    case Verb::kHide:
+        wantVisible_ = command.verb == Verb::kShow;
+        return renderer_.setVisible(wantVisible_);
+    case Verb::kRename:
+        return rename(command.text);
+    case Verb::kSnapshot:
+        return snapshot(command.text);
+    case Verb::kStatus:
+        report_.status(status());
+        return {};
+    case Verb::kHelp:
+        report_.text(command.line.empty() ? kKeyHelp : kCommandHelp);
+        return {};
+    case Verb::kQuit:
+        end(ExitCode::kOk);
+        return {};
+    case Verb::kNothing:
+    case Verb::kWait:
+    case Verb::kSleep:
+        break; // never come here: the script carries the waits out
+    }
+    return {};
+}
+
+Outcome Television::answer(bool allow) {
+    if (!permission_.open())
+        return {false, "no question is open"};
+    const Outcome outcome = renderer_.answer(*permission_.open(), allow);
+    if (!outcome.ok)
+        return outcome;
+    permission_.answered();
+    if (allow)
+        screen_.onAllowed(std::chrono::steady_clock::now());
+    return outcome;
+}
+
+Outcome Television::rename(const std::string& name) {
+    if (!known_.daemon)
+        return {false, "the renderer daemon is not there"};
+    daemonStartsBefore_ = known_.daemonStarts;
+    Outcome outcome;
+    bool interrupted = false;
+    {
+        const Patience patience(signals_, report_, "renaming",
+                                [this] { return reasonToWait(watch_->now()); });
+        outcome = renderer_.rename(name);
+        interrupted = patience.interrupted();
+    }
+    if (outcome.ok)
+        expectCompanions();
+    if (interrupted)
+        end(ExitCode::kOk);
+    return outcome;
+}
+
+Outcome Television::snapshot(const std::string& file) {
+    const std::filesystem::path picture = file.empty() ? pictureName() : file;
+    if (picture.extension() != ".png")
+        return {false, "a picture's name ends in .png"};
+    const std::string path = (std::filesystem::path(pictureFolder_) / picture).string();
+    if (!watch_->takePicture(path))
+        return {false, "the player writes no picture to " + statebus::visibleText(path)};
+    return {true, statebus::visibleText(path)};
+}
+
+} // namespace tv

@@ -1,0 +1,86 @@
+#include "statebus/visible_text.h"
+#include "tv/television.h"
+
+namespace tv {
+
+BOOL Television::OnEvt(unsigned long type, unsigned long code, unsigned long parameter) {
+    const Event event = renderer_.receive(type, code, parameter);
+    report_.event(event);
+    script_.onEvent(event.name);
+    if (!renderer_.isRunning())
+        return TRUE;
+    if (event.code == MM_REQ_TO_AUTH)
+        onRequest(event);
+    if (screen_.onEvent(event))
+        renderer_.leave();
+    return TRUE;
+}
+
+void Television::onRequest(const Event& event) {
+    const Answer decided = permission_.onRequest(event);
+    if (decided == Answer::kNone) {
+        report_.text(permission_.open()->text() + " (y/n)\n");
+        return;
+    }
+    const bool allow = decided == Answer::kAllow;
+    const Outcome outcome = answer(allow);
+    report_.reply(allow ? "allow" : "deny", outcome.ok, outcome.text);
+}
+
+Status Television::status() {
+    Status status = renderer_.status();
+    status.name = watch_ ? watch_->now().name : "";
+    return status;
+}
+
+void Television::expectCompanions() {
+    ready_ = false;
+    companionsDeadline_ = std::chrono::steady_clock::now() + options_.patience;
+}
+
+void Television::onCompanions() {
+    if (!renderer_.isRunning())
+        return;
+    const Companions now = watch_->now();
+    if (now.connected != known_.connected)
+        report_.notice(now.connected ? "the state bus is back" : "the state bus is gone");
+    if (now.players.size() > 1 && known_.players.size() <= 1)
+        report_.problem("another player is on the state bus: the library will ask on its console "
+                        "which one each command is for");
+    if (ready_) {
+        if (now.players.empty() && !known_.players.empty())
+            report_.problem("the player is gone; nothing can be played until the TV is started "
+                            "again");
+        if (!now.daemon && known_.daemon)
+            report_.problem("the renderer daemon is gone; no controller finds the TV until it is "
+                            "started again");
+    } else if (!now.players.empty() && now.daemon && now.daemonStarts > daemonStartsBefore_ &&
+               (now.visible || !wantVisible_)) {
+        ready_ = true;
+        companionsDeadline_.reset();
+        report_.ready(now.name);
+    }
+    known_ = now;
+    if (permission_.onPending(now.requests))
+        report_.notice("the question was not answered in time");
+}
+
+void Television::onCompanionsMissing(const Companions& companions) {
+    companionsDeadline_.reset();
+    const std::string after = " within " + std::to_string(options_.patience.count()) + " seconds; ";
+    const std::string hint = " (--verbose shows what it says)";
+    if (companions.players.empty())
+        report_.problem("the player did not appear on the state bus" + after + kPlayerPath + hint);
+    const bool daemon = companions.daemon && companions.daemonStarts > daemonStartsBefore_;
+    if (!daemon)
+        report_.problem("the renderer daemon did not appear on the state bus" + after +
+                        kDaemonPath + hint);
+    if (companions.players.empty() || !daemon) {
+        end(ExitCode::kNoCompanion);
+        return;
+    }
+    report_.problem("the renderer daemon did not report itself visible" + after + kDaemonPath +
+                    hint);
+}
+
+} // namespace tv
