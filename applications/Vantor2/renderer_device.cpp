@@ -19,10 +19,6 @@ HttpReply document(const std::string& text) {
     return reply;
 }
 
-std::string serverProduct(const DeviceIdentity& identity) {
-    return "Linux UPnP/1.0 KetraDMR/" + identity.version;
-}
-
 EventSource lastChangeSource(const char* eventNamespace,
                              std::function<EventState(const EventPeer&)> state) {
     EventSource source;
@@ -72,7 +68,7 @@ RendererDevice::RendererDevice(const DeviceIdentity& identity, const RendererClo
       renderingControl_(renderingControlDescription(), renderingControlActions(rendering_)),
       connectionControl_(connectionManagerDescription(),
                          connectionManagerActions(transport_, sink_)),
-      server_(serverProduct(identity), limits.guard) {
+      server_(serverProduct(identity.version), limits.guard) {
     addDocuments(identity);
     addServices();
 }

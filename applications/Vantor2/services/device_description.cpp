@@ -1,5 +1,7 @@
 #include "services/device_description.h"
 
+#include <sys/utsname.h>
+
 #include "base/xml.h"
 
 namespace vantor {
@@ -23,6 +25,12 @@ std::string controlPath(const ServiceDescription& service) {
 
 std::string eventPath(const ServiceDescription& service) {
     return "/" + service.path + "/event";
+}
+
+std::string serverProduct(const std::string& version) {
+    utsname system;
+    const std::string release = uname(&system) == 0 ? system.release : "0";
+    return "Linux/" + release + " UPnP/1.0 KetraDMR/" + version;
 }
 
 std::string writeDeviceDescription(const DeviceIdentity& identity,

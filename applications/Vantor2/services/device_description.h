@@ -22,6 +22,9 @@ std::string scpdPath(const ServiceDescription& service);
 std::string controlPath(const ServiceDescription& service);
 std::string eventPath(const ServiceDescription& service);
 
+/// The Server header of HTTP and SSDP: system, UPnP version, product.
+std::string serverProduct(const std::string& version);
+
 std::string writeDeviceDescription(const DeviceIdentity& identity,
                                    const std::vector<const ServiceDescription*>& services);
 

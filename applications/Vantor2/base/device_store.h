@@ -1,0 +1,42 @@
+// What the daemon remembers over restarts: its identity and the name that somebody gave it.
+//
+// A file of JSON in the state directory. A new name is on disk when setFriendlyName returns: the
+// next thing that happens may be SIGKILL. Main thread.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace vantor {
+
+class DeviceStore {
+public:
+    /// Reads the file, or makes the directory (for its owner alone) and a file with a new
+    /// identity. A file that cannot be understood is kept under another name and replaced.
+    /// Nothing, and the reason in `error`, when the directory cannot be used.
+    static std::optional<DeviceStore> open(const std::string& directory, std::string& error);
+
+    const std::string& uuid() const { return uuid_; }
+    /// The given name, %h not replaced; nothing when none was given.
+    const std::optional<std::string>& friendlyName() const { return friendlyName_; }
+
+    /// False, and the old name kept, when the name is not usable or does not reach the disk.
+    bool setFriendlyName(const std::string& name);
+
+private:
+    explicit DeviceStore(std::string directory) : directory_(std::move(directory)) {}
+    bool load(std::string& error);
+    bool save(std::string& error) const;
+
+    std::string directory_;
+    std::string uuid_;
+    std::optional<std::string> friendlyName_;
+};
+
+/// Not empty, at most 255 bytes of UTF-8, no control characters.
+bool isUsableName(const std::string& name);
+
+/// The name as the network sees it: %h is the host's name, %% a percent sign.
+std::string resolveName(const std::string& unresolved, const std::string& hostName);
+
+} // namespace vantor

@@ -1,0 +1,61 @@
+// The records of the bus and what the renderer makes of them.
+#include "bus/bus_link.h"
+
+#include <cstring>
+
+#include "ServiceRecords.h"
+
+namespace vantor {
+
+namespace {
+
+std::string asText(const char* text) {
+    return text == nullptr ? std::string() : std::string(text);
+}
+
+void fillRequest(statebus::Record& target, const std::string& path, const ControlRequest& request) {
+    target.setNumber(path + ".mCategory", request.kind == ControlKind::player ? 0 : 1);
+    target.setNumber(path + ".mRequestId", request.id);
+    target.setText(path + ".mControllerId", request.controller.shownName());
+    target.setNumber(path + ".mState", static_cast<int>(request.state));
+    target.setText(path + ".mMediaURI", request.mediaUri);
+    target.setText(path + ".mMediaMimeType", request.mediaMimeType);
+    target.setText(path + ".mMediaTitle", request.mediaTitle);
+}
+
+} // namespace
+
+PlayerReport reportOf(const ContentPlayerService& record) {
+    PlayerReport report;
+    report.state = record.mState;
+    report.errorCode = record.mErrorCode;
+    report.errorMessage = asText(record.mErrorMessage);
+    report.uri = asText(record.mTrack.mURI);
+    report.protocolInfo = asText(record.mTrack.mDLNAProfile);
+    report.durationSec = record.mTrack.mDurationSec;
+    report.positionSec = record.mPlayback.mPositionSec;
+    report.speed = asText(record.mPlayback.mSpeed);
+    report.supportedSpeeds = asText(record.mPlayback.mSupportedSpeeds);
+    if (record.mInfoStr != nullptr && std::strcmp(record.mInfoStr, "ControlledByDMP") == 0) {
+        // The local media player has the player for itself; what plays is nothing of ours.
+        report.state = kPlayerStopped;
+        report.errorCode = 0;
+    }
+    return report;
+}
+
+void fillRecord(statebus::Record& target, const RendererRecord& source) {
+    target.setNumber("mWebServerPortNumber", source.webServerPort);
+    target.setText("mFriendlyName", source.friendlyName);
+    target.setText("mFriendlyNameUnresolved", source.friendlyNameUnresolved);
+    target.setNumber("mfVisible", source.visible ? 1 : 0);
+    target.setNumber("mPlayerControlAuthorization", source.playerPolicy);
+    target.setNumber("mSoundControlAuthorization", source.soundPolicy);
+    target.resize("mAuthorizationRequests", source.requests.size());
+    std::size_t row = 0;
+    for (const ControlRequest& request : source.requests) {
+        fillRequest(target, "mAuthorizationRequests[" + std::to_string(row++) + "]", request);
+    }
+}
+
+} // namespace vantor

@@ -1,0 +1,291 @@
+#include "daemon.h"
+
+#include <functional>
+
+#include <glib-unix.h>
+#include <unistd.h>
+
+#include "base/log.h"
+#include "base/main_thread.h"
+
+#ifndef KETRA_VERSION
+#error "KETRA_VERSION comes from the build"
+#endif
+
+namespace vantor {
+
+namespace {
+
+// Without the bus there is no TV to render for.
+constexpr std::chrono::seconds kBusPatience{10};
+
+std::string hostName() {
+    char name[256] = "";
+    if (gethostname(name, sizeof(name) - 1) != 0 || name[0] == '\0') {
+        return "localhost";
+    }
+    return name;
+}
+
+std::optional<std::uint32_t> requestId(const statebus::Command& command) {
+    if (const auto* number = std::get_if<unsigned long long>(&command.argument)) {
+        return *number <= UINT32_MAX ? std::optional<std::uint32_t>(*number) : std::nullopt;
+    }
+    if (const auto* number = std::get_if<long long>(&command.argument)) {
+        const bool fits = *number >= 0 && *number <= static_cast<long long>(UINT32_MAX);
+        return fits ? std::optional<std::uint32_t>(*number) : std::nullopt;
+    }
+    return std::nullopt;
+}
+
+std::optional<int> decimal(const std::string& text) {
+    char* rest = nullptr;
+    const long number = std::strtol(text.c_str(), &rest, 10);
+    const bool whole = !text.empty() && *rest == '\0' && number >= INT16_MIN && number <= INT16_MAX;
+    return whole ? std::optional<int>(static_cast<int>(number)) : std::nullopt;
+}
+
+} // namespace
+
+Daemon::Daemon(Settings settings)
+    : settings_(std::move(settings)),
+      loop_(g_main_loop_new(nullptr, FALSE)),
+      busAway_([this] {
+          logError("the state bus has been away for ten seconds");
+          end(ExitCode::noBus);
+      }),
+      bus_(busEvents()) {}
+
+Daemon::~Daemon() {
+    g_main_loop_unref(loop_);
+}
+
+BusEvents Daemon::busEvents() {
+    BusEvents events;
+    events.playerChanged = [this](const PlayerReport& report) {
+        device_->transport().playerChanged(report);
+    };
+    events.playerGone = [this] {
+        device_->transport().playerGone();
+    };
+    events.soundChanged = [this](unsigned volume, bool mute) {
+        device_->rendering().soundChanged(volume, mute);
+    };
+    events.soundGone = [this] {
+        device_->rendering().soundGone();
+    };
+    events.command = [this](const statebus::Command& word) {
+        return command(word);
+    };
+    events.write = [this](const std::string& path, const std::string& text) {
+        return write(path, text);
+    };
+    events.connection = [this](bool connected) {
+        connectionChanged(connected);
+    };
+    return events;
+}
+
+ExitCode Daemon::run() {
+    const ExitCode started = start();
+    if (started == ExitCode::ok) {
+        const auto onSignal = [](gpointer self) -> gboolean {
+            static_cast<Daemon*>(self)->end(ExitCode::ok);
+            return G_SOURCE_CONTINUE;
+        };
+        const guint signals[] = {g_unix_signal_add(SIGTERM, onSignal, this),
+                                 g_unix_signal_add(SIGINT, onSignal, this),
+                                 g_unix_signal_add(SIGHUP, onSignal, this)};
+        g_main_loop_run(loop_);
+        for (const guint source : signals) {
+            g_source_remove(source);
+        }
+    } else {
+        exitCode_ = started;
+    }
+    sayGoodbye();
+    return exitCode_;
+}
+
+ExitCode Daemon::start() {
+    std::string error;
+    store_ = DeviceStore::open(settings_.stateDirectory, error);
+    if (!store_) {
+        logError(error);
+        return ExitCode::noState;
+    }
+    record_.friendlyNameUnresolved = store_->friendlyName().value_or(settings_.friendlyName);
+    record_.friendlyName = resolveName(record_.friendlyNameUnresolved, hostName());
+    const bool onNetwork = startNetwork(error);
+    if (!onNetwork) {
+        logError(error);
+        return ExitCode::noNetwork;
+    }
+    if (!bus_.open(error)) {
+        logError(error);
+        return ExitCode::noBus;
+    }
+    if (!discovery_->show(error)) {
+        logError(error);
+        return ExitCode::noNetwork;
+    }
+    record_.visible = true;
+    record_.playerPolicy = static_cast<int>(device_->permission().policy(ControlKind::player));
+    record_.soundPolicy = static_cast<int>(device_->permission().policy(ControlKind::sound));
+    if (!bus_.publish(record_, error)) {
+        logError("cannot publish the renderer's state: " + error);
+        return ExitCode::noBus;
+    }
+    published_ = true;
+    return ExitCode::ok;
+}
+
+bool Daemon::startNetwork(std::string& error) {
+    const auto place = choosePlace(networkPlaces(), settings_.networkInterface);
+    if (!place) {
+        error = settings_.networkInterface.empty()
+                    ? "there is no network interface to serve on"
+                    : "no such network interface or address: " + settings_.networkInterface;
+        return false;
+    }
+    const DeviceIdentity identity{store_->uuid(), record_.friendlyName, KETRA_VERSION};
+    device_ = std::make_unique<RendererDevice>(identity, clock_, bus_, bus_, [this] { publish(); });
+    if (!device_->listen(place->address, settings_.port, error)) {
+        error = "cannot serve on " + place->address + " port " + std::to_string(settings_.port) +
+                ": " + error;
+        return false;
+    }
+    record_.webServerPort = device_->port();
+    DiscoveredDevice device;
+    device.uuid = store_->uuid();
+    device.deviceType = kDeviceType;
+    for (const ServiceDescription* service :
+         {&avTransportDescription(), &renderingControlDescription(),
+          &connectionManagerDescription()}) {
+        device.serviceTypes.push_back(service->type);
+    }
+    device.descriptionPath = kDescriptionPath;
+    device.port = device_->port();
+    device.server = serverProduct(KETRA_VERSION);
+    discovery_ = std::make_unique<Discovery>(*place, std::move(device));
+    logInfo("\"" + record_.friendlyName + "\" on " + place->interface + ", http://" +
+            place->address + ":" + std::to_string(device_->port()) + kDescriptionPath);
+    return true;
+}
+
+void Daemon::end(ExitCode code) {
+    exitCode_ = code;
+    g_main_loop_quit(loop_);
+}
+
+void Daemon::sayGoodbye() {
+    closeMain();
+    if (discovery_) {
+        discovery_->hide();
+    }
+    if (published_) {
+        // Whoever waits for the renderer to leave the network learns it from the record.
+        record_.visible = false;
+        record_.requests.clear();
+        std::string ignored;
+        bus_.publish(record_, ignored);
+    }
+    published_ = false;
+    bus_.close();
+}
+
+void Daemon::publish() {
+    if (!published_) {
+        return;
+    }
+    const Permission& permission = device_->permission();
+    record_.playerPolicy = static_cast<int>(permission.policy(ControlKind::player));
+    record_.soundPolicy = static_cast<int>(permission.policy(ControlKind::sound));
+    record_.requests = permission.requests();
+    std::string error;
+    bus_.publish(record_, error);
+}
+
+bool Daemon::setVisible(bool visible) {
+    std::string error;
+    if (visible && !record_.visible) {
+        record_.visible = discovery_->show(error);
+        device_->setOnNetwork(record_.visible);
+        logInfo(record_.visible ? "shown on the network" : "not shown: " + error);
+    } else if (!visible && record_.visible) {
+        discovery_->hide();
+        record_.visible = false;
+        device_->setOnNetwork(false);
+        logInfo("hidden from the network");
+    }
+    // Also when nothing changed: whoever wrote waits for a record that says what is true.
+    publish();
+    return record_.visible == visible;
+}
+
+bool Daemon::command(const statebus::Command& command) {
+    Permission& permission = device_->permission();
+    struct AnswerRow {
+        const char* word;
+        bool (Permission::*answer)(std::uint32_t);
+    };
+    static constexpr AnswerRow kAnswers[] = {
+        {"authorize_operation", &Permission::allow},
+        {"deny_operation", &Permission::deny},
+        {"postpone_authorization", &Permission::postpone},
+    };
+    for (const AnswerRow& row : kAnswers) {
+        if (command.word == row.word) {
+            const auto id = requestId(command);
+            return id && (permission.*row.answer)(*id);
+        }
+    }
+    if (command.word == "setfriendlyname") {
+        const auto* name = std::get_if<std::string>(&command.argument);
+        return name != nullptr && rename(*name);
+    }
+    if (command.word == "exit") {
+        end(ExitCode::ok);
+        return true;
+    }
+    logWarning("unknown command: " + command.word);
+    return false;
+}
+
+// Stored only: the record and the announcements change when the daemon starts again, which the TV
+// brings about at once.
+bool Daemon::rename(const std::string& name) {
+    const bool stored = store_->setFriendlyName(name);
+    if (stored) {
+        logInfo("the name from the next start on is \"" + name + "\"");
+    }
+    return stored;
+}
+
+bool Daemon::write(const std::string& path, const std::string& text) {
+    const auto number = decimal(text);
+    bool accepted = false;
+    if (path == "mfVisible" && number && (*number == 0 || *number == 1)) {
+        return setVisible(*number == 1);
+    }
+    if (path == "mPlayerControlAuthorization" && number) {
+        accepted = device_->permission().setPolicy(ControlKind::player, *number);
+    } else if (path == "mSoundControlAuthorization" && number) {
+        accepted = device_->permission().setPolicy(ControlKind::sound, *number);
+    }
+    if (!accepted) {
+        logWarning("write of " + path + " refused: " + text);
+    }
+    return accepted;
+}
+
+void Daemon::connectionChanged(bool connected) {
+    if (connected) {
+        busAway_.stop();
+    } else if (!busAway_.running()) {
+        logWarning("the state bus has gone away");
+        busAway_.start(kBusPatience);
+    }
+}
+
+} // namespace vantor
