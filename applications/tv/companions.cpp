@@ -63,10 +63,9 @@ void CompanionWatch::remoteState(zeSBusManager* manager, void* user, const char*
             manager->RegisterToStateChange(&ContentPlayerServiceTemplate, instance.c_str(),
                                            playerChanged, self);
     } else if (type == MediaRendererServiceTemplate.mTypeName) {
-        self->change([&](Companions& companions) {
-            companions.daemon = added;
-            companions.daemonStarts += added ? 1 : 0;
-            companions.visible = false; // until it reports otherwise
+        self->change([](Companions& companions) {
+            companions.daemon = false; // until it reports
+            companions.visible = false;
         });
         if (added)
             manager->RegisterToStateChange(&MediaRendererServiceTemplate, instance.c_str(),
@@ -89,6 +88,8 @@ void CompanionWatch::daemonChanged(zeSBusManager*, void* user,
         return;
     const auto& daemon = *static_cast<const MediaRendererService*>(record);
     static_cast<CompanionWatch*>(user)->change([&](Companions& companions) {
+        companions.daemonStarts += companions.daemon ? 0 : 1;
+        companions.daemon = true;
         companions.visible = daemon.mfVisible == 1;
         companions.name = daemon.mFriendlyName != nullptr ? daemon.mFriendlyName : "";
         companions.requests.clear();

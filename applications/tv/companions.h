@@ -24,8 +24,8 @@ struct Companions {
     bool connected = true;            ///< to the state bus
     std::set<std::string> players;    ///< instance names
     std::int32_t playerState = 0;     ///< a ContentPlayerState of the last report, 0 before one
-    bool daemon = false;              ///< it is on the bus
-    unsigned daemonStarts = 0;        ///< how often it has appeared there
+    bool daemon = false;              ///< it is on the bus and has reported
+    unsigned daemonStarts = 0;        ///< how often one has appeared there and reported
     bool visible = false;             ///< by its last report
     std::string name;                 ///< the renderer's, by the daemon's last report
     std::set<std::uint32_t> requests; ///< that wait for an answer

@@ -69,8 +69,8 @@ std::string problemLine(const std::string& text, Format format) {
 std::string replyLine(const std::string& command, bool ok, const std::string& text, Format format) {
     if (format == Format::kJson)
         return jsonLine({{"line", "reply"}, {"command", command}, {"ok", ok}, {"text", text}});
-    return "reply " + command + (ok ? " ok" : " refused") + (text.empty() ? "" : ": " + text) +
-           '\n';
+    return "reply " + statebus::visibleText(command) + (ok ? " ok" : " refused") +
+           (text.empty() ? "" : ": " + text) + '\n';
 }
 
 std::string statusReport(const Status& status, Format format) {

@@ -25,7 +25,7 @@ void Television::carryOut(const Command& command) {
     const Outcome outcome = perform(command);
     // A key's effect is seen on the screen; only that it had none needs words.
     if (!command.line.empty())
-        report_.reply(statebus::visibleText(command.line), outcome.ok, outcome.text);
+        report_.reply(command.line, outcome.ok, outcome.text);
     else if (!outcome.ok)
         report_.notice(outcome.text);
     else if (command.verb == Verb::kSnapshot)

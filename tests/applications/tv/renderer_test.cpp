@@ -32,7 +32,8 @@ private:
 class TheTvsRenderer : public testing::Test {
 protected:
     void SetUp() override {
-        system_.onSleep = [](unsigned) {};
+        system_.onSleep = [](unsigned) {
+        };
         testing::internal::CaptureStdout(); // the library's trace is not what is tested here
         fake::addHandler(receiver_);
         ASSERT_TRUE(renderer_.start());

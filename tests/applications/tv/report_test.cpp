@@ -46,6 +46,8 @@ TEST(OtherLines, SayWhatTheyAre) {
     EXPECT_EQ(tv::problemLine("gone", Format::kJson), "{\"line\":\"problem\",\"text\":\"gone\"}\n");
     EXPECT_EQ(tv::replyLine("seek 10", true, "to 0:10", Format::kPlain),
               "reply seek 10 ok: to 0:10\n");
+    EXPECT_EQ(tv::replyLine("rename \x1b[2J", true, "", Format::kPlain),
+              "reply rename \\x1b[2J ok\n");
     EXPECT_EQ(tv::replyLine("pause", false, "it is not playing", Format::kJson),
               "{\"line\":\"reply\",\"command\":\"pause\",\"ok\":false,"
               "\"text\":\"it is not playing\"}\n");
