@@ -41,7 +41,7 @@ struct DeliveredRecord {
     std::uint64_t serial;
     std::chrono::milliseconds since{0};
     int locks = 0;
-    int newer = 0;        ///< records of the instance that were delivered after it
+    int ordinal = 0;      ///< counts the records of its instance and layout
     bool removed = false; ///< its instance is gone; `since` is when it went
     std::string fullName;
 };
@@ -75,6 +75,7 @@ struct Registration {
 struct Known {
     std::shared_ptr<const statebus::Record> latest; ///< in the publisher's layout; null: none yet
     std::uint64_t serial = 0;
+    std::map<const zeSBusStateTemplate*, DeliveredRecord*> delivered; ///< the last one in a layout
 };
 
 struct Event {

@@ -35,23 +35,22 @@ const NameHandle* intern(zeSBusManager::Data& manager, const std::string& fullNa
 /// layout get the same one.
 const zeSBusStateSerializable* recordFor(zeSBusManager::Data& manager, const std::string& fullName,
                                          const zeSBusStateTemplate& layout) {
-    const Known& known = manager.known[fullName];
-    for (const DeliveredRecord& record : manager.kept)
-        if (record.serial == known.serial && record.fullName == fullName && !record.removed &&
-            &record.record.layout() == &layout)
-            return static_cast<const zeSBusStateSerializable*>(record.record.data());
-    for (DeliveredRecord& record : manager.kept)
-        if (record.fullName == fullName && !record.removed && &record.record.layout() == &layout)
-            ++record.newer;
-    DeliveredRecord& fresh =
-        manager.kept.emplace_back(converted(*known.latest, layout), known.serial);
-    fresh.since = bus().now;
-    fresh.fullName = fullName;
-    const NameHandle* handle = intern(manager, fullName);
-    // The first field of a state is the bus's own, and this is the bus.
-    std::memcpy(const_cast<void*>(fresh.record.data()), &handle, sizeof handle);
-    forgetOldRecords(manager);
-    return static_cast<const zeSBusStateSerializable*>(fresh.record.data());
+    Known& known = manager.known[fullName];
+    DeliveredRecord*& last = known.delivered[&layout];
+    if (last == nullptr || last->serial != known.serial) {
+        DeliveredRecord& fresh =
+            manager.kept.emplace_back(converted(*known.latest, layout), known.serial);
+        fresh.since = bus().now;
+        fresh.fullName = fullName;
+        fresh.ordinal = last == nullptr ? 1 : last->ordinal + 1;
+        const NameHandle* handle = intern(manager, fullName);
+        // The first field of a state is the bus's own, and this is the bus.
+        std::memcpy(const_cast<void*>(fresh.record.data()), &handle, sizeof handle);
+        last = &fresh;
+        if (bus().now - manager.kept.front().since >= kKeptTime)
+            forgetOldRecords(manager);
+    }
+    return static_cast<const zeSBusStateSerializable*>(last->record.data());
 }
 
 /// A call that is due, made without the lock.
@@ -79,8 +78,7 @@ void callCallback(std::vector<Call>& calls, zeSBusManager* manager, const std::s
 
 void handleAdded(const Event& event, std::vector<Call>& calls) {
     zeSBusManager::Data& manager = *event.manager->data();
-    Known& known = manager.known[event.fullName];
-    known = {event.record, event.serial};
+    manager.known[event.fullName] = {event.record, event.serial, {}};
     for (const Registration& registration : manager.registrations)
         if (registration.fullName == event.fullName)
             bus().urgent.push_back({Event::What::kFirst, event.manager, event.typeName,
@@ -92,7 +90,9 @@ void handleAdded(const Event& event, std::vector<Call>& calls) {
 
 void handleChanged(const Event& event, std::vector<Call>& calls) {
     zeSBusManager::Data& manager = *event.manager->data();
-    manager.known[event.fullName] = {event.record, event.serial};
+    Known& known = manager.known[event.fullName];
+    known.latest = event.record;
+    known.serial = event.serial;
     for (const Registration& registration : manager.registrations)
         if (registration.fullName == event.fullName)
             callHandler(calls, event.manager, registration,
@@ -203,9 +203,14 @@ bool isDue() {
 } // namespace
 
 void forgetOldRecords(zeSBusManager::Data& manager) {
-    manager.kept.remove_if([](const DeliveredRecord& record) {
-        return record.locks == 0 && bus().now - record.since >= kKeptTime &&
-               (record.removed || record.newer >= kKeptNewer);
+    manager.kept.remove_if([&](const DeliveredRecord& record) {
+        if (record.locks != 0 || bus().now - record.since < kKeptTime)
+            return false;
+        if (record.removed)
+            return true;
+        const DeliveredRecord* last =
+            manager.known[record.fullName].delivered[&record.record.layout()];
+        return last != nullptr && last->ordinal - record.ordinal >= kKeptNewer;
     });
 }
 
