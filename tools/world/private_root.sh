@@ -36,10 +36,10 @@ private_root() {
     fi
     mkdir "$root/applications/DLNA"
     mount --rbind "$stage/applications/DLNA" "$root/applications/DLNA"
-    cd "$root"
+    cd "$root" || return
     pivot_root . .
     umount -l . # the old root, which pivot_root has put on top of the new one
-    cd "$where"
+    cd "$where" || return
 }
 
 # check_stage STAGE: says its absolute path, or what is missing.
@@ -82,17 +82,23 @@ remove_installed() {
 # run_and_wait COMMAND..: a child that Ctrl-C reaches as it reaches us, and to which TERM is passed
 # on; gives its exit status.
 run_and_wait() {
-    local status=0 again=yes
+    local status=0 again=yes stopping=
+    child=
     trap 'again=yes' INT HUP
-    trap 'again=yes; kill -TERM "$child" 2>/dev/null || true' TERM
+    trap 'again=yes stopping=yes; pass_on_term' TERM
     # The shell would start it with INT ignored and without input.
     env --default-signal=INT,QUIT "$@" <&0 8>&- &
     child=$!
+    [ -z "$stopping" ] || pass_on_term
     while [ "$again" = yes ]; do
         again=
         status=0
         wait "$child" || status=$?
     done
-    trap - INT HUP TERM
     return "$status"
+}
+
+# What run_and_wait does with TERM; with-world has its own.
+pass_on_term() {
+    [ -z "$child" ] || kill -TERM "$child" 2>/dev/null || true
 }

@@ -53,18 +53,17 @@ class Television:
         self.process.stdin.write(command + "\n")
         self.process.stdin.flush()
 
-    def wait_for(self, matches, what, seconds):
-        """The first line not yet taken that matches; lines before it are taken too."""
+    def wait_for(self, matches, what, seconds, start):
+        """Index and text of the first line from `start` on that matches."""
         deadline = time.monotonic() + seconds
         with self._changed:
             while True:
-                for index in range(self._taken, len(self._lines)):
+                for index in range(start, len(self._lines)):
                     if matches(self._lines[index]):
-                        self._taken = index + 1
-                        return self._lines[index]
+                        return index, self._lines[index]
                 left = deadline - time.monotonic()
                 if left <= 0 or self._ended:
-                    seen = [describe(line) for line in self._lines[self._taken :]]
+                    seen = [describe(line) for line in self._lines[start:]]
                     why = "the TV ended" if self._ended else f"{seconds} s are over"
                     raise Missing(f"{what} did not come ({why}); came instead: {seen}")
                 self._changed.wait(left)
@@ -72,25 +71,29 @@ class Television:
     def event(self, name, seconds=15, **details):
         """The next event of this name and with these details; others before it are skipped."""
         wanted = {"line": "event", "name": name, **details}
-        return self.wait_for(
-            lambda line: wanted.items() <= line.items(), describe(wanted), seconds
+        index, line = self.wait_for(
+            lambda line: wanted.items() <= line.items(), describe(wanted), seconds, self._taken
         )
+        self._taken = index + 1
+        return line
 
     def ready(self, seconds=20):
-        return self.wait_for(lambda line: line["line"] == "ready", "ready", seconds)
+        return self.wait_for(lambda line: line["line"] == "ready", "ready", seconds, 0)[1]
 
     def status(self, seconds=5):
-        self.say("status")
-        return self.wait_for(lambda line: line["line"] == "status", "status", seconds)
+        return self._ask("status", lambda line: line["line"] == "status", seconds)
 
     def reply(self, command, seconds=10):
         """Sends a command and waits for what the TV says to it."""
-        self.say(command)
-        return self.wait_for(
-            lambda line: line["line"] == "reply" and line["command"] == command,
-            f"a reply to {command!r}",
-            seconds,
+        return self._ask(
+            command, lambda line: line["line"] == "reply" and line["command"] == command, seconds
         )
+
+    def _ask(self, command, matches, seconds):
+        # Events that come meanwhile stay for those who wait for them.
+        start = len(self._lines)
+        self.say(command)
+        return self.wait_for(matches, f"an answer to {command!r}", seconds, start)[1]
 
     def events(self):
         with self._changed:
