@@ -1,0 +1,159 @@
+#include "bus/command_table.h"
+
+#include <array>
+#include <optional>
+#include <utility>
+
+#include "ServiceRecords.h"
+#include "logic/numbers.h"
+#include "logic/play_request.h"
+
+namespace player {
+namespace {
+
+using Argument = statebus::Command::Argument;
+
+std::string textOf(const char* text) {
+    return text == nullptr ? "" : text;
+}
+
+std::optional<Speed> speedIn(const Argument& argument) {
+    const auto* const text = std::get_if<std::string>(&argument);
+    return text == nullptr ? std::nullopt : Speed::fromText(*text);
+}
+
+/// The record in an argument, if it has the layout that is expected.
+template <class T> const T* recordIn(const Argument& argument, const zeSBusStateTemplate& layout) {
+    const auto* const record = std::get_if<statebus::Record>(&argument);
+    return record != nullptr && &record->layout() == &layout ? &record->as<T>() : nullptr;
+}
+
+bool setMedia(CommandTargets& targets, const std::string& mediaUri, const std::string& mediaInfo,
+              const std::string& trackUri, const std::string& trackInfo) {
+    std::string complaints;
+    PlayRequest request = makePlayRequest(mediaUri, mediaInfo, trackUri, trackInfo, &complaints);
+    if (!complaints.empty()) {
+        targets.log("the description of " + mediaUri + " is ignored: " + complaints);
+    }
+    return targets.player.setMedia(std::move(request));
+}
+
+bool onSetUri(const Argument& argument, CommandTargets& targets) {
+    const auto* const uri = std::get_if<std::string>(&argument);
+    return uri != nullptr && setMedia(targets, *uri, "", "", "");
+}
+
+bool onSetUriEx(const Argument& argument, CommandTargets& targets) {
+    const auto* const uris =
+        recordIn<ContentPlayerServiceURIEx>(argument, ContentPlayerServiceURIExTemplate);
+    return uris != nullptr && setMedia(targets, textOf(uris->mMediaURI), textOf(uris->mMediaInfo),
+                                       textOf(uris->mTrackURI), textOf(uris->mTrackInfo));
+}
+
+bool onPlay(const Argument& argument, CommandTargets& targets) {
+    if (std::holds_alternative<std::monostate>(argument)) {
+        return targets.player.play(Speed());
+    }
+    const std::optional<Speed> speed = speedIn(argument);
+    return speed && targets.player.play(*speed);
+}
+
+bool onSetSpeed(const Argument& argument, CommandTargets& targets) {
+    const std::optional<Speed> speed = speedIn(argument);
+    return speed && targets.player.setSpeed(*speed);
+}
+
+bool onPause(const Argument&, CommandTargets& targets) {
+    return targets.player.pause();
+}
+
+bool onStop(const Argument&, CommandTargets& targets) {
+    return targets.player.stop();
+}
+
+bool onTimeSeek(const Argument& argument, CommandTargets& targets) {
+    const auto* const text = std::get_if<std::string>(&argument);
+    const std::optional<std::int64_t> position = text == nullptr ? std::nullopt : timeInMs(*text);
+    return position && targets.player.seek(*position);
+}
+
+bool onSetPlayMode(const Argument& argument, CommandTargets& targets) {
+    const auto* const mode = std::get_if<std::string>(&argument);
+    return mode != nullptr && targets.player.setPlayMode(*mode);
+}
+
+bool onExit(const Argument&, CommandTargets& targets) {
+    targets.exit();
+    return true;
+}
+
+bool onVolume(const std::string& argument, CommandTargets& targets) {
+    if (argument == "UP") {
+        targets.sound.up();
+    } else if (argument == "DOWN") {
+        targets.sound.down();
+    } else {
+        return false;
+    }
+    return true;
+}
+
+bool onSnapshot(const std::string& argument, CommandTargets& targets) {
+    return targets.saveScreen(argument);
+}
+
+using CustomRow = std::pair<const char*, bool (*)(const std::string&, CommandTargets&)>;
+constexpr std::array kCustomCommands = {
+    CustomRow{"Volume", onVolume},
+    CustomRow{"Snapshot", onSnapshot},
+};
+
+bool onCustomCommand(const Argument& argument, CommandTargets& targets) {
+    const auto* const custom = recordIn<ContentPlayerServiceCustomCommand>(
+        argument, ContentPlayerServiceCustomCommandTemplate);
+    if (custom == nullptr) {
+        return false;
+    }
+    const std::string word = textOf(custom->mCommand);
+    for (const auto& [known, action] : kCustomCommands) {
+        if (word == known) {
+            return action(textOf(custom->mArgument), targets);
+        }
+    }
+    targets.log("the custom command " + word + " is not known");
+    return false;
+}
+
+using Row = std::pair<const char*, bool (*)(const Argument&, CommandTargets&)>;
+constexpr std::array kCommands = {
+    Row{"seturi", onSetUri},
+    Row{"seturiex", onSetUriEx},
+    Row{"play", onPlay},
+    Row{"pause", onPause},
+    Row{"stop", onStop},
+    Row{"timeseek", onTimeSeek},
+    Row{"setspeed", onSetSpeed},
+    Row{"setplaymode", onSetPlayMode},
+    Row{"customcommand", onCustomCommand},
+    Row{"exit", onExit},
+};
+
+} // namespace
+
+bool carryOut(const statebus::Command& command, CommandTargets& targets) {
+    for (const auto& [word, action] : kCommands) {
+        if (command.word == word) {
+            return action(command.argument, targets);
+        }
+    }
+    targets.log("the command " + command.word + " is not known");
+    return false;
+}
+
+bool carryOutWrite(const std::string& path, const std::string& text, Player& player) {
+    const std::optional<std::uint32_t> seconds = decimalNumber(text);
+    return path == "mPlayback.mPositionSec" && seconds &&
+           player.seek(static_cast<std::int64_t>(*seconds) * 1000);
+}
+
+} // namespace player

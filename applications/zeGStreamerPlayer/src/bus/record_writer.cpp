@@ -1,0 +1,70 @@
+#include "bus/record_writer.h"
+
+#include <string>
+
+#include "ServiceRecords.h"
+
+namespace player {
+namespace {
+
+void writeText(statebus::Record& record, const std::string& path, const std::string& text) {
+    if (text.empty()) {
+        record.setNull(path);
+    } else {
+        record.setText(path, text);
+    }
+}
+
+void writeMedia(statebus::Record& record, const std::string& prefix,
+                const MediaDescription& media) {
+    writeText(record, prefix + ".mURI", media.uri);
+    writeText(record, prefix + ".mTitle", media.title);
+    writeText(record, prefix + ".mAlbum", media.album);
+    writeText(record, prefix + ".mCreator", media.creator);
+    writeText(record, prefix + ".mGenre", media.genre);
+    writeText(record, prefix + ".mDateISO", media.dateIso);
+    writeText(record, prefix + ".mDLNAProfile", media.protocolInfo);
+    writeText(record, prefix + ".mMimeType", media.mimeType);
+    record.setNumber(prefix + ".mDurationSec", media.durationSec);
+}
+
+} // namespace
+
+void writeStatus(statebus::Record& record, const PlayerStatus& status) {
+    record.setNumber("mState", static_cast<long long>(status.state));
+    record.setText("mStateStr", wordOf(status.state));
+    record.setNumber("mBuffering", status.buffering ? 1 : 0);
+    writeText(record, "mInfoStr", status.infoText);
+    record.setNumber("mErrorCode", static_cast<long long>(status.error));
+    writeText(record, "mErrorMessage", describe(status.error));
+    writeMedia(record, "mMedia", status.media);
+    writeMedia(record, "mTrack", status.track);
+    record.setNumber("mPlayback.mPositionSec", status.positionSec);
+    record.setNumber("mPlayback.mPositionPercentage", status.positionPercent);
+    record.setText("mPlayback.mSpeed", status.speed.text());
+    record.setText("mPlayback.mSupportedSpeeds", status.supportedSpeeds);
+    record.setText("mPlayback.mSupportedSeekModes", status.supportedSeekModes);
+    record.setNumber("mPlayback.mTrackCount", status.trackCount);
+    record.setNumber("mPlayback.mTrackIndex", status.trackCount == 0 ? 0 : 1);
+    record.setText("mPlayMode", status.playMode);
+    record.resize("mThumbnail", status.albumArtUri.empty() ? 0 : 1);
+    if (!status.albumArtUri.empty()) {
+        record.setText("mThumbnail[0].mURI", status.albumArtUri);
+    }
+}
+
+void writeSound(statebus::Record& record, const SoundStatus& status) {
+    record.setText("mMaster.mName", "Master");
+    record.setNumber("mMaster.mVolume", status.volume);
+    record.setNumber("mMaster.mfMute", status.mute ? 1 : 0);
+}
+
+statebus::Record playerWill() {
+    statebus::Record record(ContentPlayerServiceTemplate);
+    PlayerStatus status;
+    status.error = PlayerError::kPlayerLost;
+    writeStatus(record, status);
+    return record;
+}
+
+} // namespace player

@@ -1,0 +1,189 @@
+#include "engine/facts_reader.h"
+
+#include <algorithm>
+#include <array>
+
+#include "engine/gst_handles.h"
+
+namespace player {
+namespace {
+
+struct NamePair {
+    const char* capsName;
+    const char* mimeType;
+};
+
+constexpr std::array kMimeTypes = {
+    NamePair{"video/quicktime", "video/mp4"},
+    NamePair{"audio/x-m4a", "audio/mp4"},
+    NamePair{"application/x-3gp", "video/3gpp"},
+    NamePair{"application/x-id3", "audio/mpeg"},
+    NamePair{"application/x-apetag", "audio/x-ape"},
+    NamePair{"audio/x-flac", "audio/flac"},
+    NamePair{"audio/x-wav", "audio/wav"},
+    NamePair{"video/mpegts", "video/vnd.dlna.mpeg-tts"},
+    NamePair{"video/x-msvideo", "video/x-msvideo"},
+};
+
+/// Containers that state how long they are; in the others the length is an estimate.
+constexpr std::array kExactContainers = {"video/quicktime", "audio/x-m4a",      "video/webm",
+                                         "audio/webm",      "video/x-matroska", "audio/x-matroska"};
+
+GstOwner<GstTagList> streamTags(GstElement* playbin, const char* signal, int stream) {
+    GstTagList* tags = nullptr;
+    g_signal_emit_by_name(playbin, signal, stream, &tags);
+    return GstOwner<GstTagList>(tags);
+}
+
+GstOwner<GstCaps> streamCaps(GstElement* playbin, const char* signal, int stream) {
+    GstPad* rawPad = nullptr;
+    g_signal_emit_by_name(playbin, signal, stream, &rawPad);
+    const GstOwner<GstPad> pad(rawPad);
+    return GstOwner<GstCaps>(pad ? gst_pad_get_current_caps(pad.get()) : nullptr);
+}
+
+std::string textTag(const GstTagList* tags, const char* tag) {
+    char* text = nullptr;
+    if (tags == nullptr || !gst_tag_list_get_string(tags, tag, &text)) {
+        return "";
+    }
+    const GstOwner<char> owner(text);
+    return text;
+}
+
+std::string dateTag(const GstTagList* tags) {
+    GstDateTime* date = nullptr;
+    if (tags == nullptr || !gst_tag_list_get_date_time(tags, GST_TAG_DATE_TIME, &date)) {
+        return "";
+    }
+    const GstOwner<char> text(gst_date_time_to_iso8601_string(date));
+    gst_date_time_unref(date);
+    return text ? std::string(text.get()).substr(0, 10) : "";
+}
+
+void takeTags(MediaFacts& facts, const GstTagList* tags) {
+    const auto take = [tags](std::string& field, const char* tag) {
+        if (field.empty()) {
+            field = textTag(tags, tag);
+        }
+    };
+    take(facts.title, GST_TAG_TITLE);
+    take(facts.album, GST_TAG_ALBUM);
+    take(facts.artist, GST_TAG_ARTIST);
+    take(facts.genre, GST_TAG_GENRE);
+    take(facts.videoCodec, GST_TAG_VIDEO_CODEC);
+    take(facts.audioCodec, GST_TAG_AUDIO_CODEC);
+    if (facts.dateIso.empty()) {
+        facts.dateIso = dateTag(tags);
+    }
+    guint bitrate = 0;
+    if (facts.bitrate == 0 && tags != nullptr &&
+        (gst_tag_list_get_uint(tags, GST_TAG_BITRATE, &bitrate) ||
+         gst_tag_list_get_uint(tags, GST_TAG_NOMINAL_BITRATE, &bitrate))) {
+        facts.bitrate = bitrate;
+    }
+}
+
+void takeVideo(MediaFacts& facts, GstElement* playbin, int stream) {
+    if (const auto caps = streamCaps(playbin, "get-video-pad", stream)) {
+        const GstStructure* const structure = gst_caps_get_structure(caps.get(), 0);
+        int width = 0;
+        int height = 0;
+        int numerator = 0;
+        int denominator = 1;
+        gst_structure_get_int(structure, "width", &width);
+        gst_structure_get_int(structure, "height", &height);
+        gst_structure_get_fraction(structure, "framerate", &numerator, &denominator);
+        facts.width = static_cast<unsigned>(std::max(width, 0));
+        facts.height = static_cast<unsigned>(std::max(height, 0));
+        if (numerator > 0 && denominator > 0 && facts.kind == MediaKind::kVideo) {
+            facts.frameRateThousandths = static_cast<unsigned>(
+                (static_cast<std::int64_t>(numerator) * 1000 + denominator / 2) / denominator);
+        }
+    }
+    takeTags(facts, streamTags(playbin, "get-video-tags", stream).get());
+}
+
+void takeAudio(MediaFacts& facts, GstElement* playbin, int stream) {
+    if (const auto caps = streamCaps(playbin, "get-audio-pad", stream)) {
+        const GstStructure* const structure = gst_caps_get_structure(caps.get(), 0);
+        int rate = 0;
+        int channels = 0;
+        gst_structure_get_int(structure, "rate", &rate);
+        gst_structure_get_int(structure, "channels", &channels);
+        facts.sampleRate = static_cast<unsigned>(std::max(rate, 0));
+        facts.channels = static_cast<unsigned>(std::max(channels, 0));
+    }
+    takeTags(facts, streamTags(playbin, "get-audio-tags", stream).get());
+}
+
+bool canSeek(GstElement* playbin) {
+    const GstOwner<GstQuery> query(gst_query_new_seeking(GST_FORMAT_TIME));
+    gboolean seekable = FALSE;
+    if (gst_element_query(playbin, query.get())) {
+        gst_query_parse_seeking(query.get(), nullptr, &seekable, nullptr, nullptr);
+    }
+    return seekable != FALSE;
+}
+
+} // namespace
+
+std::string mimeTypeForCaps(const std::string& capsName, MediaKind kind) {
+    std::string mime = capsName;
+    for (const NamePair& pair : kMimeTypes) {
+        if (capsName == pair.capsName) {
+            mime = pair.mimeType;
+        }
+    }
+    if (kind == MediaKind::kUnknown || kindNamedIn(mime) == kind) {
+        return mime;
+    }
+    const std::size_t slash = mime.find('/');
+    return std::string(wordOf(kind)) + "/" +
+           (slash == std::string::npos ? std::string("*") : mime.substr(slash + 1));
+}
+
+MediaFacts readFacts(GstElement* playbin, const std::string& capsName, const GstTagList* tags,
+                     ImageType imageType) {
+    int videoStreams = 0;
+    int audioStreams = 0;
+    int video = -1;
+    int audio = -1;
+    g_object_get(playbin, "n-video", &videoStreams, "n-audio", &audioStreams, "current-video",
+                 &video, "current-audio", &audio, nullptr);
+    MediaFacts facts;
+    if (capsName.rfind("image/", 0) == 0 && audioStreams == 0) {
+        facts.kind = MediaKind::kImage;
+        facts.imageType = imageType;
+    } else {
+        facts.kind = videoStreams > 0 ? MediaKind::kVideo : MediaKind::kAudio;
+    }
+    facts.mimeType = mimeTypeForCaps(capsName, facts.kind);
+    takeTags(facts, tags);
+    if (videoStreams > 0) {
+        takeVideo(facts, playbin, std::max(video, 0));
+    }
+    if (audioStreams > 0) {
+        takeAudio(facts, playbin, std::max(audio, 0));
+        facts.audioTracks = static_cast<unsigned>(audioStreams);
+        facts.audioTrack = std::max(audio, 0);
+    }
+    if (facts.kind == MediaKind::kImage) {
+        facts.bitrate = 0;
+        facts.videoCodec.clear();
+        return facts;
+    }
+    if (videoStreams > 0) {
+        facts.videoTrack = std::max(video, 0);
+    }
+    gint64 duration = -1;
+    if (gst_element_query_duration(playbin, GST_FORMAT_TIME, &duration) && duration >= 0) {
+        facts.durationMs = duration / GST_MSECOND;
+        facts.durationExact = std::find(kExactContainers.begin(), kExactContainers.end(),
+                                        capsName) != kExactContainers.end();
+    }
+    facts.seekable = canSeek(playbin);
+    return facts;
+}
+
+} // namespace player

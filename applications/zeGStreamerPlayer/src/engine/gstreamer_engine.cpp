@@ -1,0 +1,213 @@
+#include "engine/gstreamer_engine.h"
+
+#include <cstdlib>
+#include <utility>
+
+#include "engine/screenshot.h"
+#include "process/log.h"
+
+namespace player {
+namespace {
+
+constexpr unsigned kTimerMs = 200;
+
+} // namespace
+
+GStreamerEngine::GStreamerEngine(Settings settings, TaskQueue& logicQueue,
+                                 std::function<void(const EngineEvent&)> onEvent)
+    : settings_(std::move(settings)),
+      logicQueue_(logicQueue),
+      onEvent_(std::move(onEvent)),
+      context_(g_main_context_new()),
+      loop_(g_main_loop_new(context_, FALSE)),
+      queue_(context_),
+      thread_([this] { run(); }) {}
+
+GStreamerEngine::~GStreamerEngine() {
+    if (thread_.joinable() && !shutDown(kStandstill)) {
+        logError("the media thread does not end");
+        std::_Exit(EXIT_FAILURE);
+    }
+    g_main_loop_unref(loop_);
+    g_main_context_unref(context_);
+}
+
+void GStreamerEngine::run() {
+    g_main_context_push_thread_default(context_);
+    GError* rawError = nullptr;
+    if (!gst_init_check(nullptr, nullptr, &rawError)) {
+        const GstOwner<GError> error(rawError);
+        logError(std::string("GStreamer does not start: ") + (error ? error->message : ""));
+    }
+    logDebug("GStreamer is ready");
+    ready_ = true;
+    g_main_loop_run(loop_);
+    g_main_context_pop_thread_default(context_);
+    const std::lock_guard<std::mutex> lock(endedMutex_);
+    ended_ = true;
+    endedCondition_.notify_all();
+}
+
+bool GStreamerEngine::shutDown(std::chrono::milliseconds limit) {
+    if (!thread_.joinable()) {
+        return true;
+    }
+    queue_.post([this] {
+        quitting_ = true;
+        next_.reset();
+        retire();
+        settle();
+    });
+    {
+        std::unique_lock<std::mutex> lock(endedMutex_);
+        if (!endedCondition_.wait_for(lock, limit, [this] { return ended_; })) {
+            return false;
+        }
+    }
+    thread_.join();
+    return true;
+}
+
+bool GStreamerEngine::responds() {
+    const auto now = std::chrono::steady_clock::now();
+    if (pingAnswered_ || !ready_) {
+        // Looking for plug-ins on the first start of all may take long; nothing hangs then.
+        pinged_ = now;
+        if (ready_) {
+            pingAnswered_ = false;
+            queue_.post([this] { pingAnswered_ = true; });
+        }
+        return true;
+    }
+    return now - pinged_ < kStandstill;
+}
+
+void GStreamerEngine::open(Session session, const std::string& uri) {
+    queue_.post([this, session, uri] {
+        if (quitting_) {
+            return;
+        }
+        next_ = Opening{session, uri};
+        retire();
+        settle();
+    });
+}
+
+void GStreamerEngine::close(Session session) {
+    queue_.post([this, session] {
+        if (next_ && next_->session == session) {
+            next_.reset();
+        }
+        if (session_ == session) {
+            retire();
+        }
+        settle();
+    });
+}
+
+void GStreamerEngine::retire() {
+    if (session_ == 0) {
+        return;
+    }
+    session_ = 0;
+    closingSince_ = std::chrono::steady_clock::now();
+    pipeline_->retire();
+}
+
+/// Takes down what nobody wants any more as soon as that is safe, and opens what is wanted next.
+void GStreamerEngine::settle() {
+    if (pipeline_ && session_ == 0) {
+        const bool late = std::chrono::steady_clock::now() - closingSince_ > kClosingLimit;
+        if (!pipeline_->idle() && !late) {
+            return;
+        }
+        pipeline_.reset();
+    }
+    if (!pipeline_ && next_) {
+        const Opening opening = *next_;
+        next_.reset();
+        session_ = opening.session;
+        pipeline_ = std::make_unique<Pipeline>(
+            settings_, opening.uri, context_, queue_, [this, opening](auto what) {
+                if (session_ == opening.session) {
+                    logicQueue_.post([this, event = EngineEvent{opening.session, std::move(what)}] {
+                        onEvent_(event);
+                    });
+                } else {
+                    // A step of a retired media ended: it may be taken down now.
+                    queue_.post([this] { settle(); });
+                }
+            });
+        pipeline_->setSound(volume_, mute_);
+    }
+    if (pipeline_ && timer_ == nullptr) {
+        timer_ = g_timeout_source_new(kTimerMs);
+        g_source_set_callback(timer_, &GStreamerEngine::timerFired, this, nullptr);
+        g_source_attach(timer_, context_);
+    } else if (!pipeline_ && timer_ != nullptr) {
+        g_source_destroy(timer_);
+        g_source_unref(timer_);
+        timer_ = nullptr;
+    }
+    if (!pipeline_ && quitting_) {
+        g_main_loop_quit(loop_);
+    }
+}
+
+gboolean GStreamerEngine::timerFired(gpointer self) {
+    static_cast<GStreamerEngine*>(self)->onTimer();
+    return G_SOURCE_CONTINUE;
+}
+
+void GStreamerEngine::onTimer() {
+    if (pipeline_) {
+        pipeline_->onTimer();
+    }
+    settle();
+}
+
+void GStreamerEngine::withSession(Session session, const std::function<void(Pipeline&)>& order) {
+    queue_.post([this, session, order] {
+        if (pipeline_ && session_ == session) {
+            order(*pipeline_);
+        }
+    });
+}
+
+void GStreamerEngine::play(Session session) {
+    withSession(session, [](Pipeline& pipeline) { pipeline.play(); });
+}
+
+void GStreamerEngine::pause(Session session) {
+    withSession(session, [](Pipeline& pipeline) { pipeline.pause(); });
+}
+
+void GStreamerEngine::seek(Session session, std::int64_t positionMs) {
+    withSession(session, [positionMs](Pipeline& pipeline) { pipeline.seek(positionMs); });
+}
+
+void GStreamerEngine::setSpeed(Session session, Speed speed) {
+    withSession(session, [speed](Pipeline& pipeline) { pipeline.setSpeed(speed); });
+}
+
+void GStreamerEngine::setVolume(unsigned percent, bool mute) {
+    queue_.post([this, percent, mute] {
+        volume_ = percent;
+        mute_ = mute;
+        if (pipeline_) {
+            pipeline_->setSound(percent, mute);
+        }
+    });
+}
+
+void GStreamerEngine::saveScreen(const std::string& path,
+                                 std::function<void(const std::string& error)> done) {
+    queue_.post([this, path, done = std::move(done)] {
+        const GstOwner<GstSample> sample(pipeline_ && session_ != 0 ? pipeline_->screen()
+                                                                    : nullptr);
+        std::string error = writePng(sample.get(), path);
+        logicQueue_.post([done, error = std::move(error)] { done(error); });
+    });
+}
+
+} // namespace player

@@ -1,0 +1,93 @@
+// The media engine on GStreamer: a thread of its own that owns one pipeline at a time.
+//
+// The thread that gives the orders never waits for GStreamer; it watches over it instead. A media
+// thread that stands still cannot be helped from inside: the process has to be replaced.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "engine/media_engine.h"
+#include "engine/pipeline.h"
+#include "process/settings.h"
+#include "process/task_queue.h"
+
+namespace player {
+
+class GStreamerEngine final : public MediaEngine {
+public:
+    /// Longest time for which the media thread may be deaf.
+    static constexpr std::chrono::seconds kStandstill{10};
+    /// Longest time for which a media that nobody wants any more may finish its last step.
+    static constexpr std::chrono::seconds kClosingLimit{2};
+
+    /// Starts the thread; GStreamer is initialised there. `onEvent` is called through `logicQueue`.
+    GStreamerEngine(Settings settings, TaskQueue& logicQueue,
+                    std::function<void(const EngineEvent&)> onEvent);
+    /// Ends the thread, see shutDown; the process must not go on when it does not end.
+    ~GStreamerEngine() override;
+
+    void open(Session session, const std::string& uri) override;
+    void play(Session session) override;
+    void pause(Session session) override;
+    void seek(Session session, std::int64_t positionMs) override;
+    void setSpeed(Session session, Speed speed) override;
+    void close(Session session) override;
+    void setVolume(unsigned percent, bool mute) override;
+    void saveScreen(const std::string& path,
+                    std::function<void(const std::string& error)> done) override;
+
+    /// To be asked about once a second. False: the media thread has been deaf for too long.
+    bool responds();
+    /// Takes the pipeline down and ends the thread. False when that takes longer than `limit`; then
+    /// the thread is still there and the process has to end without destructors.
+    bool shutDown(std::chrono::milliseconds limit);
+
+private:
+    struct Opening {
+        Session session;
+        std::string uri;
+    };
+
+    void run();
+    void settle();
+    void retire();
+    void onTimer();
+    void withSession(Session session, const std::function<void(Pipeline&)>& order);
+    static gboolean timerFired(gpointer self);
+
+    const Settings settings_;
+    TaskQueue& logicQueue_;
+    std::function<void(const EngineEvent&)> onEvent_;
+    GMainContext* context_;
+    GMainLoop* loop_;
+    TaskQueue queue_;
+
+    // Media thread only.
+    std::unique_ptr<Pipeline> pipeline_;
+    Session session_ = 0; ///< of pipeline_, 0 while it is being closed
+    std::chrono::steady_clock::time_point closingSince_;
+    std::optional<Opening> next_;
+    bool quitting_ = false;
+    GSource* timer_ = nullptr;
+    unsigned volume_ = 100;
+    bool mute_ = false;
+
+    std::atomic<bool> ready_{false};
+    std::atomic<bool> pingAnswered_{true};
+    std::chrono::steady_clock::time_point pinged_;
+
+    std::mutex endedMutex_;
+    std::condition_variable endedCondition_;
+    bool ended_ = false; // guarded by endedMutex_
+    std::thread thread_;
+};
+
+} // namespace player

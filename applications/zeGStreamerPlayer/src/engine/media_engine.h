@@ -1,0 +1,92 @@
+// What the player's logic needs from whatever plays media: orders one way, events the other way.
+//
+// Orders and events are plain values and never wait, so that the two sides may live in different
+// threads or processes. Every media that is opened has a session number; events of a session that
+// is not the current one any more are old news.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <variant>
+
+#include "logic/player_error.h"
+#include "logic/speed.h"
+#include "metadata/media_facts.h"
+
+namespace player {
+
+using Session = std::uint64_t;
+
+/// The server answered; its own words about the media, "" where it said nothing.
+struct EngineAnswered {
+    std::string contentType;
+    std::string contentFeatures;
+};
+/// The media is open and stands at its start, its first picture shown.
+struct EngineOpened {
+    MediaFacts facts;
+};
+/// More became known, for instance from tags that come late.
+struct EngineFacts {
+    MediaFacts facts;
+};
+struct EnginePlaying {};
+struct EnginePaused {};
+/// How full the buffer is; under 100 the media stands still until it is full.
+struct EngineBuffering {
+    int percent;
+};
+/// Sent once a second while the media plays.
+struct EnginePosition {
+    std::int64_t positionMs;
+};
+/// A seek or a change of speed was carried out or refused; what is true now.
+struct EngineMoved {
+    bool done;
+    std::int64_t positionMs;
+    Speed speed;
+};
+/// The media ran to its end, backwards to its start.
+struct EngineEnded {
+    std::int64_t positionMs;
+};
+/// The media cannot be played (any more). Nothing else comes from this session.
+struct EngineFailed {
+    PlayerError error;
+    std::string detail; ///< for the log
+};
+
+struct EngineEvent {
+    Session session;
+    std::variant<EngineAnswered, EngineOpened, EngineFacts, EnginePlaying, EnginePaused,
+                 EngineBuffering, EnginePosition, EngineMoved, EngineEnded, EngineFailed>
+        what;
+};
+
+/// Orders are given on the logic's thread and carried out in order, each as soon as the media can
+/// bear it; orders for a session that is not open do nothing.
+class MediaEngine {
+public:
+    MediaEngine() = default;
+    MediaEngine(const MediaEngine&) = delete;
+    MediaEngine& operator=(const MediaEngine&) = delete;
+    virtual ~MediaEngine() = default;
+
+    /// Opens a media, paused. Ends the session before it.
+    virtual void open(Session session, const std::string& uri) = 0;
+    virtual void play(Session session) = 0;
+    virtual void pause(Session session) = 0;
+    virtual void seek(Session session, std::int64_t positionMs) = 0;
+    virtual void setSpeed(Session session, Speed speed) = 0;
+    /// Ends the session; the screen is black afterwards.
+    virtual void close(Session session) = 0;
+    /// Volume in percent on a scale that sounds even; holds for every session.
+    virtual void setVolume(unsigned percent, bool mute) = 0;
+    /// Writes what is on the screen to a PNG file; `done` gets an empty text or the reason why not,
+    /// on the logic's thread.
+    virtual void saveScreen(const std::string& path,
+                            std::function<void(const std::string& error)> done) = 0;
+};
+
+} // namespace player

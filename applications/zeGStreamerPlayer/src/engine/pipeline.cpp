@@ -1,0 +1,502 @@
+#include "engine/pipeline.h"
+
+#include <unistd.h>
+
+#include <cmath>
+#include <memory>
+#include <utility>
+
+#include <gst/audio/streamvolume.h>
+
+#include "engine/facts_reader.h"
+#include "engine/gstreamer_errors.h"
+#include "engine/image_type.h"
+#include "engine/sinks.h"
+#include "process/log.h"
+
+namespace player {
+namespace {
+
+/// Play flag that keeps a copy of what arrived, which is what makes backward play over HTTP
+/// possible. (The flags' type is not in any header of GStreamer.)
+constexpr unsigned kPlayFlagDownload = 0x80;
+/// Longer than the patience of the logic, which shall be the one to lose it.
+constexpr unsigned kNetworkTimeoutSeconds = 60;
+/// From this speed on only key frames are shown: decoding all would be slower than showing them.
+constexpr double kKeyFramesFrom = 8.0;
+constexpr std::chrono::seconds kPositionInterval{1};
+constexpr char kUserAgent[] = "zeGStreamerPlayer/1.5 DLNADOC/1.50";
+
+std::string header(const GstStructure* headers, const char* name) {
+    // Servers write header names in any case.
+    struct Search {
+        const char* name;
+        std::string found;
+    } search{name, ""};
+    gst_structure_foreach(
+        headers,
+        [](GQuark field, const GValue* value, gpointer user) -> gboolean {
+            auto* const wanted = static_cast<Search*>(user);
+            if (g_ascii_strcasecmp(g_quark_to_string(field), wanted->name) == 0 &&
+                G_VALUE_HOLDS_STRING(value) && g_value_get_string(value) != nullptr) {
+                wanted->found = g_value_get_string(value);
+            }
+            return TRUE;
+        },
+        &search);
+    return search.found;
+}
+
+std::string errorText(GstMessage* message) {
+    GError* rawError = nullptr;
+    char* rawDebug = nullptr;
+    gst_message_parse_error(message, &rawError, &rawDebug);
+    const GstOwner<GError> error(rawError);
+    const GstOwner<char> debug(rawDebug);
+    return std::string(error->message) + (debug ? " [" + std::string(debug.get()) + "]" : "");
+}
+
+std::string factoryName(GstElement* element) {
+    GstElementFactory* const factory = gst_element_get_factory(element);
+    const char* const name =
+        factory == nullptr ? nullptr : gst_plugin_feature_get_name(GST_PLUGIN_FEATURE(factory));
+    return name == nullptr ? "" : name;
+}
+
+/// The copy has a name only for the moment in which it is opened: nothing is left behind, however
+/// the process ends.
+void onCopyCreated(GObject* buffer, GParamSpec*, gpointer) {
+    char* path = nullptr;
+    g_object_get(buffer, "temp-location", &path, nullptr);
+    const GstOwner<char> owner(path);
+    if (path != nullptr) {
+        unlink(path);
+    }
+}
+
+} // namespace
+
+Pipeline::Pipeline(const Settings& settings, const std::string& uri, GMainContext* context,
+                   TaskQueue& queue, Report report)
+    : settings_(settings),
+      queue_(queue),
+      report_(std::move(report)),
+      playbin_(gst_element_factory_make("playbin", nullptr)) {
+    if (!playbin_) {
+        step_ = Step::kNone;
+        fail(PlayerError::kNoDecoder, "GStreamer has no playbin");
+        return;
+    }
+    gst_object_ref_sink(playbin_.get());
+    unsigned flags = 0;
+    g_object_get(playbin_.get(), "flags", &flags, nullptr);
+    g_object_set(playbin_.get(), "uri", uri.c_str(), "flags", flags | kPlayFlagDownload,
+                 "video-sink", makeVideoSink(settings), "audio-sink", makeAudioSink(settings),
+                 nullptr);
+    g_signal_connect(playbin_.get(), "source-setup", G_CALLBACK(&Pipeline::onSourceSetup), this);
+    g_signal_connect(playbin_.get(), "element-setup", G_CALLBACK(&Pipeline::onElementSetup), this);
+
+    bus_.reset(gst_element_get_bus(playbin_.get()));
+    busWatch_ = gst_bus_create_watch(bus_.get());
+    g_source_set_callback(busWatch_, G_SOURCE_FUNC(&Pipeline::onMessage), this, nullptr);
+    g_source_attach(busWatch_, context);
+
+    begin(Step::kOpen);
+    switch (gst_element_set_state(playbin_.get(), GST_STATE_PAUSED)) {
+    case GST_STATE_CHANGE_FAILURE:
+        // The reason is among the messages, unless there is none.
+        break;
+    case GST_STATE_CHANGE_NO_PREROLL:
+        queue_.post([this, alive = std::weak_ptr<bool>(alive_)] {
+            if (alive.lock() && step_ == Step::kOpen) {
+                onOpened();
+            }
+        });
+        break;
+    default:
+        break;
+    }
+}
+
+Pipeline::~Pipeline() {
+    if (!playbin_) {
+        return;
+    }
+    gst_element_set_state(playbin_.get(), GST_STATE_NULL);
+    g_source_destroy(busWatch_);
+    g_source_unref(busWatch_);
+}
+
+// Orders.
+
+void Pipeline::play() {
+    wantPlaying_ = true;
+    wish();
+}
+
+void Pipeline::pause() {
+    wantPlaying_ = false;
+    wish();
+}
+
+void Pipeline::seek(std::int64_t positionMs) {
+    wantPositionMs_ = positionMs;
+    wish();
+}
+
+void Pipeline::setSpeed(Speed speed) {
+    wantSpeed_ = speed;
+    wish();
+}
+
+void Pipeline::setSound(unsigned percent, bool mute) {
+    volume_ = percent;
+    mute_ = mute;
+    applySound();
+}
+
+void Pipeline::retire() {
+    retired_ = true;
+    mute_ = true;
+    applySound();
+}
+
+/// Orders that come together are carried out together: a speed and a position are one seek.
+void Pipeline::wish() {
+    if (wishQueued_) {
+        return;
+    }
+    wishQueued_ = true;
+    queue_.post([this, alive = std::weak_ptr<bool>(alive_)] {
+        if (alive.lock()) {
+            wishQueued_ = false;
+            takeNextStep();
+        }
+    });
+}
+
+// Steps.
+
+void Pipeline::begin(Step step) {
+    step_ = step;
+    stepBegan_ = Clock::now();
+}
+
+void Pipeline::end() {
+    step_ = Step::kNone;
+    wish();
+}
+
+void Pipeline::takeNextStep() {
+    if (!idle() || !opened_ || failed_ || retired_) {
+        return;
+    }
+    if (wantPositionMs_ || wantSpeed_ != speed_) {
+        if (move()) {
+            return;
+        }
+    }
+    const GstState target = wantPlaying_ && buffered_ >= 100 ? GST_STATE_PLAYING : GST_STATE_PAUSED;
+    if (state_ != target) {
+        changeState(target);
+        return;
+    }
+    if (state_ == GST_STATE_PLAYING && !saidPlaying_) {
+        saidPlaying_ = true;
+        positionReported_ = Clock::now();
+        samplePosition();
+        report_(EnginePlaying{});
+    } else if (!wantPlaying_ && saidPlaying_) {
+        saidPlaying_ = false;
+        report_(EnginePaused{});
+    }
+}
+
+/// True when a step has begun; false when the media refuses.
+bool Pipeline::move() {
+    const Speed speed = wantSpeed_;
+    const std::int64_t from = wantPositionMs_.value_or(positionMs()) * GST_MSECOND;
+    wantPositionMs_.reset();
+    const double rate = speed.rate();
+    int flags = GST_SEEK_FLAG_FLUSH;
+    if (std::abs(rate) >= kKeyFramesFrom) {
+        flags |= GST_SEEK_FLAG_TRICKMODE | GST_SEEK_FLAG_TRICKMODE_KEY_UNITS |
+                 GST_SEEK_FLAG_TRICKMODE_NO_AUDIO;
+    } else {
+        flags |= GST_SEEK_FLAG_ACCURATE;
+    }
+    const bool backward = speed.isBackward();
+    begin(Step::kMove);
+    if (!gst_element_seek(playbin_.get(), rate, GST_FORMAT_TIME, static_cast<GstSeekFlags>(flags),
+                          GST_SEEK_TYPE_SET, backward ? 0 : from,
+                          backward ? GST_SEEK_TYPE_SET : GST_SEEK_TYPE_END, backward ? from : 0)) {
+        step_ = Step::kNone;
+        wantSpeed_ = speed_;
+        report_(EngineMoved{false, positionMs(), speed_});
+        return false;
+    }
+    speed_ = speed;
+    applySound();
+    return true;
+}
+
+void Pipeline::changeState(GstState target) {
+    begin(Step::kChangeState);
+    state_ = target;
+    if (gst_element_set_state(playbin_.get(), target) == GST_STATE_CHANGE_FAILURE) {
+        fail(PlayerError::kNoOutput, "the pipeline does not change its state");
+    }
+}
+
+void Pipeline::onOpened() {
+    opened_ = true;
+    known_ = facts();
+    report_(EngineOpened{known_});
+    end();
+}
+
+void Pipeline::onEnd() {
+    if (!idle() || wantPositionMs_ || wantSpeed_ != speed_ || !saidPlaying_) {
+        return; // an end that was on its way when the media was moved elsewhere
+    }
+    report_(EngineEnded{endMs()});
+}
+
+void Pipeline::fail(PlayerError error, const std::string& detail) {
+    if (failed_) {
+        return;
+    }
+    failed_ = true;
+    report_(EngineFailed{error, detail});
+    end();
+}
+
+void Pipeline::onTimer() {
+    const Clock::time_point now = Clock::now();
+    if (!idle() && now - stepBegan_ > kStepLimit) {
+        fail(PlayerError::kUnreachable, "the pipeline does not get on");
+        return;
+    }
+    if (failed_ || !opened_) {
+        return;
+    }
+    if (factsStale_ && idle()) {
+        factsStale_ = false;
+        MediaFacts now_known = facts();
+        if (now_known != known_) {
+            known_ = std::move(now_known);
+            report_(EngineFacts{known_});
+        }
+    }
+    if (saidPlaying_ && idle()) {
+        samplePosition();
+    }
+    if (saidPlaying_ && idle() && now - positionReported_ >= kPositionInterval) {
+        positionReported_ = now;
+        report_(EnginePosition{positionMs()});
+    }
+}
+
+// What the pipeline says.
+
+gboolean Pipeline::onMessage(GstBus*, GstMessage* message, gpointer self) {
+    static_cast<Pipeline*>(self)->handle(message);
+    return G_SOURCE_CONTINUE;
+}
+
+void Pipeline::handle(GstMessage* message) {
+    const bool ours = GST_MESSAGE_SRC(message) == GST_OBJECT(playbin_.get());
+    switch (GST_MESSAGE_TYPE(message)) {
+    case GST_MESSAGE_ERROR:
+        fail(playerErrorFor(message, answered_), errorText(message));
+        break;
+    case GST_MESSAGE_ASYNC_DONE:
+        if (ours && step_ == Step::kOpen) {
+            onOpened();
+        } else if (ours && step_ == Step::kMove) {
+            report_(EngineMoved{true, positionMs(), speed_});
+            positionReported_ = Clock::now();
+            samplePosition();
+            end();
+        }
+        break;
+    case GST_MESSAGE_STATE_CHANGED: {
+        GstState now = GST_STATE_VOID_PENDING;
+        GstState pending = GST_STATE_VOID_PENDING;
+        gst_message_parse_state_changed(message, nullptr, &now, &pending);
+        if (ours && step_ == Step::kChangeState && now == state_ &&
+            pending == GST_STATE_VOID_PENDING) {
+            end();
+        }
+        break;
+    }
+    case GST_MESSAGE_BUFFERING:
+        gst_message_parse_buffering(message, &buffered_);
+        report_(EngineBuffering{buffered_});
+        wish();
+        break;
+    case GST_MESSAGE_EOS:
+        onEnd();
+        break;
+    case GST_MESSAGE_TAG: {
+        GstTagList* list = nullptr;
+        gst_message_parse_tag(message, &list);
+        const GstOwner<GstTagList> tags(list);
+        tags_.reset(gst_tag_list_merge(tags_.get(), tags.get(), GST_TAG_MERGE_KEEP));
+        factsStale_ = true;
+        break;
+    }
+    case GST_MESSAGE_DURATION_CHANGED:
+        factsStale_ = true;
+        break;
+    case GST_MESSAGE_LATENCY:
+        gst_bin_recalculate_latency(GST_BIN(playbin_.get()));
+        break;
+    case GST_MESSAGE_CLOCK_LOST:
+        if (idle() && state_ == GST_STATE_PLAYING) {
+            changeState(GST_STATE_PAUSED); // and on again, with the clock that there is now
+        }
+        break;
+    case GST_MESSAGE_ELEMENT:
+        if (gst_message_has_name(message, "http-headers")) {
+            handleHeaders(*gst_message_get_structure(message));
+        }
+        break;
+    default:
+        break;
+    }
+}
+
+void Pipeline::handleHeaders(const GstStructure& structure) {
+    const GValue* const value = gst_structure_get_value(&structure, "response-headers");
+    if (answered_ || value == nullptr || !GST_VALUE_HOLDS_STRUCTURE(value)) {
+        return;
+    }
+    const GstStructure* const headers = gst_value_get_structure(value);
+    if (gst_structure_n_fields(headers) == 0) {
+        return; // what a request without a connection leaves
+    }
+    answered_ = true;
+    report_(EngineAnswered{header(headers, "Content-Type"),
+                           header(headers, "contentFeatures.dlna.org")});
+}
+
+// Signals, on streaming threads.
+
+void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer) {
+    if (factoryName(source) != "souphttpsrc") {
+        return;
+    }
+    const GstOwner<GstStructure> headers(gst_structure_new(
+        "extra-headers", "getcontentFeatures.dlna.org", G_TYPE_STRING, "1", nullptr));
+    g_object_set(source, "extra-headers", headers.get(), "timeout", kNetworkTimeoutSeconds,
+                 "user-agent", kUserAgent, nullptr);
+}
+
+void Pipeline::onElementSetup(GstElement*, GstElement* element, gpointer self) {
+    auto* const pipeline = static_cast<Pipeline*>(self);
+    const std::string factory = factoryName(element);
+    if (factory == "typefind") {
+        g_signal_connect(element, "have-type", G_CALLBACK(&Pipeline::onHaveType), self);
+    } else if (factory == "downloadbuffer") {
+        pipeline->setUpDownload(element);
+    }
+}
+
+void Pipeline::setUpDownload(GstElement* element) {
+    const std::string name = settings_.downloadDir + "/zeGStreamerPlayer-XXXXXX";
+    g_object_set(element, "temp-template", name.c_str(), nullptr);
+    g_signal_connect(element, "notify::temp-location", G_CALLBACK(onCopyCreated), nullptr);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    download_ = true;
+}
+
+void Pipeline::onHaveType(GstElement* typefind, guint, GstCaps* caps, gpointer self) {
+    auto* const pipeline = static_cast<Pipeline*>(self);
+    const std::string name = gst_structure_get_name(gst_caps_get_structure(caps, 0));
+    {
+        const std::lock_guard<std::mutex> lock(pipeline->mutex_);
+        if (!pipeline->capsName_.empty()) {
+            return; // only the outermost type is that of the whole
+        }
+        pipeline->capsName_ = name;
+    }
+    if (name.rfind("image/", 0) == 0) {
+        const GstOwner<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
+        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onImageData, self,
+                          nullptr);
+    }
+}
+
+GstPadProbeReturn Pipeline::onImageData(GstPad*, GstPadProbeInfo* info, gpointer self) {
+    auto* const pipeline = static_cast<Pipeline*>(self);
+    GstMapInfo map;
+    if (!gst_buffer_map(GST_PAD_PROBE_INFO_BUFFER(info), &map, GST_MAP_READ)) {
+        return GST_PAD_PROBE_REMOVE;
+    }
+    const std::lock_guard<std::mutex> lock(pipeline->mutex_);
+    std::vector<std::uint8_t>& bytes = pipeline->imageHeader_;
+    const std::size_t room = kImageHeaderBytes - bytes.size();
+    bytes.insert(bytes.end(), map.data, map.data + std::min<std::size_t>(room, map.size));
+    gst_buffer_unmap(GST_PAD_PROBE_INFO_BUFFER(info), &map);
+    return bytes.size() < kImageHeaderBytes ? GST_PAD_PROBE_OK : GST_PAD_PROBE_REMOVE;
+}
+
+// Helpers.
+
+void Pipeline::applySound() {
+    if (!playbin_) {
+        return;
+    }
+    gst_stream_volume_set_volume(GST_STREAM_VOLUME(playbin_.get()), GST_STREAM_VOLUME_FORMAT_CUBIC,
+                                 volume_ / 100.0);
+    // Sound that is too fast, too slow or backward is no sound.
+    gst_stream_volume_set_mute(GST_STREAM_VOLUME(playbin_.get()),
+                               mute_ || !speed_.isNormal() ? TRUE : FALSE);
+}
+
+MediaFacts Pipeline::facts() {
+    std::string name;
+    bool download = false;
+    ImageType imageType = ImageType::kUnknown;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        name = capsName_;
+        download = download_;
+        imageType = imageTypeOf(imageHeader_.data(), imageHeader_.size());
+    }
+    MediaFacts facts = readFacts(playbin_.get(), name, tags_.get(), imageType);
+    facts.backward = facts.seekable && download && facts.durationExact;
+    return facts;
+}
+
+std::int64_t Pipeline::positionMs() const {
+    gint64 position = 0;
+    return gst_element_query_position(playbin_.get(), GST_FORMAT_TIME, &position)
+               ? position / static_cast<gint64>(GST_MSECOND)
+               : 0;
+}
+
+void Pipeline::samplePosition() {
+    sampledMs_ = positionMs();
+    sampledAt_ = Clock::now();
+}
+
+/// Where the media really ended. At its end GStreamer gives the position that the container
+/// promised, however much of it was missing.
+std::int64_t Pipeline::endMs() const {
+    const auto since =
+        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - sampledAt_);
+    return sampledMs_ +
+           static_cast<std::int64_t>(static_cast<double>(since.count()) * speed_.rate());
+}
+
+GstSample* Pipeline::screen() const {
+    GstSample* sample = nullptr;
+    if (playbin_ && opened_) {
+        g_object_get(playbin_.get(), "sample", &sample, nullptr);
+    }
+    return sample;
+}
+
+} // namespace player

@@ -1,0 +1,123 @@
+// One media in one GStreamer pipeline, from opening to the end.
+//
+// GStreamer crashes or stands still when a pipeline is told to do something before it has finished
+// what it was told before, above all before it has prerolled. So orders only state what is wanted;
+// one step towards it is taken at a time, the next when the pipeline reports the end of the last.
+// Everything here runs on the media thread, except where a comment says otherwise.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/gst_handles.h"
+#include "engine/media_engine.h"
+#include "process/settings.h"
+#include "process/task_queue.h"
+
+namespace player {
+
+class Pipeline {
+public:
+    using Report = std::function<void(decltype(EngineEvent::what))>;
+    using Clock = std::chrono::steady_clock;
+
+    /// A step that takes longer than this will never end.
+    static constexpr std::chrono::seconds kStepLimit{20};
+
+    /// Starts opening at once. `queue` belongs to the media thread's context.
+    Pipeline(const Settings& settings, const std::string& uri, GMainContext* context,
+             TaskQueue& queue, Report report);
+    /// Takes the pipeline down; may block as long as GStreamer does.
+    ~Pipeline();
+    Pipeline(const Pipeline&) = delete;
+    Pipeline& operator=(const Pipeline&) = delete;
+
+    void play();
+    void pause();
+    void seek(std::int64_t positionMs);
+    void setSpeed(Speed speed);
+    void setSound(unsigned percent, bool mute);
+
+    /// Nobody wants this media any more: silent at once, and no further step is begun.
+    void retire();
+
+    /// No step is under way, so it can be taken down safely.
+    bool idle() const { return step_ == Step::kNone; }
+    /// Called several times a second: position reports, late facts, the limit of a step.
+    void onTimer();
+    /// What the screen shows; null when it is black. The caller owns it.
+    GstSample* screen() const;
+
+private:
+    enum class Step { kNone, kOpen, kMove, kChangeState };
+
+    static gboolean onMessage(GstBus* bus, GstMessage* message, gpointer self);
+    static void onSourceSetup(GstElement* playbin, GstElement* source, gpointer self);
+    static void onElementSetup(GstElement* playbin, GstElement* element, gpointer self);
+    static void onHaveType(GstElement* typefind, guint probability, GstCaps* caps, gpointer self);
+    static GstPadProbeReturn onImageData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+
+    void handle(GstMessage* message);
+    void handleHeaders(const GstStructure& structure);
+    void onOpened();
+    void onEnd();
+    void begin(Step step);
+    void end();
+    void wish();
+    void takeNextStep();
+    bool move();
+    void changeState(GstState target);
+    void fail(PlayerError error, const std::string& detail);
+    void applySound();
+    MediaFacts facts();
+    std::int64_t positionMs() const;
+    void samplePosition();
+    std::int64_t endMs() const;
+    void setUpDownload(GstElement* element);
+
+    const Settings& settings_;
+    TaskQueue& queue_;
+    Report report_;
+    GstOwner<GstElement> playbin_;
+    GstOwner<GstBus> bus_;
+    GSource* busWatch_ = nullptr;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true); ///< for tasks on their way
+
+    Step step_ = Step::kNone;
+    Clock::time_point stepBegan_;
+    bool opened_ = false;
+    bool failed_ = false;
+    bool retired_ = false;
+    bool wishQueued_ = false;
+    GstState state_ = GST_STATE_PAUSED; ///< reached, or being gone to
+    bool saidPlaying_ = false;
+    bool answered_ = false;
+    bool factsStale_ = false;
+    int buffered_ = 100;
+    MediaFacts known_;
+    GstOwner<GstTagList> tags_;
+    Clock::time_point positionReported_;
+    std::int64_t sampledMs_ = 0; ///< where the media was a moment ago, at sampledAt_
+    Clock::time_point sampledAt_;
+
+    // What is wanted.
+    bool wantPlaying_ = false;
+    std::optional<std::int64_t> wantPositionMs_;
+    Speed wantSpeed_;
+    Speed speed_; ///< the one that holds
+    unsigned volume_ = 100;
+    bool mute_ = false;
+
+    // Written on streaming threads.
+    mutable std::mutex mutex_;
+    std::string capsName_;                  // guarded by mutex_
+    bool download_ = false;                 // guarded by mutex_
+    std::vector<std::uint8_t> imageHeader_; // guarded by mutex_
+};
+
+} // namespace player

@@ -1,0 +1,14 @@
+// Pictures of the screen, as PNG files. Media thread.
+#pragma once
+
+#include <string>
+
+#include <gst/gst.h>
+
+namespace player {
+
+/// A picture to write; null: the screen is black. Empty text or the reason for the failure. The
+/// file appears whole or not at all.
+std::string writePng(GstSample* picture, const std::string& path);
+
+} // namespace player

@@ -1,0 +1,63 @@
+#include "engine/sinks.h"
+
+#include <string>
+
+#include "process/log.h"
+
+namespace player {
+namespace {
+
+GstElement* makeSilentSink(const char* name) {
+    GstElement* const sink = gst_element_factory_make("fakesink", name);
+    if (sink != nullptr) {
+        // Without a clock to follow a film would be over in a moment; the last picture is kept for
+        // whoever wants to see the screen.
+        g_object_set(sink, "sync", TRUE, "enable-last-sample", TRUE, "qos", TRUE, nullptr);
+    }
+    return sink;
+}
+
+/// The element, if it exists and its device can be opened.
+GstElement* makeIfUsable(const std::string& factory, const char* name) {
+    GstElement* const sink = gst_element_factory_make(factory.c_str(), name);
+    if (sink == nullptr) {
+        return nullptr;
+    }
+    if (g_object_class_find_property(G_OBJECT_GET_CLASS(sink), "sync") != nullptr) {
+        g_object_set(sink, "sync", TRUE, nullptr);
+    }
+    if (gst_element_set_state(sink, GST_STATE_READY) == GST_STATE_CHANGE_FAILURE) {
+        gst_element_set_state(sink, GST_STATE_NULL);
+        gst_object_unref(gst_object_ref_sink(sink));
+        return nullptr;
+    }
+    gst_element_set_state(sink, GST_STATE_NULL);
+    return sink;
+}
+
+GstElement* make(const std::string& asked, const char* automatic, const char* name) {
+    if (!asked.empty()) {
+        if (GstElement* const sink = makeIfUsable(asked, name)) {
+            return sink;
+        }
+        logWarning("the sink " + asked + " cannot be used");
+    }
+    if (automatic != nullptr) {
+        if (GstElement* const sink = makeIfUsable(automatic, name)) {
+            return sink;
+        }
+    }
+    return makeSilentSink(name);
+}
+
+} // namespace
+
+GstElement* makeVideoSink(const Settings& settings) {
+    return make(settings.videoSink, settings.hasDisplay ? "autovideosink" : nullptr, "picture");
+}
+
+GstElement* makeAudioSink(const Settings& settings) {
+    return make(settings.audioSink, "autoaudiosink", "sound");
+}
+
+} // namespace player

@@ -1,0 +1,171 @@
+#include "process/player_process.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <utility>
+#include <vector>
+
+#include <glib-unix.h>
+
+#include "process/log.h"
+
+namespace player {
+namespace {
+
+constexpr unsigned kTickMs = 500;
+constexpr unsigned kBusRetryMs = 200;
+constexpr std::chrono::milliseconds kGoodbyeLimit{1500};
+
+} // namespace
+
+PlayerProcess::PlayerProcess(const Settings& settings)
+    : settings_(settings),
+      loop_(g_main_loop_new(nullptr, FALSE)),
+      queue_(nullptr),
+      engine_(settings, queue_, [this](const EngineEvent& event) { player_.onEvent(event); }),
+      player_(Player::Surroundings{engine_, [] { return std::chrono::steady_clock::now(); },
+                                   [this](const PlayerStatus& status) {
+                                       logDebug(std::string("state ") + wordOf(status.state) +
+                                                " at " + std::to_string(status.positionSec));
+                                       if (service_) {
+                                           service_->announce(status);
+                                       }
+                                   },
+                                   logInfo}),
+      sound_(engine_, [this](const SoundStatus& status) {
+          if (service_) {
+              service_->announceSound(status);
+          }
+      }) {}
+
+PlayerProcess::~PlayerProcess() {
+    for (const unsigned source : sources_) {
+        g_source_remove(source);
+    }
+    g_main_loop_unref(loop_);
+}
+
+ExitCode PlayerProcess::run() {
+    sources_ = {g_unix_signal_add(SIGTERM, &PlayerProcess::onSignal, this),
+                g_unix_signal_add(SIGINT, &PlayerProcess::onSignal, this),
+                g_timeout_add(kTickMs, &PlayerProcess::tickFired, this)};
+    busAwaySince_ = std::chrono::steady_clock::now();
+    lifeline_.emplace([this] {
+        logInfo("the process that started the player has ended");
+        end(ExitCode::kAsTold);
+    });
+    tryBus();
+    if (!ended_) {
+        g_main_loop_run(loop_);
+    }
+
+    // Whoever follows the records must not take a film for running that nobody plays any more.
+    player_.stop();
+    service_.reset();
+    if (!engine_.shutDown(kGoodbyeLimit)) {
+        // GStreamer may crash when it is interrupted; the system takes back what it holds.
+        logDebug("ending without waiting for the media");
+        std::_Exit(static_cast<int>(exitCode_));
+    }
+    return exitCode_;
+}
+
+void PlayerProcess::end(ExitCode code) {
+    if (!ended_) {
+        ended_ = true;
+        exitCode_ = code;
+        g_main_loop_quit(loop_);
+    }
+}
+
+void PlayerProcess::tryBus() {
+    service_.emplace(queue_, busHandlers());
+    std::string error;
+    if (service_->open(player_.status(), sound_.status(), &error)) {
+        logInfo("on the bus");
+        busAwaySince_.reset();
+        return;
+    }
+    logDebug(error);
+    service_.reset();
+    sources_.push_back(g_timeout_add(kBusRetryMs, &PlayerProcess::tryBusFired, this));
+}
+
+void PlayerProcess::onConnection(bool connected) {
+    logInfo(connected ? "the bus is there" : "the bus went away");
+    if (connected) {
+        busAwaySince_.reset();
+    } else if (!busAwaySince_) {
+        busAwaySince_ = std::chrono::steady_clock::now();
+    }
+}
+
+void PlayerProcess::tick() {
+    player_.tick();
+    if (!engine_.responds()) {
+        // No goodbye: the last will says that the player is lost, and why nothing plays.
+        logError("the media thread stands still");
+        std::_Exit(static_cast<int>(ExitCode::kMediaLost));
+    }
+    if (busAwaySince_ && std::chrono::steady_clock::now() - *busAwaySince_ >= kBusPatience) {
+        logError("there was no bus for " + std::to_string(kBusPatience.count()) + " seconds");
+        end(ExitCode::kBusLost);
+    }
+}
+
+bool PlayerProcess::saveScreen(const std::string& path) {
+    const std::optional<std::string> target = snapshotTarget(settings_.snapshotDir, path);
+    if (!target) {
+        logWarning("no picture may be written to " + path);
+        return false;
+    }
+    engine_.saveScreen(*target, [target = *target](const std::string& error) {
+        if (error.empty()) {
+            logInfo("picture written to " + target);
+        } else {
+            logError("no picture written: " + error);
+        }
+    });
+    return true;
+}
+
+PlayerService::Handlers PlayerProcess::busHandlers() {
+    PlayerService::Handlers handlers;
+    handlers.onPlayerCommand = [this](const statebus::Command& command) {
+        CommandTargets targets{player_, sound_,
+                               [this](const std::string& path) { return saveScreen(path); },
+                               [this] { end(ExitCode::kAsTold); }, logWarning};
+        const bool accepted = carryOut(command, targets);
+        logDebug("command " + command.word + (accepted ? " accepted" : " refused"));
+        return accepted;
+    };
+    handlers.onPlayerWrite = [this](const std::string& path, const std::string& text) {
+        return carryOutWrite(path, text, player_);
+    };
+    handlers.onSoundWrite = [this](const std::string& path, const std::string& text) {
+        return sound_.write(path, text);
+    };
+    handlers.onConnection = [this](bool connected) {
+        onConnection(connected);
+    };
+    return handlers;
+}
+
+gboolean PlayerProcess::tickFired(gpointer self) {
+    static_cast<PlayerProcess*>(self)->tick();
+    return G_SOURCE_CONTINUE;
+}
+
+gboolean PlayerProcess::tryBusFired(gpointer self) {
+    auto* const process = static_cast<PlayerProcess*>(self);
+    process->sources_.pop_back();
+    process->tryBus();
+    return G_SOURCE_REMOVE;
+}
+
+gboolean PlayerProcess::onSignal(gpointer self) {
+    static_cast<PlayerProcess*>(self)->end(ExitCode::kAsTold);
+    return G_SOURCE_CONTINUE;
+}
+
+} // namespace player

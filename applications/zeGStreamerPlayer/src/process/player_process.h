@@ -1,0 +1,67 @@
+// The player process put together: main loop, logic, media engine, bus. One object per process, on
+// the main thread.
+#pragma once
+
+#include <chrono>
+#include <optional>
+
+#include <glib.h>
+
+#include "bus/player_service.h"
+#include "engine/gstreamer_engine.h"
+#include "logic/player.h"
+#include "logic/sound.h"
+#include "process/lifeline.h"
+#include "process/settings.h"
+#include "process/task_queue.h"
+
+namespace player {
+
+/// How the process ends.
+enum class ExitCode : int {
+    kAsTold = 0,    ///< "exit", SIGTERM, SIGINT, or the starter ended
+    kFailed = 1,    ///< could not even begin
+    kBusLost = 2,   ///< no bus for ten seconds
+    kMediaLost = 3, ///< the media thread stands still; only a new process can play again
+};
+
+class PlayerProcess {
+public:
+    static constexpr std::chrono::seconds kBusPatience{10};
+
+    explicit PlayerProcess(const Settings& settings);
+    ~PlayerProcess();
+    PlayerProcess(const PlayerProcess&) = delete;
+    PlayerProcess& operator=(const PlayerProcess&) = delete;
+
+    /// Serves until told to end. Leaves the process without destructors when the media thread
+    /// stands still.
+    ExitCode run();
+
+private:
+    void end(ExitCode code);
+    void tick();
+    void tryBus();
+    void onConnection(bool connected);
+    bool saveScreen(const std::string& path);
+    PlayerService::Handlers busHandlers();
+
+    static gboolean tickFired(gpointer self);
+    static gboolean tryBusFired(gpointer self);
+    static gboolean onSignal(gpointer self);
+
+    const Settings settings_;
+    GMainLoop* loop_;
+    TaskQueue queue_;
+    GStreamerEngine engine_;
+    Player player_;
+    Sound sound_;
+    std::optional<PlayerService> service_;
+    std::optional<Lifeline> lifeline_;
+    std::optional<std::chrono::steady_clock::time_point> busAwaySince_;
+    std::vector<unsigned> sources_;
+    bool ended_ = false;
+    ExitCode exitCode_ = ExitCode::kAsTold;
+};
+
+} // namespace player

@@ -1,0 +1,73 @@
+#include "process/settings.h"
+
+#include <array>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace player {
+namespace {
+
+constexpr std::array kLevels = {
+    std::pair{"error", LogLevel::kError},
+    std::pair{"warning", LogLevel::kWarning},
+    std::pair{"info", LogLevel::kInfo},
+    std::pair{"debug", LogLevel::kDebug},
+};
+
+} // namespace
+
+Settings readSettings(const std::function<const char*(const char* name)>& lookup) {
+    const auto text = [&lookup](const char* name) {
+        const char* const value = lookup(name);
+        return std::string(value == nullptr ? "" : value);
+    };
+    Settings settings;
+    settings.videoSink = text("KETRA_VIDEO_SINK");
+    settings.audioSink = text("KETRA_AUDIO_SINK");
+    settings.snapshotDir = text("KETRA_SNAPSHOT_DIR");
+    settings.downloadDir = text("KETRA_DOWNLOAD_DIR");
+    if (settings.downloadDir.empty()) {
+        settings.downloadDir = text("TMPDIR");
+    }
+    if (settings.downloadDir.empty()) {
+        settings.downloadDir = "/tmp";
+    }
+    settings.hasDisplay = !text("DISPLAY").empty() || !text("WAYLAND_DISPLAY").empty();
+    const std::string level = text("KETRA_LOG_LEVEL");
+    for (const auto& [word, value] : kLevels) {
+        if (level == word) {
+            settings.logLevel = value;
+        }
+    }
+    return settings;
+}
+
+std::optional<std::string> snapshotTarget(const std::string& folder, const std::string& path) {
+    namespace fs = std::filesystem;
+    if (folder.empty()) {
+        return std::nullopt;
+    }
+    std::error_code error;
+    const fs::path root = fs::canonical(folder, error);
+    if (error) {
+        return std::nullopt;
+    }
+    const fs::path asked = root / path;
+    const fs::path parent = fs::canonical(asked.parent_path(), error);
+    if (error || asked.extension() != ".png") {
+        return std::nullopt;
+    }
+    const fs::path relative = parent.lexically_relative(root);
+    if (relative.empty() || *relative.begin() == "..") {
+        return std::nullopt;
+    }
+    const fs::path target = parent / asked.filename();
+    const fs::file_status status = fs::symlink_status(target, error);
+    if (fs::exists(status) && !fs::is_regular_file(status)) {
+        return std::nullopt;
+    }
+    return target.string();
+}
+
+} // namespace player

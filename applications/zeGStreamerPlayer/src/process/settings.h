@@ -1,0 +1,36 @@
+// The player's settings, all from the environment, because the process is started without
+// arguments.
+//
+//   KETRA_VIDEO_SINK     GStreamer element for the picture   (automatic, without display: none)
+//   KETRA_AUDIO_SINK     GStreamer element for the sound     (automatic)
+//   KETRA_SNAPSHOT_DIR   folder into which pictures of the screen may be written   (none: refused)
+//   KETRA_DOWNLOAD_DIR   folder for the copy that lets a film be played backwards  (TMPDIR, /tmp)
+//   KETRA_LOG_LEVEL      error, warning, info or debug   (info)
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "process/log.h"
+
+namespace player {
+
+struct Settings {
+    std::string videoSink;
+    std::string audioSink;
+    std::string snapshotDir;
+    std::string downloadDir;
+    bool hasDisplay = false;
+    LogLevel logLevel = LogLevel::kInfo;
+};
+
+/// Reads the settings through `lookup`, which answers a null pointer for a name that is not set.
+Settings readSettings(const std::function<const char*(const char* name)>& lookup);
+
+/// Where a picture asked for as `path` goes: a file directly or deeper inside `folder`, named
+/// relative to it or absolutely, ending in ".png". Nothing when the path leads anywhere else, also
+/// through symbolic links, or when its folder does not exist.
+std::optional<std::string> snapshotTarget(const std::string& folder, const std::string& path);
+
+} // namespace player

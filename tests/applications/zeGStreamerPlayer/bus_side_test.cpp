@@ -1,0 +1,249 @@
+// Commands, writes and records, without a bus: what arrives, and what is published.
+
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "ServiceRecords.h"
+#include "bus/command_table.h"
+#include "bus/record_writer.h"
+#include "process/settings.h"
+#include "support/fake_engine.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+using namespace player;
+using statebus::Command;
+using statebus::Record;
+
+class TheVocabulary : public testing::Test {
+protected:
+    bool send(const std::string& word, Command::Argument argument = {}) {
+        CommandTargets targets{player_, sound_,
+                               [this](const std::string& path) {
+                                   saved_ = path;
+                                   return path != "forbidden";
+                               },
+                               [this] { exited_ = true; },
+                               [this](const std::string& line) {
+                                   log_ += line + "\n";
+                               }};
+        return carryOut(Command{word, std::move(argument)}, targets);
+    }
+
+    bool sendCustom(const std::string& word, const std::string& argument) {
+        Record record(ContentPlayerServiceCustomCommandTemplate);
+        record.setText("mCommand", word);
+        record.setText("mArgument", argument);
+        return send("customcommand", record);
+    }
+
+    void openFilm() {
+        MediaFacts facts;
+        facts.kind = MediaKind::kVideo;
+        facts.durationMs = 100000;
+        facts.seekable = true;
+        player_.onEvent(EngineEvent{engine_.session, EngineOpened{facts}});
+        player_.onEvent(EngineEvent{engine_.session, EnginePlaying{}});
+        engine_.taken();
+    }
+
+    test::FakeEngine engine_;
+    std::string log_;
+    std::string saved_;
+    bool exited_ = false;
+    Player player_{Player::Surroundings{engine_, [] { return Player::TimePoint(); },
+                                        [](const PlayerStatus&) {},
+                                        [](const std::string&) {
+                                        }}};
+    Sound sound_{engine_, [](const SoundStatus&) {
+                 }};
+};
+
+TEST_F(TheVocabulary, OpensAnAddress) {
+    EXPECT_TRUE(send("seturi", std::string("http://h/film.mp4")));
+    EXPECT_EQ(player_.status().track.uri, "http://h/film.mp4");
+    EXPECT_FALSE(send("seturi"));
+    EXPECT_FALSE(send("seturi", std::string()));
+}
+
+TEST_F(TheVocabulary, OpensAnAddressWithItsDescription) {
+    Record uris(ContentPlayerServiceURIExTemplate);
+    uris.setText("mMediaURI", "http://h/1");
+    uris.setText("mMediaInfo",
+                 "<DIDL-Lite xmlns='urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/' "
+                 "xmlns:dc='http://purl.org/dc/elements/1.1/'><item><dc:title>T</dc:title>"
+                 "<res protocolInfo='http-get:*:video/mp4:*'>http://h/1</res></item></DIDL-Lite>");
+    EXPECT_TRUE(send("seturiex", uris));
+    EXPECT_EQ(player_.status().track.title, "T");
+    EXPECT_EQ(player_.status().track.protocolInfo, "http-get:*:video/mp4:*");
+}
+
+TEST_F(TheVocabulary, ComplainsAboutABadDescriptionAndPlaysAllTheSame) {
+    Record uris(ContentPlayerServiceURIExTemplate);
+    uris.setText("mMediaURI", "http://h/1");
+    uris.setText("mMediaInfo", "<nonsense");
+    EXPECT_TRUE(send("seturiex", uris));
+    EXPECT_NE(log_.find("not well-formed"), std::string::npos);
+}
+
+TEST_F(TheVocabulary, RefusesARecordOfAnotherKind) {
+    EXPECT_FALSE(send("seturiex", Record(ContentPlayerServiceCustomCommandTemplate)));
+    EXPECT_FALSE(send("customcommand", Record(ContentPlayerServiceURIExTemplate)));
+    EXPECT_FALSE(send("seturiex", std::string("http://h/1")));
+    EXPECT_FALSE(send("seturiex", Record(ContentPlayerServiceURIExTemplate)));
+}
+
+TEST_F(TheVocabulary, PlaysPausesSeeksAndStops) {
+    send("seturi", std::string("http://h/film.mp4"));
+    EXPECT_TRUE(send("play", std::string("1")));
+    openFilm();
+    EXPECT_TRUE(send("pause"));
+    EXPECT_TRUE(send("play", std::string("2")));
+    EXPECT_TRUE(send("setspeed", std::string("1/2")));
+    EXPECT_TRUE(send("timeseek", std::string("0:00:10")));
+    EXPECT_TRUE(carryOutWrite("mPlayback.mPositionSec", "20", player_));
+    EXPECT_TRUE(send("stop"));
+    EXPECT_EQ(engine_.taken(), "pause; speed 2; play; speed 1/2; seek 10000; seek 20000; close");
+}
+
+TEST_F(TheVocabulary, RefusesWhatItDoesNotUnderstand) {
+    send("seturi", std::string("http://h/film.mp4"));
+    send("play");
+    openFilm();
+    for (const char* text : {"", "3", "fast", "1/3"}) {
+        EXPECT_FALSE(send("play", std::string(text))) << text;
+        EXPECT_FALSE(send("setspeed", std::string(text))) << text;
+    }
+    EXPECT_FALSE(send("play", 1LL));
+    EXPECT_FALSE(send("timeseek", std::string("soon")));
+    EXPECT_FALSE(send("setplaymode", std::string("WILD")));
+    EXPECT_FALSE(send("somersault"));
+    EXPECT_NE(log_.find("somersault"), std::string::npos);
+    EXPECT_FALSE(carryOutWrite("mPlayback.mPositionSec", "-1", player_));
+    EXPECT_FALSE(carryOutWrite("mPlayback.mPositionSec", "1000", player_));
+    EXPECT_FALSE(carryOutWrite("mState", "1", player_));
+    EXPECT_EQ(engine_.taken(), "");
+}
+
+TEST_F(TheVocabulary, ChangesTheVolume) {
+    engine_.taken();
+    EXPECT_TRUE(sendCustom("Volume", "UP"));
+    EXPECT_TRUE(sendCustom("Volume", "DOWN"));
+    EXPECT_EQ(engine_.taken(), "volume 55; volume 50");
+    EXPECT_FALSE(sendCustom("Volume", "MAX"));
+    EXPECT_FALSE(sendCustom("Paint", "red"));
+    EXPECT_FALSE(send("customcommand", Record(ContentPlayerServiceCustomCommandTemplate)));
+}
+
+TEST_F(TheVocabulary, SavesTheScreenWhereThatIsAllowed) {
+    EXPECT_TRUE(sendCustom("Snapshot", "a.png"));
+    EXPECT_EQ(saved_, "a.png");
+    EXPECT_FALSE(sendCustom("Snapshot", "forbidden"));
+}
+
+TEST_F(TheVocabulary, EndsThePlayer) {
+    EXPECT_TRUE(send("exit"));
+    EXPECT_TRUE(exited_);
+}
+
+TEST(TheRecord, SaysWhatTheStatusSays) {
+    PlayerStatus status;
+    status.state = PlayerState::kPlaying;
+    status.buffering = true;
+    status.media.uri = "http://h/list";
+    status.track.uri = "http://h/1";
+    status.track.title = "T";
+    status.track.protocolInfo = "http-get:*:video/mp4:*";
+    status.track.durationSec = 100;
+    status.infoText = "MetadataStr=title:T";
+    status.positionSec = 10;
+    status.positionPercent = 10;
+    status.speed = *Speed::fromText("-2");
+    status.supportedSpeeds = "1,2";
+    status.trackCount = 1;
+    status.playMode = "NORMAL";
+    status.albumArtUri = "http://h/a.jpg";
+    Record record(ContentPlayerServiceTemplate);
+    writeStatus(record, status);
+    const auto& content = record.as<ContentPlayerService>();
+    EXPECT_EQ(content.mState, 4);
+    EXPECT_STREQ(content.mStateStr, "PLAYING");
+    EXPECT_EQ(content.mBuffering, 1);
+    EXPECT_EQ(content.mErrorCode, 0);
+    EXPECT_EQ(content.mErrorMessage, nullptr);
+    EXPECT_STREQ(content.mInfoStr, "MetadataStr=title:T");
+    EXPECT_STREQ(content.mMedia.mURI, "http://h/list");
+    EXPECT_STREQ(content.mTrack.mTitle, "T");
+    EXPECT_EQ(content.mTrack.mAlbum, nullptr);
+    EXPECT_STREQ(content.mTrack.mDLNAProfile, "http-get:*:video/mp4:*");
+    EXPECT_EQ(content.mTrack.mDurationSec, 100u);
+    EXPECT_EQ(content.mPlayback.mPositionSec, 10u);
+    EXPECT_STREQ(content.mPlayback.mSpeed, "-2");
+    EXPECT_EQ(content.mPlayback.mTrackIndex, 1);
+    ASSERT_EQ(content.mThumbnailCount, 1);
+    EXPECT_STREQ(content.mThumbnail[0].mURI, "http://h/a.jpg");
+    writeStatus(record, PlayerStatus());
+    EXPECT_EQ(record.as<ContentPlayerService>().mTrack.mDLNAProfile, nullptr);
+    EXPECT_EQ(record.as<ContentPlayerService>().mThumbnailCount, 0);
+}
+
+TEST(TheWill, IsAStopWithTheErrorThatThePlayerIsLost) {
+    const Record will = playerWill();
+    const auto& content = will.as<ContentPlayerService>();
+    EXPECT_EQ(content.mState, 1);
+    EXPECT_EQ(content.mErrorCode, 120);
+    EXPECT_STREQ(content.mErrorMessage, "The player process is gone");
+    EXPECT_EQ(content.mTrack.mDLNAProfile, nullptr);
+    EXPECT_STREQ(content.mPlayback.mSpeed, "1");
+}
+
+TEST(TheSoundRecord, HasOneChannel) {
+    Record record(SoundServiceTemplate);
+    writeSound(record, SoundStatus{35, true});
+    const auto& content = record.as<SoundService>();
+    EXPECT_STREQ(content.mMaster.mName, "Master");
+    EXPECT_EQ(content.mMaster.mVolume, 35);
+    EXPECT_EQ(content.mMaster.mfMute, 1);
+    EXPECT_EQ(content.mChannelCount, 0);
+}
+
+TEST(ASnapshot, GoesOnlyIntoItsFolder) {
+    const test::TemporaryFolder folder;
+    const std::string root = std::filesystem::canonical(folder.path()).string();
+    std::filesystem::create_directory(root + "/deeper");
+    std::filesystem::create_symlink("/", root + "/out");
+    std::filesystem::create_symlink("/etc/hostname", root + "/link.png");
+    EXPECT_EQ(snapshotTarget(root, "a.png"), root + "/a.png");
+    EXPECT_EQ(snapshotTarget(root, root + "/a.png"), root + "/a.png");
+    EXPECT_EQ(snapshotTarget(root, "deeper/a.png"), root + "/deeper/a.png");
+    EXPECT_EQ(snapshotTarget(root, "deeper/../a.png"), root + "/a.png");
+    for (const char* path : {"", "a.jpg", "../a.png", "/tmp/a.png", "out/tmp/a.png", "link.png",
+                             "missing/a.png", ".png", "deeper"}) {
+        EXPECT_FALSE(snapshotTarget(root, path)) << path;
+    }
+    EXPECT_FALSE(snapshotTarget("", "a.png"));
+    EXPECT_FALSE(snapshotTarget(root + "/missing", "a.png"));
+}
+
+TEST(TheSettings, ComeFromTheEnvironment) {
+    const Settings settings = readSettings([](const char* name) -> const char* {
+        const std::string asked = name;
+        return asked == "KETRA_VIDEO_SINK"  ? "fakesink"
+               : asked == "KETRA_LOG_LEVEL" ? "debug"
+               : asked == "DISPLAY"         ? ":0"
+                                            : nullptr;
+    });
+    EXPECT_EQ(settings.videoSink, "fakesink");
+    EXPECT_EQ(settings.audioSink, "");
+    EXPECT_EQ(settings.downloadDir, "/tmp");
+    EXPECT_TRUE(settings.hasDisplay);
+    EXPECT_EQ(settings.logLevel, LogLevel::kDebug);
+}
+
+} // namespace

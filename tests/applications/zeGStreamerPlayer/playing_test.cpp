@@ -1,0 +1,357 @@
+// Real media, served by a real HTTP server on loopback, played by the real engine.
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <iterator>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/media_server.h"
+#include "support/recorded_player.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+using player::PlayerError;
+using player::PlayerState;
+using player::Speed;
+using test::milliseconds;
+using test::Pixel;
+using test::seconds;
+
+class APlayer : public testing::Test {
+protected:
+    void playPath(const std::string& path, Speed speed = Speed()) {
+        ASSERT_TRUE(player_.setMedia(server_.address(path)));
+        ASSERT_TRUE(player_->play(speed));
+    }
+
+    void playUntilPlaying(const std::string& path) {
+        playPath(path);
+        ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying)) << player_.states();
+    }
+
+    std::int64_t positionSec() const { return player_.last().positionSec; }
+
+    test::TemporaryFolder folder_;
+    test::MediaServer server_{KETRA_TEST_MEDIA};
+    test::RecordedPlayer player_{folder_.path()};
+};
+
+bool isRed(Pixel pixel) {
+    return pixel.red > 180 && pixel.green < 80 && pixel.blue < 80;
+}
+bool isGreen(Pixel pixel) {
+    return pixel.green > 180 && pixel.red < 80 && pixel.blue < 80;
+}
+bool isBlue(Pixel pixel) {
+    return pixel.blue > 180 && pixel.red < 80 && pixel.green < 80;
+}
+bool isWhite(Pixel pixel) {
+    return pixel.red > 200 && pixel.green > 200 && pixel.blue > 200;
+}
+bool isBlack(Pixel pixel) {
+    return pixel.red < 40 && pixel.green < 40 && pixel.blue < 40;
+}
+
+TEST_F(APlayer, LoadsAndPlaysAFilm) {
+    playUntilPlaying("/good/film.mp4");
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+    EXPECT_EQ(player_.last().track.protocolInfo, "http-get:*:video/mp4:*");
+    EXPECT_EQ(player_.last().track.title, "film.mp4");
+    EXPECT_EQ(player_.last().track.durationSec, 20u);
+    EXPECT_TRUE(isRed(player_.screen().middle()));
+    EXPECT_EQ(player_.screen().width, 320);
+    EXPECT_EQ(player_.screen().height, 180);
+}
+
+TEST_F(APlayer, TellsWhatAFilmIs) {
+    playUntilPlaying("/good/film.mp4");
+    const std::string& info = player_.last().infoText;
+    EXPECT_EQ(info.rfind("MetadataStr=video/image_width:320\xEE\x82\x8Avideo/image_height:180", 0),
+              0u)
+        << info;
+    for (const char* item :
+         {"frame-rate:25000", "video-codec:Video Codec H.264", "audio-codec:Audio Codec MPEG-4 AAC",
+          "index-existed:1", "nb-audio-track:1", "nb-program:1", "AudioChannel:Stereo",
+          "sample-rate:44100", "VideoTrackID:0", "AudioTrackID:0", "title:film.mp4"}) {
+        EXPECT_NE(info.find("\xEE\x82\x8A" + std::string(item)), std::string::npos)
+            << item << " in " << info;
+    }
+    EXPECT_EQ(player_.last().supportedSpeeds,
+              "1,2,4,8,16,32,-2,-4,-8,-16,-32,1/2,1/4,1/8,1/16,1/32");
+}
+
+TEST_F(APlayer, RepeatsItsReportOnceASecondWhileItPlays) {
+    playUntilPlaying("/good/film.mp4");
+    ASSERT_TRUE(player_.waitUntil([this] { return positionSec() >= 3; }));
+    const auto& announced = player_.announced();
+    const auto count = std::count_if(announced.begin(), announced.end(), [](const auto& status) {
+        return status.state == PlayerState::kPlaying;
+    });
+    EXPECT_GE(count, 4);
+    EXPECT_LE(count, 8);
+    EXPECT_EQ(player_.last().positionPercent, 15u);
+}
+
+TEST_F(APlayer, PlaysWebm) {
+    playUntilPlaying("/good/film.webm");
+    EXPECT_NE(player_.last().infoText.find("video-codec:Video Codec VP8"), std::string::npos);
+    EXPECT_NE(player_.last().infoText.find("audio-codec:Audio Codec Opus"), std::string::npos);
+    EXPECT_TRUE(isRed(player_.screen().middle()));
+}
+
+TEST_F(APlayer, ShowsAPhotoUntilItIsStopped) {
+    playPath("/good/photo.jpg");
+    ASSERT_TRUE(player_.waitForState(PlayerState::kFinished)) << player_.states();
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING FINISHED");
+    EXPECT_EQ(player_.last().track.protocolInfo, "http-get:*:image/jpeg:*");
+    EXPECT_NE(player_.last().infoText.find("video/image_width:400"), std::string::npos);
+    EXPECT_NE(player_.last().infoText.find("image-type:0"), std::string::npos);
+    test::Picture screen = player_.screen();
+    EXPECT_EQ(screen.width, 400);
+    EXPECT_EQ(screen.height, 300);
+    EXPECT_TRUE(isBlue(screen.middle()));
+    EXPECT_FALSE(player_->pause());
+    EXPECT_FALSE(player_->seek(0));
+    EXPECT_TRUE(player_->stop());
+    EXPECT_TRUE(isBlack(player_.screen().middle()));
+}
+
+TEST_F(APlayer, KnowsWhichKindOfPictureAPngIs) {
+    playPath("/good/photo.png");
+    ASSERT_TRUE(player_.waitForState(PlayerState::kFinished)) << player_.states();
+    EXPECT_NE(player_.last().infoText.find("image-type:3"), std::string::npos);
+    EXPECT_TRUE(isGreen(player_.screen().middle()));
+}
+
+TEST_F(APlayer, ReadsTheTagsOfASong) {
+    playPath("/good/song.mp3");
+    ASSERT_TRUE(player_.waitUntil(
+        [this] { return player_.last().infoText.find("artist:") != std::string::npos; }));
+    const player::PlayerStatus& status = player_.last();
+    EXPECT_EQ(status.track.title, "Blue Hour");
+    EXPECT_EQ(status.track.creator, "The Testers");
+    EXPECT_EQ(status.track.album, "First Light");
+    EXPECT_EQ(status.track.protocolInfo, "http-get:*:audio/mpeg:*");
+    for (const char* item : {"title:Blue Hour", "album:First Light", "artist:The Testers",
+                             "year:2021", "sample-rate:44100", "AudioChannel:Stereo"}) {
+        EXPECT_NE(status.infoText.find(item), std::string::npos) << item << status.infoText;
+    }
+    EXPECT_TRUE(isBlack(player_.screen().middle()));
+}
+
+TEST_F(APlayer, TakesTheKindFromTheContentWhenNobodySaysIt) {
+    playUntilPlaying("/plain/film.mp4");
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+    EXPECT_EQ(player_.announced().at(1).track.protocolInfo, "http-get:*:video/mp4:*");
+    ASSERT_TRUE(player_->stop());
+    playUntilPlaying("/good/song.ogg");
+    EXPECT_EQ(player_.last().track.protocolInfo, "http-get:*:audio/ogg:*");
+}
+
+TEST_F(APlayer, TakesTheServersContentFeatures) {
+    playUntilPlaying("/dlna/film.mp4");
+    EXPECT_EQ(player_.last().track.protocolInfo,
+              "http-get:*:video/mp4:DLNA.ORG_OP=01;DLNA.ORG_CI=0");
+}
+
+TEST_F(APlayer, PausesAndGoesOnWhereItWas) {
+    playUntilPlaying("/good/film.mp4");
+    ASSERT_TRUE(player_.waitUntil([this] { return positionSec() >= 1; }));
+    ASSERT_TRUE(player_->pause());
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPaused));
+    const std::size_t before = player_.announced().size();
+    player_.letPass(milliseconds(1500));
+    EXPECT_EQ(player_.announced().size(), before);
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
+    EXPECT_LE(positionSec(), 2);
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING PAUSED PLAYING");
+}
+
+TEST_F(APlayer, SeeksExactlyWhilePausedAndWhilePlaying) {
+    playUntilPlaying("/good/film.mp4");
+    ASSERT_TRUE(player_->pause());
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPaused));
+    const auto seekTo = [this](std::int64_t positionMs) {
+        ASSERT_TRUE(player_->seek(positionMs));
+        ASSERT_TRUE(
+            player_.waitUntil([this, positionMs] { return positionSec() == positionMs / 1000; }));
+    };
+    seekTo(9960); // the last picture of the green part
+    EXPECT_TRUE(isGreen(player_.screen().middle()));
+    seekTo(10000); // the first one of the blue part
+    EXPECT_TRUE(isBlue(player_.screen().middle()));
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
+    seekTo(16000);
+    EXPECT_TRUE(isWhite(player_.screen().middle()));
+    EXPECT_EQ(player_.last().state, PlayerState::kPlaying);
+    EXPECT_FALSE(player_->seek(21000));
+}
+
+TEST_F(APlayer, KeepsASeekThatComesWhileItLoads) {
+    playPath("/good/film.mp4");
+    ASSERT_TRUE(player_->seek(11000));
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
+    EXPECT_EQ(positionSec(), 11);
+    EXPECT_TRUE(isBlue(player_.screen().middle()));
+}
+
+TEST_F(APlayer, RefusesASeekThatTheServerCannotServe) {
+    playUntilPlaying("/stream/film.webm");
+    EXPECT_EQ(player_.last().supportedSpeeds, "1");
+    EXPECT_FALSE(player_->seek(10000));
+    EXPECT_FALSE(player_->play(*Speed::fromText("2")));
+    ASSERT_TRUE(player_.waitUntil([this] { return positionSec() == 1; }));
+    EXPECT_EQ(player_.last().speed, Speed());
+}
+
+TEST_F(APlayer, EndsWhenTheMediaEndsAndPlaysItAgain) {
+    playUntilPlaying("/good/film.mp4");
+    ASSERT_TRUE(player_->seek(19000));
+    ASSERT_TRUE(player_.waitForState(PlayerState::kFinished));
+    EXPECT_EQ(player_.last().positionPercent, 100u);
+    EXPECT_TRUE(isBlack(player_.screen().middle()));
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
+    EXPECT_EQ(positionSec(), 0);
+}
+
+/// Plays at a speed and measures it by the positions that are reported.
+class ASpeed : public APlayer, public testing::WithParamInterface<const char*> {};
+
+TEST_P(ASpeed, IsTheOneThatIsMeasured) {
+    const Speed speed = *Speed::fromText(GetParam());
+    playUntilPlaying("/good/film.mp4");
+    ASSERT_TRUE(player_->seek(speed.isBackward() ? 19000 : 1000));
+    ASSERT_TRUE(player_.waitUntil([this] { return positionSec() >= 1; }));
+    ASSERT_TRUE(player_->play(speed));
+    ASSERT_TRUE(player_.waitUntil([this, speed] { return player_.last().speed == speed; }));
+    const std::int64_t from = positionSec();
+    const std::size_t reports = player_.announced().size();
+    const auto began = std::chrono::steady_clock::now();
+    ASSERT_TRUE(
+        player_.waitUntil([this, reports] { return player_.announced().size() >= reports + 2; }));
+    const double took =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
+    const double moved = static_cast<double>(positionSec() - from);
+    EXPECT_EQ(player_.last().state, PlayerState::kPlaying);
+    EXPECT_NEAR(moved / took, speed.rate(), 1.0 + std::abs(speed.rate()) * 0.15);
+    EXPECT_STREQ(player_.last().speed.text(), GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(OfAFilm, ASpeed, testing::Values("2", "4", "8", "-2", "-4", "-8", "1/2"));
+
+TEST_F(APlayer, EndsTheMediaWhenItRunsForwardFast) {
+    playUntilPlaying("/good/film.mp4");
+    ASSERT_TRUE(player_->play(*Speed::fromText("16")));
+    ASSERT_TRUE(player_.waitForState(PlayerState::kFinished));
+    EXPECT_EQ(player_.last().speed, Speed());
+}
+
+TEST_F(APlayer, GoesOnAsNormalPlayWhenItRunsBackwardIntoTheStart) {
+    playUntilPlaying("/good/film.mp4");
+    ASSERT_TRUE(player_->seek(8000));
+    ASSERT_TRUE(player_->play(*Speed::fromText("-8")));
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().speed.isBackward(); }));
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().speed.isNormal(); }));
+    EXPECT_EQ(player_.last().state, PlayerState::kPlaying);
+    EXPECT_EQ(positionSec(), 0);
+    ASSERT_TRUE(player_.waitUntil([this] { return positionSec() == 2; }));
+    EXPECT_TRUE(isRed(player_.screen().middle()));
+}
+
+TEST_F(APlayer, SurvivesFiftyQuickStartsPausesAndStops) {
+    for (int round = 0; round < 50; ++round) {
+        playPath(round % 2 == 0 ? "/good/film.mp4" : "/good/film.webm");
+        player_.letPass(milliseconds(round % 10 * 4));
+        player_->pause();
+        player_.letPass(milliseconds(round % 7 * 3));
+        player_->stop();
+    }
+    playUntilPlaying("/good/film.mp4");
+    EXPECT_TRUE(isRed(player_.screen().middle()));
+}
+
+TEST_F(APlayer, PlaysTheNextMediaWhenItIsSetWhileOnePlays) {
+    playUntilPlaying("/good/film.mp4");
+    playPath("/good/song.mp3");
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING STOPPED LOADING PLAYING");
+}
+
+struct Fault {
+    const char* path;
+    PlayerError error;
+};
+
+class AFault : public APlayer, public testing::WithParamInterface<Fault> {};
+
+TEST_P(AFault, StopsWithItsCodeAndTheNextMediaPlays) {
+    playPath(GetParam().path);
+    ASSERT_TRUE(player_.waitUntil(
+        [this] {
+            return player_.last().state == PlayerState::kStopped &&
+                   player_.last().error != PlayerError::kNone;
+        },
+        seconds(30)))
+        << player_.states();
+    EXPECT_EQ(player_.last().error, GetParam().error) << player_.log();
+    EXPECT_NE(player::kindNamedIn(player_.last().track.protocolInfo), player::MediaKind::kUnknown);
+    EXPECT_EQ(player_.states().rfind("STOPPED LOADING", 0), 0u) << player_.states();
+    playUntilPlaying("/good/film.mp4");
+}
+
+INSTANTIATE_TEST_SUITE_P(OfAServer, AFault,
+                         testing::Values(Fault{"/good/nothing.mp4", PlayerError::kNotFound},
+                                         Fault{"/status/410", PlayerError::kNotFound},
+                                         Fault{"/status/403", PlayerError::kRefused},
+                                         Fault{"/status/401", PlayerError::kRefused},
+                                         Fault{"/status/500", PlayerError::kServerFailed},
+                                         Fault{"/status/503", PlayerError::kServerFailed},
+                                         Fault{"/text/film.mp4", PlayerError::kUnknownFormat},
+                                         Fault{"/short/film.mp4", PlayerError::kDamagedMedia},
+                                         Fault{"/cut/film.mp4", PlayerError::kDamagedMedia},
+                                         Fault{"/silent", PlayerError::kUnreachable},
+                                         Fault{"/stall/film.mp4", PlayerError::kUnreachable}));
+
+TEST_F(APlayer, SaysThatItIsBufferingWhenTheServerStalls) {
+    playPath("/stall/film.mp4");
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().buffering; }));
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().error != PlayerError::kNone; }));
+    EXPECT_FALSE(player_.last().buffering);
+}
+
+TEST_F(APlayer, ReportsAnAddressWhereNobodyAnswers) {
+    ASSERT_TRUE(player_.setMedia("http://127.0.0.1:1/film.mp4"));
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().error != PlayerError::kNone; }));
+    EXPECT_EQ(player_.last().error, PlayerError::kUnreachable) << player_.log();
+}
+
+TEST_F(APlayer, ReportsAHostThatDoesNotExist) {
+    ASSERT_TRUE(player_.setMedia("http://no-such-host.invalid/film.mp4"));
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().error != PlayerError::kNone; }));
+    EXPECT_EQ(player_.last().error, PlayerError::kUnreachable) << player_.log();
+}
+
+TEST_F(APlayer, OpensNoFileOfThisMachine) {
+    ASSERT_TRUE(player_.setMedia(std::string("file://") + KETRA_TEST_MEDIA + "/film.mp4"));
+    ASSERT_TRUE(player_->play(Speed()));
+    EXPECT_EQ(player_.states(), "STOPPED LOADING STOPPED");
+    EXPECT_EQ(player_.last().error, PlayerError::kUnsupportedAddress);
+}
+
+TEST_F(APlayer, LeavesNoCopyOfTheFilmBehind) {
+    playUntilPlaying("/good/film.mp4");
+    const std::filesystem::directory_iterator entries(folder_.path());
+    EXPECT_EQ(std::distance(begin(entries), end(entries)), 0);
+}
+
+} // namespace

@@ -1,0 +1,54 @@
+// A media engine that plays nothing and remembers every order.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "engine/media_engine.h"
+
+namespace test {
+
+class FakeEngine : public player::MediaEngine {
+public:
+    void open(player::Session which, const std::string& uri) override {
+        session = which;
+        orders.push_back("open " + uri);
+    }
+    void play(player::Session which) override { add(which, "play"); }
+    void pause(player::Session which) override { add(which, "pause"); }
+    void seek(player::Session which, std::int64_t positionMs) override {
+        add(which, "seek " + std::to_string(positionMs));
+    }
+    void setSpeed(player::Session which, player::Speed speed) override {
+        add(which, std::string("speed ") + speed.text());
+    }
+    void close(player::Session which) override { add(which, "close"); }
+    void setVolume(unsigned percent, bool mute) override {
+        orders.push_back("volume " + std::to_string(percent) + (mute ? " mute" : ""));
+    }
+    void saveScreen(const std::string& path,
+                    std::function<void(const std::string& error)> done) override {
+        orders.push_back("save " + path);
+        done("");
+    }
+
+    /// The orders since the last call, separated by "; ".
+    std::string taken() {
+        std::string text;
+        for (const std::string& order : std::exchange(orders, {})) {
+            text += (text.empty() ? "" : "; ") + order;
+        }
+        return text;
+    }
+
+    player::Session session = 0; ///< the one that was opened last
+    std::vector<std::string> orders;
+
+private:
+    void add(player::Session which, const std::string& order) {
+        orders.push_back(order + (which == session ? "" : " of another session"));
+    }
+};
+
+} // namespace test

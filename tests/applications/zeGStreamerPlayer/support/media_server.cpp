@@ -1,0 +1,181 @@
+#include "support/media_server.h"
+
+#include <algorithm>
+#include <fstream>
+#include <future>
+#include <sstream>
+#include <stdexcept>
+
+namespace test {
+namespace {
+
+const std::map<std::string, std::string> kTypes = {
+    {"mp4", "video/mp4"},       {"webm", "video/webm"}, {"mp3", "audio/mpeg"},
+    {"ogg", "application/ogg"}, {"jpg", "image/jpeg"},  {"png", "image/png"},
+};
+
+constexpr char kFeatures[] = "DLNA.ORG_OP=01;DLNA.ORG_CI=0";
+
+std::string typeOf(const std::string& file) {
+    const auto found = kTypes.find(file.substr(file.rfind('.') + 1));
+    return found == kTypes.end() ? "application/octet-stream" : found->second;
+}
+
+} // namespace
+
+MediaServer::MediaServer(std::string folder)
+    : folder_(std::move(folder)),
+      context_(g_main_context_new()),
+      loop_(g_main_loop_new(context_, FALSE)) {
+    std::promise<unsigned> started;
+    std::future<unsigned> port = started.get_future();
+    thread_ = std::thread([this, &started] {
+        g_main_context_push_thread_default(context_);
+        server_ = soup_server_new("server-header", "test", nullptr);
+        soup_server_add_handler(server_, nullptr, &MediaServer::onRequest, this, nullptr);
+        GError* error = nullptr;
+        if (!soup_server_listen_local(server_, 0, SOUP_SERVER_LISTEN_IPV4_ONLY, &error)) {
+            started.set_value(0);
+            g_error_free(error);
+        } else {
+            GSList* const uris = soup_server_get_uris(server_);
+            started.set_value(
+                static_cast<unsigned>(g_uri_get_port(static_cast<GUri*>(uris->data))));
+            g_slist_free_full(uris, [](gpointer uri) { g_uri_unref(static_cast<GUri*>(uri)); });
+            g_main_loop_run(loop_);
+        }
+        for (GIOStream* const stream : silent_) {
+            g_object_unref(stream);
+        }
+        soup_server_disconnect(server_);
+        for (SoupServerMessage* const message : unanswered_) {
+            g_object_unref(message);
+        }
+        g_object_unref(server_);
+        g_main_context_pop_thread_default(context_);
+    });
+    port_ = port.get();
+    if (port_ == 0) {
+        thread_.join();
+        throw std::runtime_error("the test server cannot listen");
+    }
+}
+
+MediaServer::~MediaServer() {
+    g_main_context_invoke(
+        context_,
+        [](gpointer loop) -> gboolean {
+            g_main_loop_quit(static_cast<GMainLoop*>(loop));
+            return G_SOURCE_REMOVE;
+        },
+        loop_);
+    thread_.join();
+    g_main_loop_unref(loop_);
+    g_main_context_unref(context_);
+}
+
+std::string MediaServer::address(const std::string& path) const {
+    return "http://127.0.0.1:" + std::to_string(port_) + path;
+}
+
+void MediaServer::onRequest(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*,
+                            gpointer self) {
+    static_cast<MediaServer*>(self)->answer(message, path);
+}
+
+std::string MediaServer::contentOf(const std::string& file) {
+    std::ifstream stream(folder_ + "/" + file, std::ios::binary);
+    std::ostringstream content;
+    content << stream.rdbuf();
+    return content.str();
+}
+
+void MediaServer::answer(SoupServerMessage* message, const std::string& path) {
+    const std::size_t slash = path.find('/', 1);
+    const std::string manner = path.substr(1, slash == std::string::npos ? slash : slash - 1);
+    const std::string rest = slash == std::string::npos ? "" : path.substr(slash + 1);
+    if (manner == "silent") {
+        soup_server_message_pause(message);
+        unanswered_.push_back(SOUP_SERVER_MESSAGE(g_object_ref(message)));
+        return;
+    }
+    if (manner == "status") {
+        soup_server_message_set_status(message, static_cast<guint>(std::stoul(rest)), nullptr);
+        return;
+    }
+    if (manner == "text") {
+        std::string lines;
+        for (int line = 0; line < 200; ++line) {
+            lines += "This is line " + std::to_string(line) + " of a text and nothing else.\n";
+        }
+        answerWithFile(message, "good", lines, typeOf(rest));
+        return;
+    }
+    const std::string content = contentOf(rest);
+    if (content.empty()) {
+        soup_server_message_set_status(message, SOUP_STATUS_NOT_FOUND, nullptr);
+    } else if (manner == "stream") {
+        const std::string head =
+            "HTTP/1.1 200 OK\r\nContent-Type: " + typeOf(rest) + "\r\nConnection: close\r\n\r\n";
+        send(message, head + content, true);
+    } else if (manner == "cut" || manner == "stall") {
+        answerByHand(message, content, typeOf(rest), manner == "cut");
+    } else {
+        answerWithFile(message, manner, content, typeOf(rest));
+    }
+}
+
+void MediaServer::answerWithFile(SoupServerMessage* message, const std::string& manner,
+                                 const std::string& content, const std::string& type) {
+    const std::size_t size = manner == "short" ? content.size() / 8 : content.size();
+    SoupMessageHeaders* const headers = soup_server_message_get_response_headers(message);
+    if (manner == "dlna") {
+        soup_message_headers_append(headers, "ContentFeatures.DLNA.org", kFeatures);
+    }
+    soup_server_message_set_status(message, SOUP_STATUS_OK, nullptr);
+    soup_message_headers_append(headers, "Accept-Ranges", "bytes");
+    soup_server_message_set_response(message,
+                                     manner == "plain" ? "application/octet-stream" : type.c_str(),
+                                     SOUP_MEMORY_COPY, content.data(), size);
+}
+
+/// Promises the whole and sends the beginning, then hangs up or falls silent.
+void MediaServer::answerByHand(SoupServerMessage* message, const std::string& content,
+                               const std::string& type, bool hangUp) {
+    goffset from = 0;
+    SoupRange* ranges = nullptr;
+    int count = 0;
+    const goffset length = static_cast<goffset>(content.size());
+    const bool partial = soup_message_headers_get_ranges(
+        soup_server_message_get_request_headers(message), length, &ranges, &count);
+    if (partial) {
+        from = ranges[0].start;
+        soup_message_headers_free_ranges(soup_server_message_get_request_headers(message), ranges);
+    }
+    std::string head = partial ? "HTTP/1.1 206 Partial Content\r\n" : "HTTP/1.1 200 OK\r\n";
+    head += "Content-Type: " + type + "\r\nAccept-Ranges: bytes\r\n";
+    if (partial) {
+        head += "Content-Range: bytes " + std::to_string(from) + "-" + std::to_string(length - 1) +
+                "/" + std::to_string(length) + "\r\n";
+    }
+    head += "Content-Length: " + std::to_string(length - from) + "\r\n\r\n";
+    const goffset end = std::max<goffset>(from, hangUp ? length / 2 : length / 8);
+    head += content.substr(static_cast<std::size_t>(from), static_cast<std::size_t>(end - from));
+
+    send(message, head, hangUp);
+}
+
+/// Sends bytes as they are, then hangs up or falls silent.
+void MediaServer::send(SoupServerMessage* message, const std::string& bytes, bool hangUp) {
+    GIOStream* const stream = soup_server_message_steal_connection(message);
+    g_output_stream_write_all(g_io_stream_get_output_stream(stream), bytes.data(), bytes.size(),
+                              nullptr, nullptr, nullptr);
+    if (hangUp) {
+        g_io_stream_close(stream, nullptr, nullptr);
+        g_object_unref(stream);
+    } else {
+        silent_.push_back(stream);
+    }
+}
+
+} // namespace test

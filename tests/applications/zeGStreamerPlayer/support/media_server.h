@@ -1,0 +1,50 @@
+// A small HTTP server on loopback that serves the test media well, or badly on purpose.
+//
+// What comes first in the path says how: /good/FILE, /plain/FILE (a type that says nothing),
+// /dlna/FILE (with contentFeatures), /stream/FILE (no length, no Range), /cut/FILE (hangs up in the
+// middle), /short/FILE (a file that was cut off), /stall/FILE (falls silent in the middle), /silent
+// (never answers), /status/NNN (an error), /text/FILE (a text that claims to be the file).
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <libsoup/soup.h>
+
+namespace test {
+
+class MediaServer {
+public:
+    explicit MediaServer(std::string folder);
+    ~MediaServer();
+    MediaServer(const MediaServer&) = delete;
+    MediaServer& operator=(const MediaServer&) = delete;
+
+    /// The address of a path such as "/good/film.mp4".
+    std::string address(const std::string& path) const;
+
+private:
+    static void onRequest(SoupServer* server, SoupServerMessage* message, const char* path,
+                          GHashTable* query, gpointer self);
+    void answer(SoupServerMessage* message, const std::string& path);
+    void answerWithFile(SoupServerMessage* message, const std::string& manner,
+                        const std::string& content, const std::string& type);
+    void answerByHand(SoupServerMessage* message, const std::string& content,
+                      const std::string& type, bool hangUp);
+    void send(SoupServerMessage* message, const std::string& bytes, bool hangUp);
+    std::string contentOf(const std::string& file);
+
+    std::string folder_;
+    unsigned port_ = 0;
+    GMainContext* context_;
+    GMainLoop* loop_;
+    SoupServer* server_ = nullptr;
+    std::vector<GIOStream*> silent_; ///< connections kept open without a word; server's thread
+    std::vector<SoupServerMessage*> unanswered_;
+    std::thread thread_;
+};
+
+} // namespace test

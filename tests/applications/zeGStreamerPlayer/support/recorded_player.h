@@ -1,0 +1,72 @@
+// The player's logic on the real media engine, with everything that it announces kept.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "engine/gstreamer_engine.h"
+#include "logic/player.h"
+#include "process/settings.h"
+#include "process/task_queue.h"
+
+namespace test {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+/// A colour as it is in a picture, each part from 0 to 255.
+struct Pixel {
+    int red;
+    int green;
+    int blue;
+};
+
+struct Picture {
+    int width = 0;
+    int height = 0;
+    std::vector<unsigned char> rgb;
+
+    Pixel at(int x, int y) const;
+    Pixel middle() const { return at(width / 2, height / 2); }
+};
+
+/// Reads a picture file; width 0 when that fails.
+Picture readPicture(const std::string& path);
+
+class RecordedPlayer {
+public:
+    explicit RecordedPlayer(const std::string& folder);
+
+    player::Player& operator*() { return player_; }
+    player::Player* operator->() { return &player_; }
+
+    /// Sets a media by its address alone.
+    bool setMedia(const std::string& uri, const std::string& didl = "");
+
+    /// Runs the main loop until something holds; false when it does not within the limit.
+    bool waitUntil(const std::function<bool()>& holds, milliseconds limit = seconds(10));
+    bool waitForState(player::PlayerState state, milliseconds limit = seconds(10));
+    /// Runs the main loop for as long as something takes that has no sign of its own.
+    void letPass(milliseconds time);
+
+    const player::PlayerStatus& last() const { return announced_.back(); }
+    const std::vector<player::PlayerStatus>& announced() const { return announced_; }
+    /// The states in order, each change once: "LOADING PLAYING FINISHED".
+    std::string states() const;
+    const std::string& log() const { return log_; }
+    Picture screen();
+
+    player::GStreamerEngine& engine() { return engine_; }
+
+private:
+    std::string folder_;
+    player::TaskQueue queue_{nullptr};
+    std::vector<player::PlayerStatus> announced_;
+    std::string log_;
+    player::GStreamerEngine engine_;
+    player::Player player_;
+};
+
+} // namespace test
