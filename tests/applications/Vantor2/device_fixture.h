@@ -17,6 +17,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "applications/Vantor2/noting_ports.h"
 #include "renderer_device.h"
 
 namespace vantor {
@@ -37,71 +38,6 @@ inline bool runUntil(const std::function<bool()>& condition,
     }
     return true;
 }
-
-class SteadyClock : public RendererClock {
-public:
-    TimePoint now() const override { return std::chrono::steady_clock::now() + shift; }
-    std::chrono::seconds shift{0};
-};
-
-/// Notes every command; accepts it at once unless told otherwise.
-class NotingPlayer : public PlayerPort {
-public:
-    void open(const std::string& uri, const std::string& metadata, CommandDone done) override {
-        note("open " + uri, std::move(done));
-        lastMetadata = metadata;
-    }
-    void play(const std::string& speed, CommandDone done) override {
-        note("play " + speed, std::move(done));
-    }
-    void pause(CommandDone done) override { note("pause", std::move(done)); }
-    void stop(CommandDone done) override { note("stop", std::move(done)); }
-    void seek(std::uint32_t seconds, CommandDone done) override {
-        note("seek " + std::to_string(seconds), std::move(done));
-    }
-
-    /// Answers everything that waits for an answer.
-    void answer(bool accepted) {
-        std::vector<CommandDone> waiting;
-        waiting.swap(waiting_);
-        for (const CommandDone& done : waiting) {
-            done(accepted);
-        }
-    }
-    std::vector<std::string> taken() {
-        std::vector<std::string> all;
-        all.swap(commands);
-        return all;
-    }
-
-    std::vector<std::string> commands;
-    std::string lastMetadata;
-    bool answersAtOnce = true;
-
-private:
-    void note(const std::string& command, CommandDone done) {
-        commands.push_back(command);
-        waiting_.push_back(std::move(done));
-        if (answersAtOnce) {
-            answer(true);
-        }
-    }
-    std::vector<CommandDone> waiting_;
-};
-
-class NotingSound : public SoundPort {
-public:
-    void setVolume(unsigned volume, CommandDone done) override {
-        commands.push_back("volume " + std::to_string(volume));
-        done(accepts);
-    }
-    void setMute(bool mute, CommandDone done) override {
-        commands.push_back(mute ? "mute" : "unmute");
-        done(accepts);
-    }
-    std::vector<std::string> commands;
-    bool accepts = true;
-};
 
 /// One connection to the device.
 class RawClient {

@@ -1,0 +1,281 @@
+// Times, names, settings, log lines, media information and other small things.
+#include <fstream>
+#include <map>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "base/device_store.h"
+#include "base/log.h"
+#include "base/settings.h"
+#include "base/time_text.h"
+#include "discovery/network_place.h"
+#include "discovery/search_responder.h"
+#include "gena/event_publisher.h"
+#include "renderer/controller.h"
+#include "renderer/media_info.h"
+#include "renderer/play_speed.h"
+
+namespace vantor {
+namespace {
+
+TEST(ATime, IsWrittenWithoutFractions) {
+    EXPECT_EQ(formatTime(0), "0:00:00");
+    EXPECT_EQ(formatTime(59), "0:00:59");
+    EXPECT_EQ(formatTime(3661), "1:01:01");
+    EXPECT_EQ(formatTime(360000), "100:00:00");
+}
+
+TEST(ATime, IsReadWithOrWithoutFractions) {
+    EXPECT_EQ(parseTime("0:00:00"), 0u);
+    EXPECT_EQ(parseTime("00:01:05"), 65u);
+    EXPECT_EQ(parseTime("1:01:01.5"), 3661u);
+    EXPECT_EQ(parseTime("1:01:01.1/2"), 3661u);
+    for (const char* text :
+         {"", "5", "1:1:1", "0:60:00", "0:00:60", "-0:00:01", "0:00:01.", "a:00:00", "0:00:01 ",
+          "0:00:01.1/0", "999999:00:00", "0:00", ":00:00"}) {
+        EXPECT_FALSE(parseTime(text)) << text;
+    }
+}
+
+TEST(ALogLine, StaysOneLineWhateverAControllerSends) {
+    EXPECT_EQ(formatLogLine(LogLevel::info, "a\r\nERROR Vantor2: b\x1B[2J"),
+              "INFO Vantor2: a??ERROR Vantor2: b?[2J\n");
+    const std::string line = formatLogLine(LogLevel::error, std::string(5000, 'x'));
+    EXPECT_LT(line.size(), 1100u);
+    EXPECT_EQ(line.substr(line.size() - 4), "...\n");
+}
+
+TEST(AControllersName, IsPrintableAndOfBoundedLength) {
+    EXPECT_EQ((Controller{"192.0.2.1", "phone/1.0"}.shownName()), "phone/1.0 (192.0.2.1)");
+    EXPECT_EQ((Controller{"192.0.2.1", ""}.shownName()), "192.0.2.1");
+    EXPECT_EQ((Controller{"192.0.2.1", "a\n\x1B"
+                                       "b"}
+                   .shownName()),
+              "ab (192.0.2.1)");
+    EXPECT_LT((Controller{"192.0.2.1", std::string(5000, 'x')}.shownName().size()), 200u);
+    EXPECT_EQ((Controller{"192.0.2.1", "\xFF"}.shownName()), "\xEF\xBF\xBD (192.0.2.1)");
+}
+
+class StoredState : public testing::Test {
+protected:
+    StoredState() {
+        std::string pattern = testing::TempDir() + "vantor2-store-XXXXXX";
+        base = mkdtemp(pattern.data());
+        directory = base + "/deep/state";
+    }
+    ~StoredState() override {
+        for (const char* name : {"/Vantor2.json", "/Vantor2.json.damaged", "/Vantor2.json.new"}) {
+            unlink((directory + name).c_str());
+        }
+        rmdir(directory.c_str());
+        rmdir((base + "/deep").c_str());
+        rmdir(base.c_str());
+    }
+    std::string base;
+    std::string directory;
+    std::string error;
+};
+
+TEST_F(StoredState, RemembersIdentityAndName) {
+    auto first = DeviceStore::open(directory, error);
+    ASSERT_TRUE(first) << error;
+    EXPECT_FALSE(first->friendlyName());
+    EXPECT_TRUE(first->setFriendlyName("Wohnzimmer \xC3\xBC %h"));
+    const auto second = DeviceStore::open(directory, error);
+    ASSERT_TRUE(second);
+    EXPECT_EQ(second->uuid(), first->uuid());
+    EXPECT_EQ(second->friendlyName(), "Wohnzimmer \xC3\xBC %h");
+    struct stat status;
+    ASSERT_EQ(stat(directory.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0700u);
+}
+
+TEST_F(StoredState, RefusesNamesThatCannotBeShown) {
+    auto store = DeviceStore::open(directory, error);
+    ASSERT_TRUE(store);
+    for (const std::string& name : {std::string(), std::string("a\nb"), std::string("\xFF"),
+                                    std::string(256, 'x'), std::string("a\0b", 3)}) {
+        EXPECT_FALSE(store->setFriendlyName(name));
+    }
+    EXPECT_FALSE(store->friendlyName());
+}
+
+TEST_F(StoredState, KeepsTheOldNameWhenTheDiskRefuses) {
+    auto store = DeviceStore::open(directory, error);
+    ASSERT_TRUE(store && store->setFriendlyName("old"));
+    ASSERT_EQ(mkdir((directory + "/Vantor2.json.new").c_str(), 0700), 0); // in the draft's way
+    EXPECT_FALSE(store->setFriendlyName("new"));
+    EXPECT_EQ(store->friendlyName(), "old");
+    rmdir((directory + "/Vantor2.json.new").c_str());
+}
+
+TEST_F(StoredState, PutsADamagedFileAside) {
+    ASSERT_TRUE(DeviceStore::open(directory, error));
+    std::ofstream(directory + "/Vantor2.json") << "{\"uuid\": 7";
+    const auto store = DeviceStore::open(directory, error);
+    ASSERT_TRUE(store);
+    EXPECT_EQ(store->uuid().size(), 36u);
+    EXPECT_EQ(access((directory + "/Vantor2.json.damaged").c_str(), F_OK), 0);
+}
+
+TEST_F(StoredState, SaysWhyADirectoryCannotBeUsed) {
+    EXPECT_FALSE(DeviceStore::open("/proc/none/state", error));
+    EXPECT_NE(error, "");
+}
+
+TEST(AFriendlyName, IsResolvedForTheNetwork) {
+    EXPECT_EQ(resolveName("Ketra TV (%h)", "salon"), "Ketra TV (salon)");
+    EXPECT_EQ(resolveName("100%% %x %", "salon"), "100% %x %");
+}
+
+class TheSettings : public testing::Test {
+protected:
+    std::optional<Settings> read() {
+        return readSettings(
+            [this](const char* name) -> std::optional<std::string> {
+                const auto found = environment.find(name);
+                return found == environment.end() ? std::nullopt
+                                                  : std::optional<std::string>(found->second);
+            },
+            error);
+    }
+    std::map<std::string, std::string> environment{{"HOME", "/home/tv"}};
+    std::string error;
+};
+
+TEST_F(TheSettings, HaveUsableDefaults) {
+    const auto settings = read();
+    ASSERT_TRUE(settings);
+    EXPECT_EQ(settings->stateDirectory, "/home/tv/.local/state/ketra");
+    EXPECT_EQ(settings->port, 0);
+    EXPECT_EQ(settings->networkInterface, "");
+    EXPECT_EQ(settings->friendlyName, "Ketra TV (%h)");
+    environment["XDG_STATE_HOME"] = "/state";
+    EXPECT_EQ(read()->stateDirectory, "/state/ketra");
+    environment["KETRA_STATE_DIR"] = "/mine";
+    EXPECT_EQ(read()->stateDirectory, "/mine");
+}
+
+TEST_F(TheSettings, AreRefusedWithTheVariablesName) {
+    const std::pair<const char*, const char*> wrong[] = {{"KETRA_PORT", "80a"},
+                                                         {"KETRA_PORT", "70000"},
+                                                         {"KETRA_PORT", "-1"},
+                                                         {"KETRA_FRIENDLY_NAME", "a\nb"},
+                                                         {"KETRA_LOG", "loud"}};
+    for (const auto& entry : wrong) {
+        environment = {{"HOME", "/home/tv"}, {entry.first, entry.second}};
+        EXPECT_FALSE(read()) << entry.second;
+        EXPECT_NE(error.find(entry.first), std::string::npos) << error;
+    }
+    environment.clear();
+    EXPECT_FALSE(read());
+}
+
+constexpr const char* kDidl =
+    "<DIDL-Lite xmlns=\"urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/\" "
+    "xmlns:dc=\"http://purl.org/dc/elements/1.1/\" "
+    "xmlns:upnp=\"urn:schemas-upnp-org:metadata-1-0/upnp/\">"
+    "<item id=\"1\" parentID=\"0\" restricted=\"1\"><dc:title>A &amp; B</dc:title>"
+    "<upnp:class>object.item.videoItem</upnp:class>"
+    "<res protocolInfo=\"http-get:*:image/jpeg:*\">http://a/cover.jpg</res>"
+    "<res protocolInfo=\"http-get:*:video/mp4:DLNA.ORG_OP=01\" duration=\"0:01:40.500\">"
+    "http://a/film.mp4</res></item></DIDL-Lite>";
+
+TEST(MediaInformation, ComesFromTheResourceThatIsPlayed) {
+    const MediaInfo info = readMediaInfo(kDidl, "http://a/film.mp4");
+    EXPECT_TRUE(info.readable);
+    EXPECT_EQ(info.title, "A & B");
+    EXPECT_EQ(info.mimeType, "video/mp4");
+    EXPECT_EQ(info.durationSec, 100u);
+    EXPECT_NE(info.protocolInfo.find("DLNA.ORG_OP=01"), std::string::npos);
+    EXPECT_EQ(readMediaInfo(kDidl, "http://a/other").mimeType, "image/jpeg") << "else the first";
+}
+
+TEST(MediaInformation, IsEmptyForWhatIsNoDidl) {
+    for (const char* text : {"", "NOT_IMPLEMENTED", "<DIDL-Lite>", "<a/>",
+                             "<DIDL-Lite><item>&</item></DIDL-Lite>", "<!DOCTYPE a><DIDL-Lite/>"}) {
+        const MediaInfo info = readMediaInfo(text, "http://a/film.mp4");
+        EXPECT_FALSE(info.readable) << text;
+        EXPECT_EQ(info.title, "");
+        EXPECT_EQ(info.mimeType, "");
+    }
+}
+
+TEST(MediaInformation, SaysWhatCanBePlayed) {
+    EXPECT_TRUE(isPlayableMimeType(""));
+    EXPECT_TRUE(isPlayableMimeType("video/mp4"));
+    EXPECT_FALSE(isPlayableMimeType("text/html"));
+    EXPECT_FALSE(isPlayableMimeType("application/x-sh"));
+    EXPECT_TRUE(allowsSeek(""));
+    EXPECT_TRUE(allowsSeek("http-get:*:video/mp4:DLNA.ORG_OP=01"));
+    EXPECT_FALSE(allowsSeek("http-get:*:video/mp4:DLNA.ORG_OP=00;DLNA.ORG_CI=1"));
+    EXPECT_FALSE(isPlayableAddress("http://a/" + std::string(10000, 'x')));
+}
+
+TEST(ASpeed, IsOfferedWhenThePlayersListNamesIt) {
+    EXPECT_TRUE(isSpeedOffered("2", ""));
+    EXPECT_TRUE(isSpeedOffered("1/2", "1, 2,1/2"));
+    EXPECT_FALSE(isSpeedOffered("2", "-2,1/2,22"));
+}
+
+TEST(ACallback, MayOnlyLeadBackToTheAsker) {
+    EXPECT_TRUE(isCallbackAllowed("http://192.0.2.7:4004/a?b=c", "192.0.2.7"));
+    EXPECT_TRUE(isCallbackAllowed("http://192.0.2.7/", "192.0.2.7"));
+    for (const char* url :
+         {"http://192.0.2.8:4004/", "https://192.0.2.7/", "http://tv.example/", "192.0.2.7",
+          "http://192.0.2.7@192.0.2.8/", "http://user@192.0.2.7/", "http://192.0.2.7.evil.example/",
+          "http:///", "file:///etc/passwd", ""}) {
+        EXPECT_FALSE(isCallbackAllowed(url, "192.0.2.7")) << url;
+    }
+}
+
+TEST(ASubscriptionsHeaders, AreRead) {
+    EXPECT_EQ(parseCallbacks("<http://a/> <http://b/>"),
+              (std::vector<std::string>{"http://a/", "http://b/"}));
+    EXPECT_TRUE(parseCallbacks("http://a/").empty());
+    EXPECT_TRUE(parseCallbacks("<http://a/> <http://b/").empty());
+    EXPECT_EQ(grantedSeconds(""), 300u);
+    EXPECT_EQ(grantedSeconds("Second-infinite"), 300u);
+    EXPECT_EQ(grantedSeconds("Second-540"), 540u);
+    EXPECT_EQ(grantedSeconds("second-1"), 60u);
+    EXPECT_EQ(grantedSeconds("Second-86400"), 1800u);
+    EXPECT_EQ(grantedSeconds("Second-99999999999999"), 1800u);
+    EXPECT_EQ(grantedSeconds("Second--5"), 300u);
+}
+
+TEST(ASubscriptionQuota, CountsHostsAndAll) {
+    SubscriptionQuota quota(2, 3);
+    EXPECT_TRUE(quota.take("a"));
+    EXPECT_TRUE(quota.take("a"));
+    EXPECT_FALSE(quota.take("a"));
+    EXPECT_TRUE(quota.take("b"));
+    EXPECT_FALSE(quota.take("c"));
+    quota.giveBack("a");
+    EXPECT_TRUE(quota.take("c"));
+}
+
+TEST(ASearch, FindsWhatItAsksFor) {
+    const auto all = announcementsOf("1234", "urn:schemas-upnp-org:device:MediaRenderer:1",
+                                     {"urn:schemas-upnp-org:service:AVTransport:1"});
+    EXPECT_EQ(matching(all, "ssdp:all").size(), 4u);
+    ASSERT_EQ(matching(all, "upnp:rootdevice").size(), 1u);
+    EXPECT_EQ(matching(all, "upnp:rootdevice")[0].usn, "uuid:1234::upnp:rootdevice");
+    EXPECT_EQ(matching(all, "uuid:1234")[0].usn, "uuid:1234");
+    EXPECT_TRUE(matching(all, "urn:schemas-upnp-org:device:MediaServer:1").empty());
+}
+
+TEST(AnInterface, IsChosenByWishElseBeyondLoopback) {
+    const std::vector<NetworkPlace> places = {
+        {"lo", "127.0.0.1", true}, {"eth0", "192.0.2.5", false}, {"eth1", "198.51.100.5", false}};
+    EXPECT_EQ(choosePlace(places, "")->address, "192.0.2.5");
+    EXPECT_EQ(choosePlace(places, "eth1")->address, "198.51.100.5");
+    EXPECT_EQ(choosePlace(places, "127.0.0.1")->interface, "lo");
+    EXPECT_FALSE(choosePlace(places, "eth2"));
+    EXPECT_EQ(choosePlace({places[0]}, "")->interface, "lo");
+    EXPECT_FALSE(choosePlace({}, ""));
+}
+
+} // namespace
+} // namespace vantor
