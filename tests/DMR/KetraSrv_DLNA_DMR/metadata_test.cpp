@@ -279,8 +279,15 @@ TEST_F(ATrackIndex, IsTheNumberBehindItsKey) {
     const struct {
         const char* value;
         U32 index;
-    } rows[] = {{"2", 2},   {"0", 0},   {"-1", 0xFFFFFFFFu}, {"", 0},
-                {"abc", 0}, {" 7x", 7}, {"+3", 3},           {"2147483647", 2147483647u}};
+    } rows[] = {{"2", 2},
+                {"0", 0},
+                {"-1", 0xFFFFFFFFu},
+                {"", 0},
+                {"abc", 0},
+                {" 7x", 7},
+                {"+3", 3},
+                {"2147483647", 2147483647u},
+                {"99999999999", 2147483647u}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.value);
         Access::mediaInfo(dmr()) = "VideoTrackID:" + std::string(row.value);
