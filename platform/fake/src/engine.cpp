@@ -73,11 +73,11 @@ void zeMultiMBusEngine::Stop() {
         record(nameOf(*this) + ".Stop()");
         mData->opened = false;
         mData->started = false;
-        // Whoever published through this connection is gone with it.
+        // What is still published says goodbye before the connection closes.
         const std::list<fake::InstancePtr> instances = fake::bus().instances;
         for (const fake::InstancePtr& instance : instances)
             if (instance->engine == this)
-                fake::announceGone(instance, true);
+                fake::announceGone(instance, false);
     }
     fake::waitForHandlers();
     fake::pump();

@@ -25,7 +25,8 @@ private:
 
 /// A publisher in another process, or what a platform without processes has for it. It publishes
 /// an instance of ContractState with mInt32 1, accepts every command and write, and leaves a will
-/// with mInt32 99 and mText "lost". Destroying it ends it without a goodbye.
+/// with mInt32 99 and mText "lost"; a write of "will" puts another number there. Destroying it ends
+/// it without a goodbye.
 class RemotePublisher {
 public:
     virtual ~RemotePublisher() = default;

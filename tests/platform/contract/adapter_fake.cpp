@@ -23,6 +23,11 @@ public:
         statebus::Record will = stateWith(99);
         will.setText("mText", "lost");
         fake::Bus::instance().setWill(will, instance_);
+        fake::Bus::instance().onWrite([name = instance_](const fake::SentWrite& write) {
+            if (write.path == "will")
+                fake::Bus::instance().setWill(stateWith(std::stoi(write.value)), name);
+            return std::optional<bool>(); // answered like any other
+        });
     }
     ~FakeRemotePublisher() override { FakeRemotePublisher::kill(); }
 

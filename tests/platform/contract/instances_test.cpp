@@ -88,23 +88,14 @@ TEST_F(Instances, ThatVanishAreFollowedByTheirWillAndThenRemoved) {
 }
 
 TEST_F(Instances, LeaveTheWillThatWasSetLast) {
-    const Subscriber subscriber;
-    {
-        Publisher doomed;
-        auto spec = Publisher::specOf("main", 1);
-        spec.will = stateWith(98);
-        const auto publication = doomed.publish(std::move(spec));
-        publication->setWill(stateWith(97));
-        ASSERT_TRUE(subscriber.waitFor("ContractState$main is 1"));
-        publication->change([](statebus::Record& record) { record.setNumber("mInt32", 2); });
-        ASSERT_TRUE(subscriber.waitFor("ContractState$main is 2"));
-        // Its connection goes away under it, as it would with its process.
-        doomed.engine.Stop();
-        EXPECT_TRUE(subscriber.waitFor("removed ContractState$main"));
-    }
+    Subscriber subscriber;
+    const auto remote = startRemotePublisher("main");
+    ASSERT_TRUE(subscriber.waitFor("ContractState$main is 1"));
+    ASSERT_TRUE(subscriber.manager.SetValue(kContractState, "main", "will", "97"));
+    remote->kill();
+    EXPECT_TRUE(subscriber.waitFor("removed ContractState$main"));
     EXPECT_EQ(subscriber.seen(), (Lines{"added ContractState$main", "ContractState$main is 1",
-                                        "ContractState$main is 2", "ContractState$main is 97",
-                                        "removed ContractState$main"}));
+                                        "ContractState$main is 97", "removed ContractState$main"}));
 }
 
 TEST_F(Instances, MayComeBack) {
