@@ -24,6 +24,11 @@ constexpr milliseconds kLastRetry(1000);
 constexpr milliseconds kDrainLimit(1000);
 /// Messages in a row before the jobs get their turn.
 constexpr int kMessagesInARow = 64;
+/// Jobs that may wait. More would only cost memory, and keep those who ask from being answered.
+constexpr std::size_t kMaxJobs = 256;
+/// With more messages than this under way jobs wait, as long as the daemon takes some.
+constexpr std::uint64_t kCongestion = 256;
+constexpr milliseconds kStandstill(100);
 
 } // namespace
 
@@ -78,33 +83,14 @@ void Connection::close() {
 }
 
 bool Connection::post(std::function<void()> job) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    std::unique_lock<std::mutex> lock(mutex_);
+    room_.wait(lock, [this] { return !accepting_ || jobs_.size() < kMaxJobs; });
     if (!accepting_)
         return false;
     const bool first = jobs_.empty();
     jobs_.push_back(std::move(job));
     if (first)
         wake();
-    return true;
-}
-
-bool Connection::postAndWait(const std::function<void()>& job) {
-    struct Done {
-        std::mutex mutex;
-        std::condition_variable condition;
-        bool done = false;
-    };
-    auto done = std::make_shared<Done>();
-    const bool accepted = post([job, done] {
-        job();
-        const std::lock_guard<std::mutex> lock(done->mutex);
-        done->done = true;
-        done->condition.notify_all();
-    });
-    if (!accepted)
-        return false;
-    std::unique_lock<std::mutex> lock(done->mutex);
-    done->condition.wait(lock, [&] { return done->done; });
     return true;
 }
 
@@ -127,7 +113,7 @@ void Connection::run() {
         process();
         checkConnecting();
         runTimers();
-        if (!runJobs())
+        if (isCongested() || !runJobs())
             waitForSomething();
     }
     runJobs(); // goodbyes
@@ -137,6 +123,7 @@ void Connection::run() {
         const std::lock_guard<std::mutex> lock(mutex_);
         accepting_ = false;
     }
+    room_.notify_all();
     runJobs(); // without a bus: they fail, and those who wait for them go on
     participants_.clear();
     timers_.clear();
@@ -242,9 +229,22 @@ bool Connection::runJobs() {
         const std::lock_guard<std::mutex> lock(mutex_);
         jobs.swap(jobs_);
     }
+    if (!jobs.empty())
+        room_.notify_all();
     for (const auto& job : jobs)
         job();
     return !jobs.empty();
+}
+
+/// The daemon is slower than those who post. Making more messages would only let them queue up, and
+/// every answer behind them. A daemon that stands still is no reason to wait, though.
+bool Connection::isCongested() {
+    const std::uint64_t queued = queuedMessages();
+    const Clock::time_point now = Clock::now();
+    if (queued < lastQueued_ || queued <= kCongestion)
+        lastTaken_ = now;
+    lastQueued_ = queued;
+    return queued > kCongestion && now - lastTaken_ < kStandstill;
 }
 
 void Connection::runTimers() {
@@ -260,6 +260,8 @@ void Connection::waitForSomething() {
     auto until = Clock::time_point::max();
     if (!timers_.empty())
         until = timers_.begin()->first;
+    if (lastQueued_ > kCongestion)
+        until = std::min(until, Clock::now() + kStandstill);
     sd_bus* const active = bus_ != nullptr ? bus_ : connecting_;
     if (active == nullptr) {
         until = std::min(until, nextAttempt_);

@@ -55,8 +55,6 @@ public:
     /// Runs `job` on the I/O thread, in order. Every accepted job runs, at the latest while
     /// closing, then without a bus. False when the connection is closed. Any thread.
     bool post(std::function<void()> job);
-    /// Like post, and waits until the job has run.
-    bool postAndWait(const std::function<void()>& job);
 
     // On the I/O thread:
 
@@ -94,6 +92,7 @@ private:
     void lose();
     void process();
     bool runJobs();
+    bool isCongested();
     void runTimers();
     void waitForSomething();
     void drain();
@@ -106,6 +105,7 @@ private:
 
     std::mutex mutex_; ///< guards the jobs and the flags below
     std::condition_variable opened_;
+    std::condition_variable room_;
     std::deque<std::function<void()>> jobs_;
     bool accepting_ = false;
     bool closing_ = false;
@@ -124,6 +124,8 @@ private:
     std::list<std::unique_ptr<Pending>> pending_;
     std::map<std::uint64_t, MessagePtr> kept_;
     std::uint64_t nextKept_ = 1;
+    std::uint64_t lastQueued_ = 0; ///< messages that waited for the daemon when last looked,
+    Clock::time_point lastTaken_;  ///< and when it last took some
     std::multimap<Clock::time_point, std::function<void()>> timers_;
 };
 

@@ -118,8 +118,10 @@ void Engine::stop() {
     }
     delivery_->stop();
     service_->stop();
+    // A publication that is still there has not been taken back: its will is due, as if the process
+    // had ended.
     for (const auto& state : states)
-        state->close();
+        state->close(false);
     if (observer_ != nullptr)
         connection->post([connection = connection.get(), observer = observer_] {
             connection->remove(*observer);

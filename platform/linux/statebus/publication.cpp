@@ -21,7 +21,7 @@ class BusPublication : public Publication {
 public:
     BusPublication(std::shared_ptr<PublishedState> state, StateName name, Record record)
         : state_(std::move(state)), name_(std::move(name)), record_(std::move(record)) {}
-    ~BusPublication() override { state_->close(); }
+    ~BusPublication() override { state_->close(true); }
 
     void change(const std::function<void(Record&)>& edit) override {
         const std::lock_guard<std::mutex> lock(mutex_);

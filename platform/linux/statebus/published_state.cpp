@@ -139,7 +139,7 @@ bool PublishedState::publish(CallGroup& calls, SharedWireRecord record, SharedWi
     calls.end(call);
     if (published)
         return true;
-    close();
+    close(true);
     // Closing has waited for the I/O thread: nobody writes the reason any more.
     error = *why;
     return false;
@@ -162,11 +162,12 @@ void PublishedState::setWill(SharedWireRecord will) {
     });
 }
 
-void PublishedState::close() {
+void PublishedState::close(bool withGoodbye) {
     gate_.close();
     auto call = std::make_shared<Call>();
-    const bool posted = connection_->post(
-        [self = shared_from_this(), call] { self->goodbye([call] { call->finish(true); }); });
+    const bool posted = connection_->post([self = shared_from_this(), call, withGoodbye] {
+        self->leave(withGoodbye, [call] { call->finish(true); });
+    });
     if (posted)
         (void)call->wait(); // the bus takes the name away with the connection, too
 }
@@ -241,12 +242,13 @@ void PublishedState::refused(const std::string& why) {
     });
 }
 
-void PublishedState::goodbye(const std::function<void()>& done) {
+void PublishedState::leave(bool withGoodbye, const std::function<void()>& done) {
     if (std::exchange(closed_, true)) {
         done();
         return;
     }
-    emit("Goodbye", [](sd_bus_message*) { return 0; });
+    if (withGoodbye)
+        emit("Goodbye", [](sd_bus_message*) { return 0; });
     connection_->remove(*this);
     object_.reset();
     if (!std::exchange(owned_, false)) {

@@ -40,9 +40,9 @@ public:
                  std::string& error);
     void announce(SharedWireRecord record);
     void setWill(SharedWireRecord will);
-    /// Says goodbye and waits until nobody is answered any more and the name is free. May be called
-    /// twice.
-    void close();
+    /// Waits until nobody is answered any more and the name is free. With a goodbye subscribers get
+    /// no will. May be called twice; the first time counts.
+    void close(bool withGoodbye);
 
     void connected() override;
     void lost() override;
@@ -54,7 +54,7 @@ private:
     void requestName();
     void onNameAnswer(sd_bus_message* answer);
     void refused(const std::string& why);
-    void goodbye(const std::function<void()>& done);
+    void leave(bool withGoodbye, const std::function<void()>& done);
     void emitChanged();
     void emit(const char* member, const std::function<int(sd_bus_message*)>& append);
     int take(sd_bus_message* message, std::function<bool()> question);
