@@ -16,9 +16,10 @@ class Missing(Exception):
 
 
 class Television:
-    def __init__(self, program, options=(), trace=None, environment=None, on_line=None):
+    def __init__(self, program, options=(), trace=None, environment=None, on_line=None, log=None):
         """Starts ketra-tv on the host "tv"; `on_line` is called with every line it prints, decoded,
-        on the reader thread."""
+        on the reader thread. The standard error of the TV and its companions goes to the open file
+        `log`, else where the caller's goes."""
         command = ["in_tv", program, "--json", "--script", "-", *options]
         if trace:
             command += ["--trace", trace]
@@ -28,7 +29,8 @@ class Television:
         self._taken = 0
         self._ended = False
         self.process = subprocess.Popen(
-            command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, env=environment
+            command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=log, text=True,
+            env=environment
         )
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
