@@ -73,11 +73,11 @@ void zeMultiMBusEngine::Stop() {
         record(nameOf(*this) + ".Stop()");
         mData->opened = false;
         mData->started = false;
-        // What is still published says goodbye before the connection closes.
+        // Whoever still publishes through this connection is lost with it.
         const std::list<fake::InstancePtr> instances = fake::bus().instances;
         for (const fake::InstancePtr& instance : instances)
             if (instance->engine == this)
-                fake::announceGone(instance, false);
+                fake::announceGone(instance, true);
     }
     fake::waitForHandlers();
     fake::pump();

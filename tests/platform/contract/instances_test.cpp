@@ -98,6 +98,21 @@ TEST_F(Instances, LeaveTheWillThatWasSetLast) {
                                         "ContractState$main is 97", "removed ContractState$main"}));
 }
 
+TEST_F(Instances, WhoseEngineStopsUnderThemLeaveTheirWill) {
+    const Subscriber subscriber;
+    Publisher doomed;
+    auto spec = Publisher::specOf("main", 1);
+    spec.will = stateWith(98);
+    const auto publication = doomed.publish(std::move(spec));
+    ASSERT_TRUE(subscriber.waitFor("ContractState$main is 1"));
+    doomed.engine.Stop();
+    EXPECT_TRUE(subscriber.waitFor("removed ContractState$main"));
+    EXPECT_EQ(subscriber.seen(), (Lines{"added ContractState$main", "ContractState$main is 1",
+                                        "ContractState$main is 98", "removed ContractState$main"}));
+    // Nobody hears it any more, and nothing breaks.
+    publication->change([](statebus::Record& record) { record.setNumber("mInt32", 2); });
+}
+
 TEST_F(Instances, MayComeBack) {
     const Subscriber subscriber;
     for (int round = 1; round <= 3; ++round) {

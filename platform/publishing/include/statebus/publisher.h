@@ -62,7 +62,7 @@ public:
 
 /// Publishes a state through an opened and started engine. Null, with the reason in `*error` (may
 /// be null), when the instance exists already or the engine is not running. The engine must outlive
-/// the publication.
+/// the publication; when it is stopped before, the publication goes without a goodbye.
 std::unique_ptr<Publication> publish(zeMultiMBusEngine& engine, PublicationSpec spec,
                                      std::string* error);
 
