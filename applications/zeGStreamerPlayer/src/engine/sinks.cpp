@@ -1,6 +1,9 @@
 #include "engine/sinks.h"
 
+#include <cstdlib>
+#include <filesystem>
 #include <string>
+#include <system_error>
 
 #include "process/log.h"
 
@@ -35,6 +38,18 @@ GstElement* makeIfUsable(const std::string& factory, const char* name) {
     return sink;
 }
 
+/// Looking for a sound system takes time and litters the log where there is none.
+bool mayHaveSound() {
+    const char* const runtime = std::getenv("XDG_RUNTIME_DIR");
+    const std::string sockets = runtime == nullptr ? "" : runtime;
+    std::error_code ignored;
+    return std::getenv("PULSE_SERVER") != nullptr ||
+           std::filesystem::exists("/dev/snd/timer", ignored) ||
+           std::filesystem::exists("/dev/dsp", ignored) ||
+           (!sockets.empty() && (std::filesystem::exists(sockets + "/pulse/native", ignored) ||
+                                 std::filesystem::exists(sockets + "/pipewire-0", ignored)));
+}
+
 GstElement* make(const std::string& asked, const char* automatic, const char* name) {
     if (!asked.empty()) {
         if (GstElement* const sink = makeIfUsable(asked, name)) {
@@ -57,7 +72,7 @@ GstElement* makeVideoSink(const Settings& settings) {
 }
 
 GstElement* makeAudioSink(const Settings& settings) {
-    return make(settings.audioSink, "autoaudiosink", "sound");
+    return make(settings.audioSink, mayHaveSound() ? "autoaudiosink" : nullptr, "sound");
 }
 
 } // namespace player

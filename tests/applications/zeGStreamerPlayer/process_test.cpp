@@ -1,0 +1,173 @@
+// The player as a process of its own on a bus of its own.
+
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "ServiceRecords.h"
+#include "support/bus_watcher.h"
+#include "support/media_server.h"
+#include "support/private_bus.h"
+#include "support/program.h"
+#include "support/recorded_player.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+using std::chrono::seconds;
+using testing_support::Notice;
+using testing_support::Program;
+
+constexpr char kType[] = "ContentPlayerService";
+constexpr char kInstance[] = "main";
+constexpr char kFullName[] = "ContentPlayerService$main";
+
+class ThePlayerProcess : public testing::Test {
+protected:
+    ThePlayerProcess() {
+        setenv("KETRA_VIDEO_SINK", "fakesink", 1);
+        setenv("KETRA_AUDIO_SINK", "fakesink", 1);
+        setenv("KETRA_SNAPSHOT_DIR", folder_.path().c_str(), 1);
+        setenv("KETRA_DOWNLOAD_DIR", folder_.path().c_str(), 1);
+    }
+
+    void start() {
+        ASSERT_TRUE(watcher_.start());
+        player_ = std::make_unique<Program>(std::vector<std::string>{KETRA_PLAYER_PROGRAM});
+        ASSERT_TRUE(waitForState(kPlayerStopped));
+    }
+
+    void startPlaying() {
+        start();
+        ASSERT_TRUE(
+            watcher_.command("seturi", kInstance, server_.address("/good/film.mp4").c_str()));
+        ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+        ASSERT_TRUE(waitForState(kPlayerPlaying));
+    }
+
+    /// Waits until the last record that was delivered says so.
+    bool waitForState(int state) {
+        return watcher_.waitFor([state](const std::vector<Notice>& notices) {
+            return !notices.empty() && notices.back().kind == Notice::kChanged &&
+                   notices.back().state == state;
+        });
+    }
+
+    bool waitUntilRemoved() { return watcher_.waitForCount(Notice::kRemoved, 1, kFullName); }
+
+    /// The states in order, each change once.
+    std::vector<int> states() const {
+        std::vector<int> states;
+        for (const Notice& notice : watcher_.notices()) {
+            if (notice.kind == Notice::kChanged &&
+                (states.empty() || states.back() != notice.state)) {
+                states.push_back(notice.state);
+            }
+        }
+        return states;
+    }
+
+    bool custom(const char* word, const char* argument) {
+        zeSBusState* const state =
+            zeSBusState::New(&ContentPlayerServiceCustomCommandTemplate, nullptr);
+        auto* const record = reinterpret_cast<ContentPlayerServiceCustomCommand*>(state);
+        record->mCommand = strdup(word);
+        record->mArgument = strdup(argument);
+        return zeSBusCommand("customcommand", state).Execute(&watcher_.manager(), kType, kInstance);
+    }
+
+    test::TemporaryFolder folder_;
+    testing_support::PrivateBus bus_;
+    test::MediaServer server_{KETRA_TEST_MEDIA};
+    testing_support::BusWatcher watcher_;
+    std::unique_ptr<Program> player_;
+};
+
+TEST_F(ThePlayerProcess, PlaysWhatTheBusTellsIt) {
+    startPlaying();
+    EXPECT_EQ(states(), (std::vector<int>{1, 5, 4}));
+    EXPECT_EQ(watcher_.notices().back().profile, "http-get:*:video/mp4:*");
+    EXPECT_TRUE(watcher_.manager().SetValue(kType, kInstance, "mPlayback.mPositionSec", "11"));
+    EXPECT_TRUE(watcher_.waitFor(
+        [](const std::vector<Notice>& notices) { return notices.back().position == 11; }));
+    EXPECT_TRUE(watcher_.command("pause", kInstance));
+    EXPECT_TRUE(waitForState(kPlayerPaused));
+    EXPECT_TRUE(custom("Snapshot", "now.png"));
+    EXPECT_TRUE(custom("Volume", "UP"));
+    EXPECT_FALSE(custom("Snapshot", "/now.png"));
+    EXPECT_FALSE(watcher_.command("play", kInstance, "3"));
+    EXPECT_TRUE(watcher_.command("stop", kInstance));
+    EXPECT_TRUE(waitForState(kPlayerStopped));
+    EXPECT_EQ(states(), (std::vector<int>{1, 5, 4, 3, 1}));
+    EXPECT_TRUE(watcher_.command("exit", kInstance));
+    EXPECT_EQ(player_->waitForExit(), 0) << player_->error();
+    EXPECT_TRUE(waitUntilRemoved());
+    // The picture was taken before the stop that came after it.
+    gst_init(nullptr, nullptr);
+    const test::Picture picture = test::readPicture(folder_.path() + "/now.png");
+    ASSERT_EQ(picture.width, 320) << player_->error();
+    EXPECT_GT(picture.middle().blue, 180);
+}
+
+TEST_F(ThePlayerProcess, LeavesItsWillWhenItIsKilled) {
+    startPlaying();
+    player_->signal(SIGKILL);
+    ASSERT_TRUE(waitUntilRemoved());
+    const std::vector<Notice> notices = watcher_.notices();
+    const Notice& will = notices.at(notices.size() - 2);
+    EXPECT_EQ(will.state, kPlayerStopped);
+    EXPECT_EQ(will.error, 120);
+    EXPECT_FALSE(will.profile);
+}
+
+TEST_F(ThePlayerProcess, SaysThatItStopsBeforeItEnds) {
+    startPlaying();
+    player_->signal(SIGTERM);
+    EXPECT_EQ(player_->waitForExit(), 0) << player_->error();
+    ASSERT_TRUE(waitUntilRemoved());
+    const std::vector<Notice> notices = watcher_.notices();
+    const Notice& last = notices.at(notices.size() - 2);
+    EXPECT_EQ(last.state, kPlayerStopped);
+    EXPECT_EQ(last.error, 0);
+}
+
+TEST_F(ThePlayerProcess, EndsWithTheProcessThatStartedIt) {
+    ASSERT_TRUE(watcher_.start());
+    Program starter({"sh", "-c", KETRA_PLAYER_PROGRAM " & read line"});
+    ASSERT_TRUE(waitForState(kPlayerStopped));
+    kill(starter.pid(), SIGKILL);
+    EXPECT_TRUE(waitUntilRemoved());
+}
+
+TEST_F(ThePlayerProcess, StartsWithoutAnArgumentVector) {
+    ASSERT_TRUE(watcher_.start());
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        char* none[] = {nullptr};
+        execv(KETRA_PLAYER_PROGRAM, none);
+        _exit(127);
+    }
+    EXPECT_TRUE(waitForState(kPlayerStopped));
+    kill(child, SIGTERM);
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+TEST_F(ThePlayerProcess, EndsWhenTheBusHasBeenAwayForTenSeconds) {
+    start();
+    const auto began = std::chrono::steady_clock::now();
+    bus_.stop();
+    EXPECT_EQ(player_->waitForExit(), 2) << player_->error();
+    EXPECT_GE(std::chrono::steady_clock::now() - began, seconds(9));
+}
+
+} // namespace
