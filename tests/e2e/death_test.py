@@ -46,7 +46,7 @@ class Death(HouseTest):
         for playing in (False, True):
             tv = self.playing_television() if playing else self.television("--allow")
             for program in ("Vantor2", "zeGStreamerPlayer"):
-                self.assertEqual(len(companion_pids(program)), 1, program)
+                until(lambda: len(companion_pids(program)) == 1, f"one {program}", 5)
             tv.process.send_signal(signal.SIGKILL)
             tv.ended()
             for program in ("Vantor2", "zeGStreamerPlayer"):

@@ -40,6 +40,22 @@ std::vector<std::string> usableInterfaces() {
     return names;
 }
 
+/// The library draws a random port for its event server and gives up when that is occupied: a few
+/// tries find a free one.
+ObjectPtr<GUPnPContext> openContext(const std::string& interfaceName, std::string& error) {
+    constexpr int kTries = 5;
+    for (int tries = 0; tries < kTries; ++tries) {
+        ErrorHolder failure;
+        ObjectPtr<GUPnPContext> context(gupnp_context_new_full(
+            interfaceName.c_str(), nullptr, 0, GSSDP_UDA_VERSION_1_0, failure.out()));
+        if (context) {
+            return context;
+        }
+        error = "cannot look for televisions on " + interfaceName + ": " + failure.text();
+    }
+    return nullptr;
+}
+
 std::string ownedText(char* text) {
     const StringPtr owner(text);
     return text != nullptr ? text : "";
@@ -72,11 +88,8 @@ bool RendererSearch::addInterface(const std::string& name, std::string& error) {
         error = "there is no network interface \"" + name + "\"";
         return false;
     }
-    ErrorHolder failure;
-    ObjectPtr<GUPnPContext> context(
-        gupnp_context_new_full(name.c_str(), nullptr, 0, GSSDP_UDA_VERSION_1_0, failure.out()));
+    ObjectPtr<GUPnPContext> context = openContext(name, error);
     if (!context) {
-        error = "cannot look for televisions on " + name + ": " + failure.text();
         return false;
     }
     ObjectPtr<GUPnPControlPoint> point(gupnp_control_point_new(context.get(), kRendererType));
