@@ -6,6 +6,7 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include "base/glib_log.h"
 #include "base/log.h"
 #include "base/settings.h"
 #include "daemon.h"
@@ -27,6 +28,7 @@ int main() {
         return static_cast<int>(ExitCode::ok);
     }
     signal(SIGPIPE, SIG_IGN);
+    adoptGlibMessages();
     xmlInitParser();
 
     std::string error;

@@ -95,7 +95,12 @@ ConnectionGuard::~ConnectionGuard() {
     }
 }
 
-ConnectionGuard::Connection* ConnectionGuard::find(SoupServerMessage* message) {
+std::string ConnectionGuard::peerOf(SoupServerMessage* message) const {
+    const Connection* connection = find(message);
+    return connection == nullptr ? std::string() : connection->host;
+}
+
+ConnectionGuard::Connection* ConnectionGuard::find(SoupServerMessage* message) const {
     GSocket* socket = soup_server_message_get_socket(message);
     const auto found = connections_.find(socket);
     return found == connections_.end() ? nullptr : found->second.get();

@@ -45,6 +45,10 @@ public:
     ConnectionGuard(const ConnectionGuard&) = delete;
     ConnectionGuard& operator=(const ConnectionGuard&) = delete;
 
+    /// The numeric address of a request's sender, taken when it connected (libsoup cannot tell any
+    /// more when the sender has gone meanwhile).
+    std::string peerOf(SoupServerMessage* message) const;
+
     std::size_t connectionCount() const { return connections_.size(); }
 
 private:
@@ -58,7 +62,7 @@ private:
     void requestComplete(Connection& connection);
     void chunkArrived(Connection& connection, SoupServerMessage* message, GBytes* chunk);
 
-    Connection* find(SoupServerMessage* message);
+    Connection* find(SoupServerMessage* message) const;
     Connection* accept(SoupServerMessage* message, GSocket* socket);
     bool makeRoom(const Connection& newcomer);
     Connection* oldestSilent(const std::string* host);

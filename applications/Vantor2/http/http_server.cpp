@@ -95,8 +95,7 @@ HttpReply HttpServer::reply(SoupServerMessage* message, const char* path) {
         return value == nullptr ? std::nullopt : std::optional<std::string>(value);
     };
     request.userAgent = request.header("User-Agent").value_or("");
-    const char* host = soup_server_message_get_remote_host(message);
-    request.peerAddress = host != nullptr ? host : "";
+    request.peerAddress = guard_->peerOf(message);
 
     SoupMessageBody* body = soup_server_message_get_request_body(message);
     GBytes* bytes = soup_message_body_flatten(body);

@@ -160,6 +160,10 @@ constexpr const char* kCms = "urn:schemas-upnp-org:service:ConnectionManager:1";
 class DeviceFixture : public testing::Test {
 protected:
     explicit DeviceFixture(DeviceLimits limits = DeviceLimits()) {
+        // What GLib calls critical is a mistake in how it is used.
+        g_log_set_always_fatal(static_cast<GLogLevelFlags>(static_cast<int>(G_LOG_FATAL_MASK) |
+                                                           static_cast<int>(G_LOG_LEVEL_CRITICAL) |
+                                                           static_cast<int>(G_LOG_LEVEL_WARNING)));
         device = std::make_unique<RendererDevice>(
             DeviceIdentity{"11111111-2222-3333-4444-555555555555", "Ketra <TV> & more", "1.5.0"},
             clock, player, sound, [] {}, limits);
