@@ -2,10 +2,20 @@
 
 #include <pthread.h>
 
+#include <atomic>
+#include <cerrno>
 #include <new>
+
+namespace {
+
+constexpr pthread_t kNobody = 0;
+
+} // namespace
 
 struct zeMutexData {
     pthread_mutex_t mutex;
+    std::atomic<pthread_t> owner{kNobody};
+    unsigned depth = 0; ///< how often the owner holds it; only the owner touches it
 };
 
 zeMutexHandle zeMutex_New() {
@@ -25,18 +35,31 @@ zeMutexHandle zeMutex_New() {
 }
 
 int zeMutex_Lock(zeMutexHandle aMutex) {
-    return aMutex == nullptr ? -1 : pthread_mutex_lock(&aMutex->mutex);
+    if (aMutex == nullptr)
+        return -1;
+    const int result = pthread_mutex_lock(&aMutex->mutex);
+    if (result != 0)
+        return result;
+    aMutex->owner = pthread_self();
+    ++aMutex->depth;
+    return 0;
 }
 
 int zeMutex_Unlock(zeMutexHandle aMutex) {
-    return aMutex == nullptr ? -1 : pthread_mutex_unlock(&aMutex->mutex);
+    if (aMutex == nullptr)
+        return -1;
+    if (aMutex->owner != pthread_self())
+        return EPERM;
+    if (--aMutex->depth == 0)
+        aMutex->owner = kNobody;
+    return pthread_mutex_unlock(&aMutex->mutex);
 }
 
 void zeMutex_Delete(zeMutexHandle aMutex) {
     if (aMutex == nullptr)
         return;
     // The caller may still hold it, as often as it likes; a held mutex must not be destroyed.
-    while (pthread_mutex_unlock(&aMutex->mutex) == 0) {
+    while (zeMutex_Unlock(aMutex) == 0) {
     }
     pthread_mutex_destroy(&aMutex->mutex);
     delete aMutex;
