@@ -6,6 +6,7 @@
 // KETRA_TEST_FOLDER is where the daemon keeps its name.
 #include <cstdlib>
 #include <fstream>
+#include <mutex>
 #include <string>
 
 #include <limits.h>
@@ -66,13 +67,18 @@ public:
             change([&](Record& record) { record.setFromText(path, text); });
             return true;
         };
+        // The first command may come before the publication is handed over.
+        const std::lock_guard<std::mutex> lock(mutex_);
         publication_ = statebus::publish(engine, std::move(spec), nullptr);
     }
 
     bool isThere() const { return publication_ != nullptr; }
 
 private:
-    void change(const std::function<void(Record&)>& edit) { publication_->change(edit); }
+    void change(const std::function<void(Record&)>& edit) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        publication_->change(edit);
+    }
 
     void state(ContentPlayerState state) {
         change([&](Record& record) { record.setNumber("mState", state); });
@@ -123,6 +129,7 @@ private:
     }
 
     const bool stubborn_;
+    std::mutex mutex_; // guards publication_
     std::unique_ptr<statebus::Publication> publication_;
 };
 
@@ -142,18 +149,25 @@ public:
             return onCommand(command);
         };
         spec.onWrite = [this](const std::string& path, const std::string& text) {
-            publication_->change([&](Record& record) {
+            change([&](Record& record) {
                 if (!(stubborn_ && path == "mfVisible"))
                     record.setFromText(path, text);
             });
             return true;
         };
+        // The first command may come before the publication is handed over.
+        const std::lock_guard<std::mutex> lock(mutex_);
         publication_ = statebus::publish(engine, std::move(spec), nullptr);
     }
 
     bool isThere() const { return publication_ != nullptr; }
 
 private:
+    void change(const std::function<void(Record&)>& edit) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        publication_->change(edit);
+    }
+
     static std::string nameFile() { return environment("KETRA_TEST_FOLDER") + "/name"; }
 
     static std::string name() {
@@ -169,7 +183,7 @@ private:
             file << textOf(command);
             return file.good();
         }
-        publication_->change([&](Record& record) {
+        change([&](Record& record) {
             const char kState[] = "mAuthorizationRequests[0].mState";
             if (command.word == "ask")
                 hold(record, textOf(command));
@@ -192,6 +206,7 @@ private:
     }
 
     const bool stubborn_;
+    std::mutex mutex_; // guards publication_
     std::unique_ptr<statebus::Publication> publication_;
 };
 
