@@ -1,5 +1,7 @@
 #include "tv/companions.h"
 
+#include <algorithm>
+
 #include "ServiceRecords.h"
 #include "middleware/event_loop.h"
 #include "statebus/publisher.h"
@@ -66,6 +68,8 @@ void CompanionWatch::remoteState(zeSBusManager* manager, void* user, const char*
         self->change([](Companions& companions) {
             companions.daemon = false; // until it reports
             companions.visible = false;
+            companions.requests.clear();
+            companions.newestRequest = 0;
         });
         if (added)
             manager->RegisterToStateChange(&MediaRendererServiceTemplate, instance.c_str(),
@@ -97,6 +101,7 @@ void CompanionWatch::daemonChanged(zeSBusManager*, void* user,
              daemon.mAuthorizationRequests != nullptr && i < daemon.mAuthorizationRequestsCount;
              ++i) {
             const MediaRendererAuthorizationRequest& request = daemon.mAuthorizationRequests[i];
+            companions.newestRequest = std::max(companions.newestRequest, request.mRequestId);
             if (request.mState == kRequestRequested || request.mState == kRequestPostponed)
                 companions.requests.insert(request.mRequestId);
         }

@@ -29,6 +29,7 @@ struct Companions {
     bool visible = false;             ///< by its last report
     std::string name;                 ///< the renderer's, by the daemon's last report
     std::set<std::uint32_t> requests; ///< that wait for an answer
+    std::uint32_t newestRequest = 0;  ///< the last one that this daemon has told of
 };
 
 class CompanionWatch {

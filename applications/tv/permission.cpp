@@ -33,7 +33,6 @@ Answer Permission::onRequest(const Event& request) {
     question.mime = textOf(request, "mime");
     question.controller = textOf(request, "controller");
     open_ = question;
-    seenPending_ = false;
     switch (mode_) {
     case AnswerMode::kAllow:
         return Answer::kAllow;
@@ -45,15 +44,11 @@ Answer Permission::onRequest(const Event& request) {
     return Answer::kNone;
 }
 
-bool Permission::onPending(const std::set<std::uint32_t>& requests) {
-    if (!open_)
+bool Permission::onPending(const std::set<std::uint32_t>& requests, std::uint32_t newest) {
+    if (!open_ || requests.count(open_->request) != 0)
         return false;
-    if (requests.count(open_->request) != 0) {
-        seenPending_ = true;
-        return false;
-    }
     // The event may be ahead of the record that this process sees on its own account.
-    if (!seenPending_)
+    if (newest < open_->request)
         return false;
     open_.reset();
     return true;

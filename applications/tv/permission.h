@@ -38,14 +38,14 @@ public:
     const std::optional<Question>& open() const { return open_; }
     /// It was answered.
     void answered() { open_.reset(); }
-    /// The requests that the daemon still holds. True when the open question is not among them any
-    /// more, that is when nobody answered in time; it is then closed.
-    bool onPending(const std::set<std::uint32_t>& requests);
+    /// The requests that the daemon still holds, and the newest that it has told of. True when the
+    /// open question is not among them any more, that is when nobody answered in time; it is then
+    /// closed.
+    bool onPending(const std::set<std::uint32_t>& requests, std::uint32_t newest);
 
 private:
     AnswerMode mode_;
     std::optional<Question> open_;
-    bool seenPending_ = false; ///< the daemon was seen holding the open question's request
 };
 
 /// Whether the TV shows the renderer. While it does, the service lets further controllers in

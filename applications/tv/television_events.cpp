@@ -5,14 +5,13 @@ namespace tv {
 
 BOOL Television::OnEvt(unsigned long type, unsigned long code, unsigned long parameter) {
     const Event event = renderer_.receive(type, code, parameter);
-    report_.event(event);
-    script_.onEvent(event.name);
-    if (!renderer_.isRunning())
-        return TRUE;
-    if (event.code == MM_REQ_TO_AUTH)
-        onRequest(event);
+    // Before it is told: who hears of the end of playback may count on being asked about.
     if (screen_.onEvent(event))
         renderer_.leave();
+    report_.event(event);
+    script_.onEvent(event.name);
+    if (event.code == MM_REQ_TO_AUTH && renderer_.isRunning())
+        onRequest(event);
     return TRUE;
 }
 
@@ -60,8 +59,10 @@ void Television::onCompanions() {
         companionsDeadline_.reset();
         report_.ready(now.name);
     }
+    if (!now.daemon && known_.daemon)
+        permission_.answered(); // nobody is left to tell an answer to
     known_ = now;
-    if (permission_.onPending(now.requests))
+    if (permission_.onPending(now.requests, now.newestRequest))
         report_.notice("the question was not answered in time");
 }
 

@@ -60,14 +60,20 @@ TEST(AQuestion, CannotBeTurnedAgainstTheTerminal) {
 
 TEST(AQuestion, ClosesWhenTheDaemonNoLongerHoldsIt) {
     Permission permission(AnswerMode::kAsk);
-    EXPECT_FALSE(permission.onPending({}));
+    EXPECT_FALSE(permission.onPending({}, 0));
     permission.onRequest(request(3));
-    EXPECT_FALSE(permission.onPending({})) << "the event may be ahead of the record";
+    EXPECT_FALSE(permission.onPending({}, 2)) << "the event may be ahead of the record";
+    EXPECT_FALSE(permission.onPending({3, 4}, 4));
     EXPECT_TRUE(permission.open());
-    EXPECT_FALSE(permission.onPending({3, 4}));
-    EXPECT_TRUE(permission.onPending({4}));
+    EXPECT_TRUE(permission.onPending({4}, 4));
     EXPECT_FALSE(permission.open());
-    EXPECT_FALSE(permission.onPending({}));
+    EXPECT_FALSE(permission.onPending({}, 4));
+}
+
+TEST(AQuestion, ClosesAlsoWhenItWasNeverSeenBeingHeld) {
+    Permission permission(AnswerMode::kAsk);
+    permission.onRequest(request(3));
+    EXPECT_TRUE(permission.onPending({}, 3));
 }
 
 class TheRendererScreen : public testing::Test {
