@@ -73,10 +73,12 @@ public:
         const std::lock_guard<std::mutex> lock(mutex_);
         return countLocked(kind, name);
     }
+    /// The condition is asked when there is at least one notice.
     template <class Condition>
     bool waitFor(Condition condition, std::chrono::milliseconds limit = kLimit) {
         std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, limit, [&] { return condition(notices_); });
+        return changed_.wait_for(lock, limit,
+                                 [&] { return !notices_.empty() && condition(notices_); });
     }
     bool waitForCount(Notice::Kind kind, std::size_t wanted, const std::string& name = "",
                       std::chrono::milliseconds limit = kLimit) {

@@ -2,6 +2,7 @@
 // "ready" and stays until somebody ends it.
 #include <cstdio>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -25,14 +26,20 @@ int main(int argc, char** argv) {
     spec.onCommand = [](const statebus::Command&) {
         return true;
     };
-    std::unique_ptr<statebus::Publication> publication;
+    // A write may come before publish has returned.
+    std::mutex mutex;
+    std::unique_ptr<statebus::Publication> publication; // guarded by it
     spec.onWrite = [&](const std::string& path, const std::string& text) {
+        const std::lock_guard<std::mutex> lock(mutex);
         if (path == "will")
             publication->setWill(contract::stateWith(std::stoi(text)));
         return true;
     };
     std::string error;
-    publication = statebus::publish(engine, std::move(spec), &error);
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        publication = statebus::publish(engine, std::move(spec), &error);
+    }
     if (publication == nullptr) {
         std::fprintf(stderr, "%s\n", error.c_str());
         return 1;

@@ -63,6 +63,7 @@ public:
 /// Publishes a state through an opened and started engine. Null, with the reason in `*error` (may
 /// be null), when the instance exists already or the engine is not running. The engine must outlive
 /// the publication; when it is stopped before, the publication goes without a goodbye.
+/// Questions may be answered on the service thread before publish has returned.
 std::unique_ptr<Publication> publish(zeMultiMBusEngine& engine, PublicationSpec spec,
                                      std::string* error);
 
