@@ -6,7 +6,9 @@
 
 #include <sys/types.h>
 
-class [[gnu::visibility("default")]] KetraSrv_DLNA {
+#pragma GCC visibility push(default)
+
+class KetraSrv_DLNA {
 public:
     /// Counts one more user and starts the player unless it runs. A third user that nobody has
     /// taken back is a programming error and aborts. When the process cannot be forked the whole
@@ -19,3 +21,5 @@ private:
     static pid_t m_pid_tPlayer_PID;             ///< 0 while no player runs
     static std::int32_t m_s32PlayerLaunchCount; ///< launches not taken back: 0, 1 or 2
 };
+
+#pragma GCC visibility pop

@@ -20,7 +20,9 @@
 /// Upward handler of a change: the record, laid out as its type says, and the registered user.
 typedef void (*ServicesEventCallback)(const void* aService, void* aUser);
 
-class [[gnu::visibility("default")]] ConsoleStatusMon {
+#pragma GCC visibility push(default)
+
+class ConsoleStatusMon {
 public:
     /// The last record of each known instance of one state. The records are the bus's.
     typedef std::list<const zeSBusStateSerializable*> InstanceList;
@@ -45,13 +47,13 @@ public:
 
     // ---- dispatch.cpp: instances and their changes
 
-    static void RemoteSBusState_Callback(zeSBusManager * aManager, void* aUser,
+    static void RemoteSBusState_Callback(zeSBusManager* aManager, void* aUser,
                                          const char* aFullName, bool aAdded);
-    static void ContentPlayerService_Callback(zeSBusManager * aManager, void* aUser,
+    static void ContentPlayerService_Callback(zeSBusManager* aManager, void* aUser,
                                               const zeSBusStateSerializable* aService);
-    static void SoundService_Callback(zeSBusManager * aManager, void* aUser,
+    static void SoundService_Callback(zeSBusManager* aManager, void* aUser,
                                       const zeSBusStateSerializable* aService);
-    static void MediaRendererService_Callback(zeSBusManager * aManager, void* aUser,
+    static void MediaRendererService_Callback(zeSBusManager* aManager, void* aUser,
                                               const zeSBusStateSerializable* aService);
 
     /// Instance name of the selected record, "" when there is none; never null. Valid until the
@@ -114,8 +116,8 @@ public:
 private:
     friend struct KetraTestAccess;
 
-    void updateInstance(InstanceList & aInstances, const zeSBusStateSerializable* aService);
-    void removeInstance(InstanceList & aInstances, const char* aFullName);
+    void updateInstance(InstanceList& aInstances, const zeSBusStateSerializable* aService);
+    void removeInstance(InstanceList& aInstances, const char* aFullName);
     void sendRectangle(const char* const* aCommands, const ST_MM_INTERFACE_RECT& aRectangle);
 
     zeMultiMBusEngine* mEngine;
@@ -135,4 +137,6 @@ private:
 
 /// User of the upward callbacks. One for the process, as there is one link in it; the last
 /// registration holds.
-[[gnu::visibility("default")]] extern void* gServicesEventUser;
+extern void* gServicesEventUser;
+
+#pragma GCC visibility pop

@@ -179,7 +179,9 @@ struct FileInitInfo {
     U32 m_u32TimeSeek;          ///< 1 when the server can seek by time
 };
 
-class [[gnu::visibility("default")]] KetraSrv_DLNADMR : public KetraSrv_DLNAMMInterface {
+#pragma GCC visibility push(default)
+
+class KetraSrv_DLNADMR : public KetraSrv_DLNAMMInterface {
 public:
     // ---- KetraSrv_DLNA_DMR.cpp: lifecycle
 
@@ -204,7 +206,7 @@ public:
     BOOL DMR_KillVantor2();
     /// Gives the device a new name, for which the daemon is restarted. `aUnused` is ignored.
     BOOL DMR_SetDeviceName(const std::string& aName, char* aUnused);
-    void DMR_GetDeviceName(std::string & aName);
+    void DMR_GetDeviceName(std::string& aName);
     void DMR_MNG_set_DMR_Show();
     void DMR_MNG_set_DMR_Hide();
     BOOL DMR_MNG_Get_DMRVisibleFlag();
@@ -270,45 +272,47 @@ public:
     MM_ZOOM MediaPlayer_Zoom(MM_MEDIATYPE aType, MM_ZOOM aZoom);
     void MediaPlayer_ResetRotate();
     void MediaPlayer_ResetZoom();
-    BOOL MM_Interface_Zoom(EN_MM_INTERFACE_MEDIA_TYPE aMediaType, EN_MM_INTERFACE_ZOOM_SCALE aScale)
-        override;
+    BOOL MM_Interface_Zoom(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
+                           EN_MM_INTERFACE_ZOOM_SCALE aScale) override;
     EN_MM_INTERFACE_ZOOM_SCALE
     MM_Interface_GetZoomScale(EN_MM_INTERFACE_MEDIA_TYPE aMediaType) override;
-    BOOL MM_Interface_Rotate(EN_MM_INTERFACE_MEDIA_TYPE aMediaType, EN_MM_INTERFACE_DEGREE aDegree)
-        override;
+    BOOL MM_Interface_Rotate(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
+                             EN_MM_INTERFACE_DEGREE aDegree) override;
     EN_MM_INTERFACE_DEGREE
     MM_Interface_GetRotateDegree(EN_MM_INTERFACE_MEDIA_TYPE aMediaType) override;
     BOOL MM_Interface_MoveView(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
                                EN_MM_INTERFACE_MOVE_DIRECTION aDirection, U32 aOffset) override;
     BOOL MM_Interface_SetRepeatAB(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
                                   EN_MM_INTERFACE_REPEAT_AB aRepeat) override;
-    BOOL MM_Interface_ChangeAudioTrack(EN_MM_INTERFACE_MEDIA_TYPE aMediaType, U32 aTrackIndex)
-        override;
+    BOOL MM_Interface_ChangeAudioTrack(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
+                                       U32 aTrackIndex) override;
     BOOL MM_Interface_SetDisplayAspectRatio(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
                                             EN_MM_INTERFACE_ASPECT_RATIO aRatio) override;
-    BOOL MM_Interface_SetCropDisplayRectangle(
-        EN_MM_INTERFACE_MEDIA_TYPE aMediaType, ST_MM_INTERFACE_RECT const& aCrop,
-        ST_MM_INTERFACE_RECT const& aDisplay, unsigned char aVideoMute, unsigned char aKeepRatio)
-        override;
+    BOOL MM_Interface_SetCropDisplayRectangle(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
+                                              ST_MM_INTERFACE_RECT const& aCrop,
+                                              ST_MM_INTERFACE_RECT const& aDisplay,
+                                              unsigned char aVideoMute,
+                                              unsigned char aKeepRatio) override;
 
     // ---- metadata.cpp: metadata and tracks
 
     /// Writes an answer in every case; FALSE when the item is unknown or absent.
-    BOOL MediaPlayer_GetMetaData(EN_INFO_METADATA aItem, std::string & aAnswer);
+    BOOL MediaPlayer_GetMetaData(EN_INFO_METADATA aItem, std::string& aAnswer);
     // Track indices; all bits set when unknown.
     U32 MediaPlayer_GetChannelIndex();
     U32 MediaPlayer_GetAudioTrackIndex();
     U32 MediaPlayer_GetSubtitleTrackIndex();
     BOOL MM_Interface_GetMetaData(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
-                                  EN_MM_INTERFACE_META_DATA aItem, std::string & aAnswer) override;
+                                  EN_MM_INTERFACE_META_DATA aItem, std::string& aAnswer) override;
     U32 MM_Interface_GetSubtitleTrackIndex(EN_MM_INTERFACE_MEDIA_TYPE aMediaType) override;
     U32 MM_Interface_GetAudioTrackIndex(EN_MM_INTERFACE_MEDIA_TYPE aMediaType) override;
     U32 MM_Interface_GetVideoChannelIndex(EN_MM_INTERFACE_MEDIA_TYPE aMediaType) override;
 
     // ---- mm_unsupported.cpp: what a renderer does not have. Harmless: they report and say FALSE.
 
-    BOOL MM_Interface_SetTransitionEffectParam(
-        EN_MM_INTERFACE_MEDIA_TYPE, EN_MM_INTERFACE_TRANSITION_EFFECT_PARAM, U32) override;
+    BOOL MM_Interface_SetTransitionEffectParam(EN_MM_INTERFACE_MEDIA_TYPE,
+                                               EN_MM_INTERFACE_TRANSITION_EFFECT_PARAM,
+                                               U32) override;
     BOOL MM_Interface_SetTransitionEffect(EN_MM_INTERFACE_MEDIA_TYPE,
                                           EN_MM_INTERFACE_TRANSITION_EFFECT) override;
     BOOL MM_Interface_GetCurrentLyric(unsigned char*, U32) override;
@@ -353,8 +357,8 @@ public:
     U32 MM_Interface_GetFileNumInPlayList(EN_MM_INTERFACE_MEDIA_TYPE) override;
     BOOL MM_Interface_RemoveFileFromPlayList(EN_MM_INTERFACE_MEDIA_TYPE, U32) override;
     BOOL MM_Interface_ClearPlayList(EN_MM_INTERFACE_MEDIA_TYPE) override;
-    BOOL MM_Interface_SetRepeatMode(EN_MM_INTERFACE_MEDIA_TYPE, EN_MM_INTERFACE_REPEAT_MODE)
-        override;
+    BOOL MM_Interface_SetRepeatMode(EN_MM_INTERFACE_MEDIA_TYPE,
+                                    EN_MM_INTERFACE_REPEAT_MODE) override;
     BOOL MM_Interface_EnterFolder(U32, EN_MM_INTERFACE_FILE_INDEX_TYPE, unsigned int) override;
     U32 MM_Interface_GetTotalFileNum() override;
     BOOL MM_Interface_PlayNextFile(EN_MM_INTERFACE_MEDIA_TYPE) override;
@@ -397,7 +401,7 @@ private:
     void onLoading(const ContentPlayerService& aPlayer);
     /// `aInfo` is what MM_METADATA hands out.
     void followMetadata(const ContentPlayerService& aPlayer, const void* aInfo);
-    void replaceMetadata(std::string & aStored, const char* aText, const void* aInfo);
+    void replaceMetadata(std::string& aStored, const char* aText, const void* aInfo);
     /// Forgets what belongs to one media: texts, durations, zoom and rotation.
     void Reset_Metadata();
 
@@ -422,3 +426,5 @@ private:
     U32 m_u32PlayPositionSec;      ///< all bits set: none
     std::string mMediaInfoStr;     ///< text that the metadata queries are answered from
 };
+
+#pragma GCC visibility pop

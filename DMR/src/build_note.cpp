@@ -1,6 +1,6 @@
 // The build note: which code this file is, for the platform's module tools and for everybody with
-// `readelf -p KETRA_BUILD_NOTE`. One array, because separate variables come out in no certain order;
-// retained, because nothing refers to it.
+// `readelf -p KETRA_BUILD_NOTE`. One array, because separate variables come out in no certain
+// order; retained, because nothing refers to it.
 
 #ifndef KETRA_REVISION
 #error "the build passes the source revision in"

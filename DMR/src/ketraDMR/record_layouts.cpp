@@ -10,8 +10,8 @@ constexpr bool kOnTheTv = sizeof(void*) == 4;
 
 #define SIZE(aRecord, aSize) static_assert(!kOnTheTv || sizeof(aRecord) == (aSize))
 #define FIELD(aRecord, aField, aOffset, aSize)                                                     \
-    static_assert(!kOnTheTv || (offsetof(aRecord, aField) == (aOffset) &&                          \
-                                sizeof(aRecord::aField) == (aSize)))
+    static_assert(!kOnTheTv ||                                                                     \
+                  (offsetof(aRecord, aField) == (aOffset) && sizeof(aRecord::aField) == (aSize)))
 
 SIZE(zeSBusStateTemplate, 24);
 FIELD(zeSBusStateTemplate, mSize, 0, 4);
