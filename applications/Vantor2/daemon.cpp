@@ -18,6 +18,8 @@ namespace {
 
 // Without the bus there is no TV to render for.
 constexpr std::chrono::seconds kBusPatience{10};
+constexpr std::chrono::seconds kPredecessorPatience{5};
+constexpr std::chrono::milliseconds kPublishPause{50};
 
 std::string hostName() {
     char name[256] = "";
@@ -54,6 +56,7 @@ Daemon::Daemon(Settings settings)
           logError("the state bus has been away for ten seconds");
           end(ExitCode::noBus);
       }),
+      publishAgain_([this] { publishFirst(); }),
       bus_(busEvents()) {}
 
 Daemon::~Daemon() {
@@ -132,11 +135,8 @@ ExitCode Daemon::start() {
     record_.visible = true;
     record_.playerPolicy = static_cast<int>(device_->permission().policy(ControlKind::player));
     record_.soundPolicy = static_cast<int>(device_->permission().policy(ControlKind::sound));
-    if (!bus_.publish(record_, error)) {
-        logError("cannot publish the renderer's state: " + error);
-        return ExitCode::noBus;
-    }
-    published_ = true;
+    publishUntil_ = clock_.now() + kPredecessorPatience;
+    publishFirst();
     return ExitCode::ok;
 }
 
@@ -192,6 +192,21 @@ void Daemon::sayGoodbye() {
     }
     published_ = false;
     bus_.close();
+}
+
+// A daemon that was killed a moment ago may still hold its place on the bus.
+void Daemon::publishFirst() {
+    std::string error;
+    published_ = bus_.publish(record_, error);
+    if (published_) {
+        return;
+    }
+    if (clock_.now() < publishUntil_) {
+        publishAgain_.start(kPublishPause);
+        return;
+    }
+    logError("cannot publish the renderer's state: " + error);
+    end(ExitCode::noBus);
 }
 
 void Daemon::publish() {

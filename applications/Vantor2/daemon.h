@@ -45,6 +45,7 @@ private:
     void end(ExitCode code);
     void sayGoodbye();
 
+    void publishFirst();
     void publish();
     bool setVisible(bool visible);
     bool command(const statebus::Command& command);
@@ -58,6 +59,8 @@ private:
     GMainLoop* loop_;
     ExitCode exitCode_ = ExitCode::ok;
     Timer busAway_;
+    Timer publishAgain_;
+    TimePoint publishUntil_;
     std::optional<DeviceStore> store_;
     RendererRecord record_;
     BusLink bus_;

@@ -341,6 +341,26 @@ TEST_F(TheDaemon, SurvivesABusThatComesBack) {
     EXPECT_TRUE(waitUntil([&] { return tv->write("mfVisible", "1"); }));
 }
 
+TEST_F(TheDaemon, WaitsForItsPredecessorToLeaveTheBus) {
+    zeMultiMBusEngine engine(false);
+    ASSERT_EQ(engine.Open(), 0);
+    ASSERT_EQ(engine.Start(1), 0);
+    statebus::PublicationSpec spec;
+    spec.layout = &MediaRendererServiceTemplate;
+    spec.initial = statebus::Record(MediaRendererServiceTemplate);
+    std::string error;
+    auto predecessor = statebus::publish(engine, std::move(spec), &error);
+    ASSERT_NE(predecessor, nullptr) << error;
+    SsdpSide ssdp;
+    tv = std::make_unique<BusSide>();
+    daemon = std::make_unique<Child>(VANTOR2_PROGRAM, environment());
+    ASSERT_TRUE(waitUntil([&] { return ssdp.heard("ssdp:alive", "MediaRenderer:1") >= 3; }));
+    EXPECT_FALSE(daemon->ended(milliseconds(200)));
+    predecessor.reset();
+    EXPECT_TRUE(tv->waitForRecord([](const auto& record) { return record.mfVisible == 1; }));
+    engine.Stop();
+}
+
 TEST_F(TheDaemon, SaysWhyItCannotStart) {
     start();
     const auto failing = [&](const std::string& name, const std::string& value) {
