@@ -139,6 +139,7 @@ std::optional<Television::Time> Television::nextDeadline() const {
     consider(script_.wakeUp());
     consider(screen_.deadline());
     consider(companionsDeadline_);
+    consider(lookAgain_);
     if (report_.hasStatusLine())
         consider(steady_clock::now() + kStatusPeriod);
     return next;
@@ -186,6 +187,8 @@ void Television::onTime(Time now) {
     }
     if (screen_.onTime(now))
         renderer_.leave();
+    if (lookAgain_ && now >= *lookAgain_)
+        onCompanions();
     if (companionsDeadline_ && now >= *companionsDeadline_)
         onCompanionsMissing(watch_->now());
 }

@@ -60,6 +60,8 @@ private:
     void onRequest(const Event& event);
     void onCompanions();
     void expectCompanions();
+    /// Whether both companions can be used, for the library too.
+    bool areThere(const Companions& now);
     void onCompanionsMissing(const Companions& companions);
     Status status();
 
@@ -91,6 +93,7 @@ private:
     bool ready_ = false;                     ///< both companions are there
     bool wantVisible_ = true;                ///< what was asked for last
     std::optional<Time> companionsDeadline_; ///< until when they have to be there
+    std::optional<Time> lookAgain_;          ///< when the library may know, too
     unsigned daemonStartsBefore_ = 0;        ///< a daemon that is to come must be a later one
 };
 

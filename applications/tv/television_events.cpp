@@ -3,6 +3,12 @@
 
 namespace tv {
 
+namespace {
+
+constexpr std::chrono::milliseconds kLookAgain{10};
+
+} // namespace
+
 BOOL Television::OnEvt(unsigned long type, unsigned long code, unsigned long parameter) {
     const Event event = renderer_.receive(type, code, parameter);
     // Before it is told: who hears of the end of playback may count on being asked about.
@@ -37,6 +43,22 @@ void Television::expectCompanions() {
     companionsDeadline_ = std::chrono::steady_clock::now() + options_.patience;
 }
 
+bool Television::areThere(const Companions& now) {
+    lookAgain_.reset();
+    if (now.players.empty() || !now.daemon || now.daemonStarts <= daemonStartsBefore_)
+        return false;
+    if (!wantVisible_)
+        return true;
+    if (!now.visible)
+        return false;
+    // The library hears of it on a way of its own, and does not tell. Until it has, it would not
+    // take leave of the network at a shut-down.
+    if (renderer_.status().visible)
+        return true;
+    lookAgain_ = std::chrono::steady_clock::now() + kLookAgain;
+    return false;
+}
+
 void Television::onCompanions() {
     if (!renderer_.isRunning())
         return;
@@ -53,8 +75,7 @@ void Television::onCompanions() {
         if (!now.daemon && known_.daemon)
             report_.problem("the renderer daemon is gone; no controller finds the TV until it is "
                             "started again");
-    } else if (!now.players.empty() && now.daemon && now.daemonStarts > daemonStartsBefore_ &&
-               (now.visible || !wantVisible_)) {
+    } else if (areThere(now)) {
         ready_ = true;
         companionsDeadline_.reset();
         report_.ready(now.name);
