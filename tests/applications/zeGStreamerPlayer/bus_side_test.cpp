@@ -234,15 +234,18 @@ TEST(ASnapshot, GoesOnlyIntoItsFolder) {
 TEST(TheSettings, ComeFromTheEnvironment) {
     const Settings settings = readSettings([](const char* name) -> const char* {
         const std::string asked = name;
-        return asked == "KETRA_VIDEO_SINK"  ? "fakesink"
-               : asked == "KETRA_LOG_LEVEL" ? "debug"
-               : asked == "DISPLAY"         ? ":0"
-                                            : nullptr;
+        return asked == "KETRA_VIDEO_SINK"          ? "fakesink"
+               : asked == "KETRA_LOG_LEVEL"         ? "debug"
+               : asked == "KETRA_DOWNLOAD_LIMIT_MB" ? "3"
+               : asked == "DISPLAY"                 ? ":0"
+                                                    : nullptr;
     });
     EXPECT_EQ(settings.videoSink, "fakesink");
     EXPECT_EQ(settings.audioSink, "");
     EXPECT_EQ(settings.downloadDir, "/tmp");
-    EXPECT_TRUE(settings.hasDisplay);
+    EXPECT_EQ(roomForCopy(settings), 3u * 1024 * 1024);
+    EXPECT_TRUE(settings.xDisplay);
+    EXPECT_FALSE(settings.waylandDisplay);
     EXPECT_EQ(settings.logLevel, LogLevel::kDebug);
 }
 

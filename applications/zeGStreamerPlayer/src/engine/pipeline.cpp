@@ -383,7 +383,7 @@ void Pipeline::handleHeaders(const GstStructure& structure) {
 
 // Signals, on streaming threads.
 
-void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer) {
+void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self) {
     if (factoryName(source) != "souphttpsrc") {
         return;
     }
@@ -391,6 +391,25 @@ void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer) {
         "extra-headers", "getcontentFeatures.dlna.org", G_TYPE_STRING, "1", nullptr));
     g_object_set(source, "extra-headers", headers.get(), "timeout", kNetworkTimeoutSeconds,
                  "user-agent", kUserAgent, nullptr);
+    const GstOwner<GstPad> pad(gst_element_get_static_pad(source, "src"));
+    gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onFirstData, self, nullptr);
+}
+
+/// Now the size is known and nothing is decided yet: of a film that is too large for the folder no
+/// copy is kept, so that it plays, though not backwards.
+GstPadProbeReturn Pipeline::onFirstData(GstPad* pad, GstPadProbeInfo*, gpointer self) {
+    auto* const pipeline = static_cast<Pipeline*>(self);
+    const GstOwner<GstElement> source(gst_pad_get_parent_element(pad));
+    gint64 size = -1;
+    if (source && gst_element_query_duration(source.get(), GST_FORMAT_BYTES, &size) && size > 0 &&
+        static_cast<std::uint64_t>(size) > roomForCopy(pipeline->settings_)) {
+        const GstOwner<GstElement> bin(
+            GST_ELEMENT(gst_object_get_parent(GST_OBJECT(source.get()))));
+        if (bin && g_object_class_find_property(G_OBJECT_GET_CLASS(bin.get()), "download")) {
+            g_object_set(bin.get(), "download", FALSE, nullptr);
+        }
+    }
+    return GST_PAD_PROBE_REMOVE;
 }
 
 void Pipeline::onElementSetup(GstElement*, GstElement* element, gpointer self) {

@@ -60,6 +60,7 @@ private:
     static void onSourceSetup(GstElement* playbin, GstElement* source, gpointer self);
     static void onElementSetup(GstElement* playbin, GstElement* element, gpointer self);
     static void onHaveType(GstElement* typefind, guint probability, GstCaps* caps, gpointer self);
+    static GstPadProbeReturn onFirstData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onImageData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
     void handle(GstMessage* message);

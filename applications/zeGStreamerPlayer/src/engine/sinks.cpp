@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "process/log.h"
 
@@ -50,15 +51,16 @@ bool mayHaveSound() {
                                  std::filesystem::exists(sockets + "/pipewire-0", ignored)));
 }
 
-GstElement* make(const std::string& asked, const char* automatic, const char* name) {
+GstElement* make(const std::string& asked, const std::vector<const char*>& candidates,
+                 const char* name) {
     if (!asked.empty()) {
         if (GstElement* const sink = makeIfUsable(asked, name)) {
             return sink;
         }
         logWarning("the sink " + asked + " cannot be used");
     }
-    if (automatic != nullptr) {
-        if (GstElement* const sink = makeIfUsable(automatic, name)) {
+    for (const char* const candidate : candidates) {
+        if (GstElement* const sink = makeIfUsable(candidate, name)) {
             return sink;
         }
     }
@@ -68,11 +70,27 @@ GstElement* make(const std::string& asked, const char* automatic, const char* na
 } // namespace
 
 GstElement* makeVideoSink(const Settings& settings) {
-    return make(settings.videoSink, settings.hasDisplay ? "autovideosink" : nullptr, "picture");
+    // By name where that is possible: the automatic choice tries what draws through OpenGL first,
+    // which takes seconds on a display without it.
+    std::vector<const char*> candidates;
+    if (settings.waylandDisplay) {
+        candidates.push_back("waylandsink");
+    }
+    if (settings.xDisplay) {
+        candidates.insert(candidates.end(), {"xvimagesink", "ximagesink"});
+    }
+    if (!candidates.empty()) {
+        candidates.push_back("autovideosink");
+    }
+    return make(settings.videoSink, candidates, "picture");
 }
 
 GstElement* makeAudioSink(const Settings& settings) {
-    return make(settings.audioSink, mayHaveSound() ? "autoaudiosink" : nullptr, "sound");
+    std::vector<const char*> candidates;
+    if (mayHaveSound()) {
+        candidates.push_back("autoaudiosink");
+    }
+    return make(settings.audioSink, candidates, "sound");
 }
 
 } // namespace player

@@ -5,6 +5,8 @@
 #include <system_error>
 #include <utility>
 
+#include "logic/numbers.h"
+
 namespace player {
 namespace {
 
@@ -33,7 +35,11 @@ Settings readSettings(const std::function<const char*(const char* name)>& lookup
     if (settings.downloadDir.empty()) {
         settings.downloadDir = "/tmp";
     }
-    settings.hasDisplay = !text("DISPLAY").empty() || !text("WAYLAND_DISPLAY").empty();
+    if (const auto megabytes = decimalNumber(text("KETRA_DOWNLOAD_LIMIT_MB"))) {
+        settings.downloadLimitBytes = std::uint64_t{*megabytes} * 1024 * 1024;
+    }
+    settings.xDisplay = !text("DISPLAY").empty();
+    settings.waylandDisplay = !text("WAYLAND_DISPLAY").empty();
     const std::string level = text("KETRA_LOG_LEVEL");
     for (const auto& [word, value] : kLevels) {
         if (level == word) {
@@ -41,6 +47,15 @@ Settings readSettings(const std::function<const char*(const char* name)>& lookup
         }
     }
     return settings;
+}
+
+std::uint64_t roomForCopy(const Settings& settings) {
+    if (settings.downloadLimitBytes) {
+        return *settings.downloadLimitBytes;
+    }
+    std::error_code error;
+    const std::filesystem::space_info space = std::filesystem::space(settings.downloadDir, error);
+    return error ? 0 : space.available / 2;
 }
 
 std::optional<std::string> snapshotTarget(const std::string& folder, const std::string& path) {

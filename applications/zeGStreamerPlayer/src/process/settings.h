@@ -5,9 +5,11 @@
 //   KETRA_AUDIO_SINK     GStreamer element for the sound     (automatic)
 //   KETRA_SNAPSHOT_DIR   folder into which pictures of the screen may be written   (none: refused)
 //   KETRA_DOWNLOAD_DIR   folder for the copy that lets a film be played backwards  (TMPDIR, /tmp)
+//   KETRA_DOWNLOAD_LIMIT_MB  largest film of which a copy is kept   (half of what is free there)
 //   KETRA_LOG_LEVEL      error, warning, info or debug   (info)
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -21,12 +23,17 @@ struct Settings {
     std::string audioSink;
     std::string snapshotDir;
     std::string downloadDir;
-    bool hasDisplay = false;
+    std::optional<std::uint64_t> downloadLimitBytes;
+    bool xDisplay = false;       ///< DISPLAY names one
+    bool waylandDisplay = false; ///< WAYLAND_DISPLAY names one
     LogLevel logLevel = LogLevel::kInfo;
 };
 
 /// Reads the settings through `lookup`, which answers a null pointer for a name that is not set.
 Settings readSettings(const std::function<const char*(const char* name)>& lookup);
+
+/// Bytes of the largest film of which a copy may be kept now.
+std::uint64_t roomForCopy(const Settings& settings);
 
 /// Where a picture asked for as `path` goes: a file directly or deeper inside `folder`, named
 /// relative to it or absolutely, ending in ".png". Nothing when the path leads anywhere else, also

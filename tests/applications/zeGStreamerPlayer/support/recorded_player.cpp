@@ -13,11 +13,12 @@ namespace {
 /// Shorter than in real life, where a test would take too long.
 constexpr std::chrono::seconds kPatience{5};
 
-player::Settings settingsForTests(const std::string& folder) {
+player::Settings settingsForTests(const std::string& folder, std::uint64_t copyLimit) {
     player::Settings settings;
     settings.videoSink = "fakesink";
     settings.audioSink = "fakesink";
     settings.downloadDir = folder;
+    settings.downloadLimitBytes = copyLimit;
     return settings;
 }
 
@@ -60,9 +61,9 @@ Picture readPicture(const std::string& path) {
     return picture;
 }
 
-RecordedPlayer::RecordedPlayer(const std::string& folder)
+RecordedPlayer::RecordedPlayer(const std::string& folder, std::uint64_t copyLimit)
     : folder_(folder),
-      engine_(settingsForTests(folder), queue_,
+      engine_(settingsForTests(folder, copyLimit), queue_,
               [this](const player::EngineEvent& event) { player_.onEvent(event); }),
       player_(player::Player::Surroundings{
           engine_, [] { return std::chrono::steady_clock::now(); },

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -37,7 +38,8 @@ Picture readPicture(const std::string& path);
 
 class RecordedPlayer {
 public:
-    explicit RecordedPlayer(const std::string& folder);
+    /// `copyLimit`: largest film of which a copy is kept, in bytes.
+    explicit RecordedPlayer(const std::string& folder, std::uint64_t copyLimit = 1 << 30);
 
     player::Player& operator*() { return player_; }
     player::Player* operator->() { return &player_; }

@@ -1,0 +1,42 @@
+// What the sanitizers shall not say about GStreamer, GLib and libsoup, which are not built with
+// them: their names for ever interned, a source's last few bytes, and locks that ThreadSanitizer
+// cannot see. Our own code hands work over through locks that it sees.
+//
+// Part of the player's tests, and of the player itself when a sanitizer is built in.
+
+#define KETRA_EXPORT extern "C" __attribute__((visibility("default")))
+
+// The names are the sanitizers'.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+KETRA_EXPORT const char* __asan_default_options();
+KETRA_EXPORT const char* __lsan_default_suppressions();
+KETRA_EXPORT const char* __tsan_default_suppressions();
+
+const char* __asan_default_options() {
+    return "fast_unwind_on_malloc=0"; // the libraries keep no frame pointers
+}
+
+const char* __lsan_default_suppressions() {
+    return "leak:g_intern_string\n"
+           "leak:g_intern_static_string\n"
+           "leak:g_quark_from\n"
+           "leak:g_type_\n"
+           "leak:call_init\n"
+           "leak:libgstsoup.so\n"
+           "leak:gst_init_check\n"
+           "leak:g_module_open\n";
+}
+
+const char* __tsan_default_suppressions() {
+    return "race:libglib-2.0.so\n"
+           "race:libgobject-2.0.so\n"
+           "race:libgio-2.0.so\n"
+           "race:libgst\n"
+           "race:libsoup-3.0.so\n"
+           "deadlock:libg\n"
+           "called_from_lib:libgstreamer-1.0.so.0\n"
+           "called_from_lib:libglib-2.0.so.0\n"
+           "called_from_lib:libgobject-2.0.so.0\n"
+           "called_from_lib:libgio-2.0.so.0\n";
+}
+// NOLINTEND(bugprone-reserved-identifier)
