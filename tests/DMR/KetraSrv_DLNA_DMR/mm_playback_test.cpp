@@ -189,6 +189,20 @@ TEST_F(TheInterface, ResumesByTrickMode) {
     EXPECT_EQ(calls(), sent("1"));
 }
 
+TEST_F(TheInterface, SaysTrueAlsoWhenThePlayerRefuses) {
+    fake::failAlways(fake::Failable::kExecute);
+    fake::failAlways(fake::Failable::kSetValue);
+    in(4, 1);
+    EXPECT_EQ(dmr().MM_Interface_Play(E_MM_INTERFACE_MEDIA_MOVIE), TRUE);
+    EXPECT_EQ(dmr().MM_Interface_Pause(E_MM_INTERFACE_MEDIA_MOVIE), TRUE);
+    EXPECT_EQ(dmr().MM_Interface_Stop(E_MM_INTERFACE_MEDIA_MOVIE), TRUE);
+    EXPECT_EQ(dmr().MM_Interface_SetPlayPosition(E_MM_INTERFACE_MEDIA_MOVIE, 0, 1), TRUE);
+    for (int mode = 0; mode <= 16; ++mode) {
+        EXPECT_EQ(dmr().MM_Interface_ChangeTrickMode(E_MM_INTERFACE_MEDIA_MOVIE, trick(mode)),
+                  TRUE);
+    }
+}
+
 // Programming errors
 
 TEST_F(TheInterfaceDeathTest, DoesNotKnowOtherMediaTypes) {

@@ -163,4 +163,14 @@ TEST_F(ARectangle, WithoutALinkIsPrintedAndRefused) {
     EXPECT_EQ(calls(), Calls());
 }
 
+TEST_F(ARectangle, OrRatioOrTrackIsTrueAlsoWhenThePlayerRefusesIt) {
+    fake::failAlways(fake::Failable::kExecute);
+    Access::mediaInfo(dmr()) = "nb-audio-track:2";
+    EXPECT_EQ(dmr().MM_Interface_SetCropDisplayRectangle(kMovie, kCrop, kDisplay, 0, 1), TRUE);
+    EXPECT_EQ(calls().size(), 11u);
+    EXPECT_EQ(dmr().MM_Interface_SetDisplayAspectRatio(kMovie, E_MM_INTERFACE_ASPECT_RATIO_1),
+              TRUE);
+    EXPECT_EQ(dmr().MM_Interface_ChangeAudioTrack(kMovie, 1), TRUE);
+}
+
 } // namespace

@@ -383,6 +383,14 @@ TEST_F(APlayerReport, StoresTheTrickModeBeforeItIsPosted) {
     EXPECT_EQ(modeAtPost, 2u);
 }
 
+TEST_F(APlayerReport, CountsAlsoWhenNobodyTookItsEvent) {
+    fake::failAlways(fake::Failable::kPostEvent);
+    report(PlayerReport(3));
+    EXPECT_EQ(state(), 3u);
+    report(PlayerReport(3));
+    EXPECT_EQ(calls().size(), 1u) << "and is not posted again";
+}
+
 // The sound service
 
 class ASoundReport : public dmrtest::Renderer {

@@ -247,7 +247,7 @@ TEST_F(AReport, OfAPlayerShowsItsTrackAndNotItsContainer) {
     record.mTrack.mGenre = text_("ge");
     record.mTrack.mDateISO = text_("2020-01-31");
     record.mTrack.mDLNAProfile = text_("http-get:*:video/mp4:*");
-    record.mTrack.mDurationSec = 3600;
+    record.mTrack.mDurationSec = 4294967295u; // written as a signed number
     record.mPlayback.mPositionSec = 4294967295u;
     record.mPlayback.mPositionPercentage = 50;
     record.mPlayback.mSpeed = text_("1/2");
@@ -270,7 +270,7 @@ TEST_F(AReport, OfAPlayerShowsItsTrackAndNotItsContainer) {
                          "      Genre: ge\n"
                          "      Date: 2020-01-31\n"
                          "      DLNA Profile: http-get:*:video/mp4:*\n"
-                         "      Duration: 3600 seconds\n"
+                         "      Duration: -1 seconds\n"
                          "   Playback\n"
                          "      Position: 4294967295 seconds (50 %)\n"
                          "      Speed: 1/2\n"
