@@ -1,8 +1,9 @@
-// What the sanitizers shall not say about GStreamer, GLib and libsoup, which are not built with
+// What the sanitizers shall not say about GStreamer, its codecs, GLib and libsoup, which are not built with
 // them: their names for ever interned, a source's last few bytes, and locks that ThreadSanitizer
 // cannot see. Our own code hands work over through locks that it sees.
 //
-// Part of the player's tests, and of the player itself when a sanitizer is built in.
+// Part of the tests of the player and of the phone's side, and of the player itself when a
+// sanitizer is built in.
 
 #define KETRA_EXPORT extern "C" __attribute__((visibility("default")))
 
@@ -33,6 +34,13 @@ const char* __tsan_default_suppressions() {
            "race:libgio-2.0.so\n"
            "race:libgst\n"
            "race:libsoup-3.0.so\n"
+           "race:libavcodec.so\n"
+           "race:libavutil.so\n"
+           "race:libjpeg.so\n"
+           "race:libpng16.so\n"
+           "race:libmp3lame.so\n"
+           "race:libvorbis.so\n"
+           "race:libvpx.so\n"
            "deadlock:libg\n"
            "called_from_lib:libgstreamer-1.0.so.0\n"
            "called_from_lib:libglib-2.0.so.0\n"
