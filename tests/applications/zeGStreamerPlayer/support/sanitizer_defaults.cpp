@@ -1,6 +1,6 @@
-// What the sanitizers shall not say about GStreamer, its codecs, GLib and libsoup, which are not built with
-// them: their names for ever interned, a source's last few bytes, and locks that ThreadSanitizer
-// cannot see. Our own code hands work over through locks that it sees.
+// What the sanitizers shall not say about GStreamer, its codecs, GLib and libsoup, which are not
+// built with them: their names for ever interned, a source's last few bytes, and locks that
+// ThreadSanitizer cannot see. Our own code hands work over through locks that it sees.
 //
 // Part of the tests of the player and of the phone's side, and of the player itself when a
 // sanitizer is built in.
