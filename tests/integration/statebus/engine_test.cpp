@@ -1,7 +1,12 @@
 // Publisher and subscriber in one process, each with its own connection to a private bus.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "ServiceRecords.h"
 #include "statebus/directory.h"
@@ -61,6 +66,7 @@ TEST_F(Engine, TellsOfAnInstanceThenOfItsRecord) {
 TEST_F(Engine, TellsASubscriberThatComesLaterTheSame) {
     const auto player = publish(playerSpec("main"));
     player->change([](Record& record) { record.setNumber("mPlayback.mPositionSec", 7); });
+    ASSERT_TRUE(watcher.waitFor([](const auto& all) { return all.back().position == 7; }));
     BusWatcher later;
     ASSERT_TRUE(later.start());
     ASSERT_TRUE(later.waitForCount(Notice::kChanged, 1));
@@ -256,6 +262,69 @@ TEST_F(Engine, StopsForPublicationsThatStillExist) {
     publisher.Stop();
     EXPECT_TRUE(watcher.waitForCount(Notice::kRemoved, 1));
     player->change([](Record&) {});
+}
+
+TEST_F(Engine, HoldsNobodyUpWhileTheBusStandsStill) {
+    const auto player = publish(playerSpec("main"));
+    ASSERT_TRUE(watcher.waitForCount(Notice::kChanged, 1));
+    kill(bus.pid(), SIGSTOP);
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 1; i <= 5000; ++i)
+        player->change([&](Record& record) { record.setNumber("mPlayback.mPositionSec", i); });
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    kill(bus.pid(), SIGCONT);
+    ASSERT_TRUE(watcher.waitForCount(Notice::kChanged, 5001));
+    EXPECT_EQ(watcher.notices().back().position, 5000u);
+}
+
+TEST_F(Engine, DoesNotObeyACommandThatWasAnsweredNoLongAgo) {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool goOn = false;
+    std::vector<std::string> obeyed;
+    auto spec = playerSpec("main");
+    spec.onCommand = [&](const statebus::Command& command) {
+        std::unique_lock<std::mutex> lock(mutex);
+        obeyed.push_back(command.word);
+        changed.notify_all();
+        if (command.word == "slow")
+            changed.wait(lock, [&] { return goOn; });
+        return true;
+    };
+    const auto player = publish(std::move(spec));
+    std::thread slow([&] { EXPECT_FALSE(watcher.command("slow", "main")); });
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [&] { return obeyed.size() == 1; });
+    }
+    EXPECT_FALSE(watcher.command("late", "main"));
+    slow.join();
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        goOn = true;
+    }
+    changed.notify_all();
+    EXPECT_TRUE(watcher.command("next", "main"));
+    const std::lock_guard<std::mutex> lock(mutex);
+    EXPECT_EQ(obeyed, (std::vector<std::string>{"slow", "next"}));
+}
+
+TEST_F(Engine, LetsAHandlerTakeItsOwnPublicationBack) {
+    std::mutex mutex;
+    std::unique_ptr<statebus::Publication> player;
+    auto spec = playerSpec("main");
+    spec.onCommand = [&](const statebus::Command&) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        player.reset();
+        return true;
+    };
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        player = publish(std::move(spec));
+    }
+    ASSERT_TRUE(watcher.waitForCount(Notice::kChanged, 1));
+    (void)watcher.command("exit", "main"); // the answer may or may not get out
+    EXPECT_TRUE(watcher.waitForCount(Notice::kRemoved, 1));
 }
 
 TEST(AnEngineWithoutABus, DoesNotOpenAndRefusesEverything) {
