@@ -90,6 +90,7 @@ BusEvents Daemon::busEvents() {
 }
 
 ExitCode Daemon::run() {
+    openMain();
     const ExitCode started = start();
     if (started == ExitCode::ok) {
         const auto onSignal = [](gpointer self) -> gboolean {

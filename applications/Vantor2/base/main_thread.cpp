@@ -6,7 +6,8 @@
 #include <mutex>
 #include <utility>
 
-#include <glib.h>
+#include <glib-unix.h>
+#include <sys/eventfd.h>
 
 namespace vantor {
 
@@ -14,14 +15,17 @@ namespace {
 
 using Task = std::function<void()>;
 
-// Tasks travel in a queue of our own rather than in GLib's sources, so that tools that follow
-// locks can see how data gets from thread to thread.
+// Tasks travel in a queue of our own, and a descriptor wakes the loop: no other thread calls GLib,
+// whose locks are invisible to the tools that follow data from thread to thread.
 std::mutex gMutex;
 std::condition_variable gAnswered;
 std::deque<Task> gTasks; // guarded by gMutex
 bool gClosed = false;    // guarded by gMutex
+int gWake = -1;          // set once, before other threads start
 
-gboolean runTasks(gpointer) {
+gboolean runTasks(gint wake, GIOCondition, gpointer) {
+    eventfd_t count;
+    (void)eventfd_read(wake, &count); // it only says that there is something
     std::deque<Task> tasks;
     {
         std::lock_guard<std::mutex> lock(gMutex);
@@ -30,21 +34,22 @@ gboolean runTasks(gpointer) {
     for (const Task& task : tasks) {
         task();
     }
-    return G_SOURCE_REMOVE;
+    return G_SOURCE_CONTINUE;
 }
 
 } // namespace
 
+void openMain() {
+    gWake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    g_unix_fd_add(gWake, G_IO_IN, runTasks, nullptr);
+}
+
 void postToMain(std::function<void()> task) {
-    bool first;
     {
         std::lock_guard<std::mutex> lock(gMutex);
-        first = gTasks.empty();
         gTasks.push_back(std::move(task));
     }
-    if (first) {
-        g_idle_add_full(G_PRIORITY_DEFAULT, runTasks, nullptr, nullptr);
-    }
+    (void)eventfd_write(gWake, 1); // can only fail by being full, and then the loop is awake
 }
 
 bool askMain(std::function<bool()> task) {

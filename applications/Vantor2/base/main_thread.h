@@ -7,6 +7,9 @@
 
 namespace vantor {
 
+/// Makes this thread's loop the one that tasks go to. Once, before anything is posted.
+void openMain();
+
 /// Runs `task` on the main loop, in the order of the calls. Any thread; returns at once.
 void postToMain(std::function<void()> task);
 
