@@ -42,6 +42,7 @@ const char* __tsan_default_suppressions() {
            "race:libvorbis.so\n"
            "race:libvpx.so\n"
            "deadlock:libg\n"
+           "mutex:libgst\n"
            "called_from_lib:libgstreamer-1.0.so.0\n"
            "called_from_lib:libglib-2.0.so.0\n"
            "called_from_lib:libgobject-2.0.so.0\n"
