@@ -29,7 +29,6 @@ class Permission {
 public:
     explicit Permission(AnswerMode mode) : mode_(mode) {}
 
-    AnswerMode mode() const { return mode_; }
     void setMode(AnswerMode mode) { mode_ = mode; }
 
     /// A request came; kNone: a person has to be asked.

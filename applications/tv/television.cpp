@@ -99,6 +99,9 @@ bool Television::findCompanions() {
 }
 
 bool Television::start() {
+    // The player writes pictures into one folder only, which it has to know from the start. Set
+    // while there is one thread yet.
+    setenv(kPictureFolder, pictureFolder_.c_str(), 1);
     if (!watch_->open()) {
         report_.problem("no state bus answers; KETRA_BUS_ADDRESS or DBUS_SESSION_BUS_ADDRESS names "
                         "it");
@@ -117,8 +120,6 @@ bool Television::start() {
     }
     events.addHandler(*this);
     expectCompanions();
-    // The player writes pictures into one folder only, which it has to know from the start.
-    setenv(kPictureFolder, pictureFolder_.c_str(), 1);
     if (!renderer_.start()) {
         events.removeHandler(*this);
         report_.problem("the renderer did not start; --verbose shows what it says");
