@@ -287,7 +287,8 @@ TEST_F(ATrackIndex, IsTheNumberBehindItsKey) {
                 {" 7x", 7},
                 {"+3", 3},
                 {"2147483647", 2147483647u},
-                {"99999999999", 2147483647u}};
+                {"99999999999", 2147483647u},
+                {"-99999999999", 2147483648u}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.value);
         Access::mediaInfo(dmr()) = "VideoTrackID:" + std::string(row.value);

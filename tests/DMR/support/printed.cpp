@@ -8,6 +8,12 @@
 
 #include <unistd.h>
 
+#ifdef KETRA_COVERAGE
+#include <csignal>
+
+extern "C" void __gcov_dump();
+#endif
+
 namespace dmrtest {
 
 namespace {
@@ -154,6 +160,14 @@ std::string assertion(const std::string& folder, const std::string& signature) {
 
 void printToStandardError() {
     dup2(STDERR_FILENO, STDOUT_FILENO);
+#ifdef KETRA_COVERAGE
+    // An abort writes no counts by itself. Afterwards it goes on to end the process.
+    struct sigaction action = {};
+    action.sa_handler = [](int) {
+        __gcov_dump();
+    };
+    sigaction(SIGABRT, &action, nullptr);
+#endif
 }
 
 testing::Matcher<const std::string&> prints(const std::string& expected) {
