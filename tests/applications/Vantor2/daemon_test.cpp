@@ -19,6 +19,13 @@ protected:
         folder = mkdtemp(pattern.data());
     }
     ~TheDaemon() override {
+        // Whatever a test did to it, the daemon ends in order; a sanitizer's findings would show
+        // in its exit code.
+        if (daemon && !daemon->ended(milliseconds(0))) {
+            daemon->signal(SIGTERM);
+            EXPECT_TRUE(daemon->ended(seconds(10)));
+            EXPECT_EQ(daemon->exitCode(), 0) << daemon->printed();
+        }
         daemon.reset();
         unlink((folder + "/Vantor2.json").c_str());
         rmdir(folder.c_str());
