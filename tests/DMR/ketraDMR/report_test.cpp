@@ -114,6 +114,16 @@ TEST_F(AReport, OfNothingIsNothing) {
     EXPECT_EQ(calls(), Calls());
 }
 
+TEST_F(AReport, OfALinkThatIsNotConnectedIsWrittenWithoutALock) {
+    ConsoleStatusMon unconnected;
+    const MediaRendererService record{};
+    calls();
+    unconnected.DumpMediaRendererService(&record);
+    EXPECT_EQ(calls(), Calls({"zeConsole_Printf(\"   mfVisible: 0\\n\")",
+                              "zeConsole_Printf(\"   mPlayerControlAuthorization  : 0\\n\")",
+                              "zeConsole_Printf(\"   mAuthorizationRequestsCount  : 0\\n\")"}));
+}
+
 TEST_F(AReport, NamesTheStateOfARequestByItsLowSixteenBits) {
     const struct {
         U32 state;
