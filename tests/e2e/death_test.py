@@ -37,6 +37,16 @@ class Death(HouseTest):
         tv.until_status(lambda said: not said["visible"], "the renderer being gone", 5)
         self.assert_quits(tv)
 
+    def test_of_the_daemon_while_a_film_plays_is_told_at_the_phone(self):
+        tv = self.television("--allow")
+        phone = self.push(media("film.mp4"))
+        tv.event("MM_START_PLAY")
+        phone.wait_line(lambda line: line.startswith("playing"), "playing")
+        kill(companion_pids("Vantor2"))
+        self.assertEqual(phone.ended(), 10, phone.tail())
+        self.assertIn("does not answer any more", phone.lines[-1])
+        self.assert_quits(tv)
+
     def test_of_both_companions_while_playing_does_not_hang_the_shut_down(self):
         tv = self.playing_television()
         kill(companion_pids("Vantor2") + companion_pids("zeGStreamerPlayer"))

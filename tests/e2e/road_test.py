@@ -132,6 +132,15 @@ class TheRoad(HouseTest):
         self.assertEqual(find_renderer(), location)
         self.assert_quits(tv)
 
+    def test_a_television_that_hides_while_it_plays_is_told_at_the_phone(self):
+        tv = self.television("--allow")
+        phone = self.push(media("film.mp4"))
+        tv.event("MM_START_PLAY")
+        phone.wait_line(lambda line: line.startswith("playing"), "playing")
+        tv.do("hide")
+        self.assertEqual(phone.ended(), 10, phone.tail())
+        self.assert_quits(tv)
+
     def test_mistakes_at_the_phone_are_told_before_anything_is_pushed(self):
         tv = self.television("--allow")
         port = free_port()
