@@ -11,6 +11,7 @@
 // NOLINTBEGIN(bugprone-reserved-identifier)
 KETRA_EXPORT const char* __asan_default_options();
 KETRA_EXPORT const char* __lsan_default_suppressions();
+KETRA_EXPORT const char* __tsan_default_options();
 KETRA_EXPORT const char* __tsan_default_suppressions();
 
 const char* __asan_default_options() {
@@ -47,5 +48,9 @@ const char* __tsan_default_suppressions() {
            "called_from_lib:libglib-2.0.so.0\n"
            "called_from_lib:libgobject-2.0.so.0\n"
            "called_from_lib:libgio-2.0.so.0\n";
+}
+
+const char* __tsan_default_options() {
+    return "ignore_noninstrumented_modules=1:report_mutex_bugs=0";
 }
 // NOLINTEND(bugprone-reserved-identifier)
