@@ -243,8 +243,16 @@ bool Pipeline::move() {
 void Pipeline::changeState(GstState target) {
     begin(Step::kChangeState);
     state_ = target;
-    if (gst_element_set_state(playbin_.get(), target) == GST_STATE_CHANGE_FAILURE) {
+    switch (gst_element_set_state(playbin_.get(), target)) {
+    case GST_STATE_CHANGE_FAILURE:
         fail(PlayerError::kNoOutput, "the pipeline does not change its state");
+        break;
+    case GST_STATE_CHANGE_ASYNC:
+        break; // a message tells when it is there
+    default:
+        // There already: right after a seek it is, and then no message comes.
+        end();
+        break;
     }
 }
 
