@@ -4,7 +4,6 @@
 
 option(KETRA_TESTS "Build the tests" ON)
 option(KETRA_BENCH "Build the benchmarks" OFF)
-option(KETRA_FUZZ "Build the fuzz targets (clang)" OFF)
 option(KETRA_COVERAGE "Count executed lines (gcov)" OFF)
 set(KETRA_SANITIZE "" CACHE STRING "Sanitizers for -fsanitize=, e.g. address,undefined or thread")
 
@@ -21,6 +20,8 @@ if(NOT CMAKE_BUILD_TYPE)
     set(CMAKE_BUILD_TYPE RelWithDebInfo)
 endif()
 
+# Everywhere alike: the parsed headers that tests share must be compiled as the tests are.
+add_compile_options(-pthread)
 find_package(Threads REQUIRED)
 
 if(KETRA_SANITIZE)
@@ -61,6 +62,16 @@ if(KETRA_TESTS)
     include(GoogleTest)
 endif()
 
+# What every test includes is parsed once, not once a file.
+if(KETRA_TESTS)
+    file(WRITE ${CMAKE_BINARY_DIR}/test_headers.cpp "int main() {}\n")
+    add_executable(ketra_test_headers EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/test_headers.cpp)
+    ketra_compile_options(ketra_test_headers)
+    target_link_libraries(ketra_test_headers PRIVATE gtest Threads::Threads)
+    target_precompile_headers(ketra_test_headers PRIVATE
+        <gtest/gtest.h> <chrono> <functional> <map> <memory> <optional> <string> <vector>)
+endif()
+
 function(ketra_add_test name)
     cmake_parse_arguments(ARG "" "LABEL;TIMEOUT" "LIBS;ENVIRONMENT" ${ARGN})
     if(NOT ARG_TIMEOUT)
@@ -69,7 +80,8 @@ function(ketra_add_test name)
     add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
     ketra_compile_options(${name})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-    target_link_libraries(${name} PRIVATE ${ARG_LIBS} gtest gtest_main)
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} gtest gtest_main Threads::Threads)
+    target_precompile_headers(${name} REUSE_FROM ketra_test_headers)
     gtest_discover_tests(${name}
         TEST_PREFIX "${ARG_LABEL}/"
         DISCOVERY_TIMEOUT 60
