@@ -23,6 +23,7 @@ bool followParent() {
 
 int main() {
     using namespace vantor;
+    setProgramName("Vantor2");
     if (!followParent()) {
         logError("the process that started the daemon has ended");
         return static_cast<int>(ExitCode::ok);

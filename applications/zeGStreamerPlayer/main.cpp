@@ -10,6 +10,7 @@
 #include "process/settings.h"
 
 int main() {
+    player::setProgramName("zeGStreamerPlayer");
     // A reader of the log or a server that goes away is no reason to end.
     std::signal(SIGPIPE, SIG_IGN);
     try {

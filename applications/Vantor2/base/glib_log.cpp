@@ -12,9 +12,9 @@ namespace {
 
 LogLevel levelOf(GLogLevelFlags flags) {
     if ((flags & (G_LOG_LEVEL_ERROR | G_LOG_LEVEL_CRITICAL)) != 0) {
-        return LogLevel::error;
+        return LogLevel::kError;
     }
-    return (flags & G_LOG_LEVEL_WARNING) != 0 ? LogLevel::warning : LogLevel::debug;
+    return (flags & G_LOG_LEVEL_WARNING) != 0 ? LogLevel::kWarning : LogLevel::kDebug;
 }
 
 GLogWriterOutput writeMessage(GLogLevelFlags flags, const GLogField* fields, gsize count,

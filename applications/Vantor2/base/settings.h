@@ -20,7 +20,7 @@ struct Settings {
     /// KETRA_FRIENDLY_NAME: the name until somebody gives another one; %h is the host's name.
     std::string friendlyName = "Ketra TV (%h)";
     /// KETRA_LOG: error, warning, info or debug.
-    LogLevel logLevel = LogLevel::info;
+    LogLevel logLevel = LogLevel::kInfo;
 };
 
 /// Reads a variable; nothing when it is not set.

@@ -40,9 +40,10 @@ TEST(ATime, IsReadWithOrWithoutFractions) {
 }
 
 TEST(ALogLine, StaysOneLineWhateverAControllerSends) {
-    EXPECT_EQ(formatLogLine(LogLevel::info, "a\r\nERROR Vantor2: b\x1B[2J"),
-              "INFO Vantor2: a??ERROR Vantor2: b?[2J\n");
-    const std::string line = formatLogLine(LogLevel::error, std::string(5000, 'x'));
+    setProgramName("Vantor2");
+    EXPECT_EQ(formatLogLine(LogLevel::kInfo, "a\r\nVantor2: error: b\x1B[2J"),
+              "Vantor2: info: a??Vantor2: error: b?[2J\n");
+    const std::string line = formatLogLine(LogLevel::kError, std::string(5000, 'x'));
     EXPECT_LT(line.size(), 1100u);
     EXPECT_EQ(line.substr(line.size() - 4), "...\n");
 }

@@ -379,7 +379,7 @@ TEST_F(TheDaemon, SaysWhyItCannotStart) {
     };
     const auto occupied = failing("KETRA_PORT", std::to_string(port));
     EXPECT_EQ(occupied.first, 4);
-    EXPECT_NE(occupied.second.find("ERROR Vantor2: cannot serve on 127.0.0.1 port " +
+    EXPECT_NE(occupied.second.find("Vantor2: error: cannot serve on 127.0.0.1 port " +
                                    std::to_string(port)),
               std::string::npos)
         << occupied.second;

@@ -235,7 +235,7 @@ TEST(TheSettings, ComeFromTheEnvironment) {
     const Settings settings = readSettings([](const char* name) -> const char* {
         const std::string asked = name;
         return asked == "KETRA_VIDEO_SINK"          ? "fakesink"
-               : asked == "KETRA_LOG_LEVEL"         ? "debug"
+               : asked == "KETRA_LOG"               ? "debug"
                : asked == "KETRA_DOWNLOAD_LIMIT_MB" ? "3"
                : asked == "DISPLAY"                 ? ":0"
                                                     : nullptr;

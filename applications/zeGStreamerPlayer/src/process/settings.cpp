@@ -1,23 +1,11 @@
 #include "process/settings.h"
 
-#include <array>
 #include <filesystem>
 #include <system_error>
-#include <utility>
 
 #include "logic/numbers.h"
 
 namespace player {
-namespace {
-
-constexpr std::array kLevels = {
-    std::pair{"error", LogLevel::kError},
-    std::pair{"warning", LogLevel::kWarning},
-    std::pair{"info", LogLevel::kInfo},
-    std::pair{"debug", LogLevel::kDebug},
-};
-
-} // namespace
 
 Settings readSettings(const std::function<const char*(const char* name)>& lookup) {
     const auto text = [&lookup](const char* name) {
@@ -40,12 +28,8 @@ Settings readSettings(const std::function<const char*(const char* name)>& lookup
     }
     settings.xDisplay = !text("DISPLAY").empty();
     settings.waylandDisplay = !text("WAYLAND_DISPLAY").empty();
-    const std::string level = text("KETRA_LOG_LEVEL");
-    for (const auto& [word, value] : kLevels) {
-        if (level == word) {
-            settings.logLevel = value;
-        }
-    }
+    // A level that nobody knows is no reason not to play.
+    (void)parseLogLevel(text("KETRA_LOG"), settings.logLevel);
     return settings;
 }
 

@@ -6,7 +6,7 @@
 //   KETRA_SNAPSHOT_DIR   folder into which pictures of the screen may be written   (none: refused)
 //   KETRA_DOWNLOAD_DIR   folder for the copy that lets a film be played backwards  (TMPDIR, /tmp)
 //   KETRA_DOWNLOAD_LIMIT_MB  largest film of which a copy is kept   (half of what is free there)
-//   KETRA_LOG_LEVEL      error, warning, info or debug   (info)
+//   KETRA_LOG            error, warning, info or debug   (info)
 #pragma once
 
 #include <cstdint>

@@ -1,40 +1,37 @@
-#include "base/log.h"
+#include "common/log.h"
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 
 #include <unistd.h>
 
-namespace vantor {
+namespace logging {
 
 namespace {
 
 constexpr std::size_t kLongestMessage = 1000;
 
-struct LevelRow {
-    LogLevel level;
-    const char* word;
-    const char* shown;
-};
-constexpr LevelRow kLevels[] = {
-    {LogLevel::error, "error", "ERROR"},
-    {LogLevel::warning, "warning", "WARNING"},
-    {LogLevel::info, "info", "INFO"},
-    {LogLevel::debug, "debug", "DEBUG"},
-};
+/// In the order of LogLevel.
+constexpr std::array kWords = {"error", "warning", "info", "debug"};
 
-std::atomic<LogLevel> gLevel{LogLevel::info};
+std::atomic<const char*> gProgramName{"ketra"};
+std::atomic<LogLevel> gLevel{LogLevel::kInfo};
 
 } // namespace
+
+void setProgramName(const char* name) {
+    gProgramName = name;
+}
 
 void setLogLevel(LogLevel level) {
     gLevel = level;
 }
 
 bool parseLogLevel(std::string_view word, LogLevel& level) {
-    for (const LevelRow& row : kLevels) {
-        if (word == row.word) {
-            level = row.level;
+    for (std::size_t i = 0; i < kWords.size(); ++i) {
+        if (word == kWords[i]) {
+            level = static_cast<LogLevel>(i);
             return true;
         }
     }
@@ -42,9 +39,11 @@ bool parseLogLevel(std::string_view word, LogLevel& level) {
 }
 
 std::string formatLogLine(LogLevel level, std::string_view message) {
-    std::string line = kLevels[static_cast<std::size_t>(level)].shown;
-    line += " Vantor2: ";
-    for (char character : message.substr(0, kLongestMessage)) {
+    std::string line = gProgramName.load();
+    line += ": ";
+    line += kWords[static_cast<std::size_t>(level)];
+    line += ": ";
+    for (const char character : message.substr(0, kLongestMessage)) {
         const auto byte = static_cast<unsigned char>(character);
         line += byte < 0x20 || byte == 0x7F ? '?' : character;
     }
@@ -60,9 +59,10 @@ void logMessage(LogLevel level, std::string_view message) {
         return;
     }
     const std::string line = formatLogLine(level, message);
-    // One write a line, so that lines of several threads do not mix. Nowhere to report a failure.
+    // One write a line, so that lines of several threads and processes stay whole. A log that
+    // nobody reads any more is no reason to stop.
     const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
     (void)written;
 }
 
-} // namespace vantor
+} // namespace logging
