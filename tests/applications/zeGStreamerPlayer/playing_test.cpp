@@ -195,6 +195,22 @@ TEST_F(APlayer, SeeksExactlyWhilePausedAndWhilePlaying) {
     EXPECT_FALSE(player_->seek(21000));
 }
 
+/// A song is moved by another part of GStreamer than a film.
+class ASong : public APlayer, public testing::WithParamInterface<const char*> {};
+
+TEST_P(ASong, IsSoughtForwardAndBack) {
+    playUntilPlaying(GetParam());
+    for (const std::int64_t second : {4, 1}) {
+        ASSERT_TRUE(player_->seek(second * 1000));
+        ASSERT_TRUE(player_.waitUntil([this, second] { return positionSec() == second; },
+                                      milliseconds(900)))
+            << positionSec() << " instead of " << second;
+    }
+    EXPECT_EQ(player_.last().state, PlayerState::kPlaying);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfAKind, ASong, testing::Values("/good/song.mp3", "/good/song.ogg"));
+
 TEST_F(APlayer, KeepsASeekThatComesWhileItLoads) {
     playPath("/good/film.mp4");
     ASSERT_TRUE(player_->seek(11000));

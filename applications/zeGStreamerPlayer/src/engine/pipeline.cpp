@@ -227,9 +227,11 @@ bool Pipeline::move() {
     }
     const bool backward = speed.isBackward();
     begin(Step::kMove);
+    // "Until there is no more" and not "until the end": the parsers of songs refuse the latter.
+    const std::int64_t start = backward ? 0 : from;
+    const std::int64_t stop = backward ? from : static_cast<std::int64_t>(GST_CLOCK_TIME_NONE);
     if (!gst_element_seek(playbin_.get(), rate, GST_FORMAT_TIME, static_cast<GstSeekFlags>(flags),
-                          GST_SEEK_TYPE_SET, backward ? 0 : from,
-                          backward ? GST_SEEK_TYPE_SET : GST_SEEK_TYPE_END, backward ? from : 0)) {
+                          GST_SEEK_TYPE_SET, start, GST_SEEK_TYPE_SET, stop)) {
         step_ = Step::kNone;
         wantSpeed_ = speed_;
         report_(EngineMoved{false, positionMs(), speed_});
