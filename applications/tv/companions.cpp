@@ -1,6 +1,13 @@
 #include "tv/companions.h"
 
 #include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include <unistd.h>
 
 #include "ServiceRecords.h"
 #include "middleware/event_loop.h"
@@ -11,6 +18,22 @@ namespace tv {
 
 const char kDaemonPath[] = "/applications/DLNA/release/bin/Vantor2";
 const char kPlayerPath[] = "/applications/DLNA/release/bin/zeGStreamerPlayer";
+
+namespace {
+
+/// 0: there is no such process any more.
+pid_t parentOf(pid_t process) {
+    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+    std::string line;
+    std::getline(file, line);
+    // The name in parentheses may contain anything; behind it are the state and the parent.
+    const std::size_t name = line.rfind(')');
+    return name == std::string::npos || name + 4 >= line.size()
+               ? 0
+               : std::atoi(line.c_str() + name + 4);
+}
+
+} // namespace
 
 CompanionWatch::CompanionWatch(std::function<void()> changed) : changed_(std::move(changed)) {}
 
@@ -123,15 +146,37 @@ bool CompanionWatch::takePicture(const std::string& file) {
                             companions.players.begin()->c_str());
 }
 
-std::string reasonToWait(const Companions& companions) {
-    if (!companions.connected)
-        return "the state bus is gone";
+const char* programToWaitFor(const Companions& companions) {
     const bool playing = companions.playerState == kPlayerPaused ||
                          companions.playerState == kPlayerPlaying ||
                          companions.playerState == kPlayerLoading;
     if (playing && !companions.players.empty())
+        return kPlayerPath;
+    return companions.visible ? kDaemonPath : nullptr;
+}
+
+bool killCompanion(const char* program) {
+    namespace fs = std::filesystem;
+    bool killed = false;
+    std::error_code error;
+    for (fs::directory_iterator process("/proc", error), end; !error && process != end;
+         process.increment(error)) {
+        const pid_t pid = std::atoi(process->path().filename().c_str());
+        std::error_code gone; // or not ours to look at
+        if (pid > 0 && parentOf(pid) == getpid() &&
+            fs::read_symlink(process->path() / "exe", gone) == program)
+            killed = kill(pid, SIGKILL) == 0 || killed;
+    }
+    return killed;
+}
+
+std::string reasonToWait(const Companions& companions) {
+    if (!companions.connected)
+        return "the state bus is gone";
+    const char* program = programToWaitFor(companions);
+    if (program == kPlayerPath)
         return "the player has not reported that it stopped";
-    if (companions.visible)
+    if (program == kDaemonPath)
         return "the renderer daemon has not reported that it left the network";
     return "";
 }

@@ -61,6 +61,10 @@ private:
     Companions companions_;
 };
 
+/// The program that keeps the library from shutting down, one of the two above; null: none known.
+const char* programToWaitFor(const Companions& companions);
+/// Kills the children of this process that run the program. False: there are none.
+bool killCompanion(const char* program);
 /// What keeps the library from shutting the companions down, in words; empty: nothing known.
 std::string reasonToWait(const Companions& companions);
 

@@ -17,8 +17,10 @@ class Patience {
 public:
     /// `what` begins the sentence ("shutting down"), `reason` says what is still missing and is
     /// called on the other thread.
+    /// `lastResort` ends the wait by force; it is called when the wait is twice as long as it ever
+    /// ought to be, and again for as long as that does not help. Empty: the wait goes on.
     Patience(const EndingSignals& signals, Report& report, std::string what,
-             std::function<std::string()> reason);
+             std::function<std::string()> reason, std::function<void()> lastResort = nullptr);
     ~Patience();
     Patience(const Patience&) = delete;
     Patience& operator=(const Patience&) = delete;
@@ -34,6 +36,7 @@ private:
     Report& report_;
     const std::string what_;
     const std::function<std::string()> reason_;
+    const std::function<void()> lastResort_;
     const int over_; ///< readable when the wait is over
     std::atomic<bool> interrupted_{false};
     std::thread thread_;

@@ -228,6 +228,14 @@ void Television::showStatusLine() {
         report_.setStatusLine(statusLine(status(), width));
 }
 
+/// The library waits for ever for a companion that lives and does not react. Of one that is dead
+/// the state bus tells, and the shut-down goes on.
+void Television::endByForce() {
+    const char* program = programToWaitFor(watch_->now());
+    if (program != nullptr && killCompanion(program))
+        report_.problem(std::string(program) + " does not react and was killed");
+}
+
 void Television::shutDown() {
     auto& events = middleware::EventLoop::instance();
     keys_.restore();
@@ -236,8 +244,9 @@ void Television::shutDown() {
     companionsDeadline_.reset();
     events.dispatchPending();
     {
-        const Patience patience(signals_, report_, "shutting down",
-                                [this] { return reasonToWait(watch_->now()); });
+        const Patience patience(
+            signals_, report_, "shutting down", [this] { return reasonToWait(watch_->now()); },
+            [this] { endByForce(); });
         renderer_.shutDown();
     }
     // The events of the shut-down itself. What they point to is gone.

@@ -47,6 +47,7 @@ private:
     bool findCompanions();
     bool start();
     void loop();
+    void endByForce();
     void shutDown();
     void end(ExitCode code);
     std::optional<Time> nextDeadline() const;

@@ -1,5 +1,6 @@
 """Processes that are killed: the others notice, go on where they can, and never stand still."""
 
+import os
 import signal
 import unittest
 
@@ -51,6 +52,20 @@ class Death(HouseTest):
         tv = self.playing_television()
         kill(companion_pids("Vantor2") + companion_pids("zeGStreamerPlayer"))
         self.assert_quits(tv)
+
+    def assert_quits_although_it_stands_still(self, tv, program):
+        for pid in companion_pids(program):
+            os.kill(pid, signal.SIGSTOP)
+        self.assert_quits(tv)
+
+    def test_is_what_a_daemon_gets_that_stands_still_at_the_shut_down(self):
+        tv = self.television("--allow")
+        find_renderer()
+        self.assert_quits_although_it_stands_still(tv, "Vantor2")
+
+    def test_is_what_a_player_gets_that_stands_still_at_the_shut_down(self):
+        tv = self.playing_television()
+        self.assert_quits_although_it_stands_still(tv, "zeGStreamerPlayer")
 
     def test_of_the_television_takes_both_companions_along(self):
         for playing in (False, True):
