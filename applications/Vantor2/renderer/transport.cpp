@@ -380,17 +380,24 @@ void Transport::playerChanged(const PlayerReport& report) {
     }
 }
 
+bool Transport::isResting(const PlayerReport& report) const {
+    return report.state == kStopped || (report.state == kEnded && !isImage());
+}
+
 void Transport::apply(const PlayerReport& report) {
+    // A player that dies when nothing plays any more has not failed to play.
+    const bool rested = expecting_ == Expecting::nothing && isResting(report_);
     report_ = report;
     if (report.state == kOpening) {
         sawOpening_ = true;
     }
-    if (report.state == kStopped && report.errorCode != 0 && expecting_ != Expecting::stop) {
+    if (report.state == kStopped && report.errorCode != 0 && expecting_ != Expecting::stop &&
+        !rested) {
         fail("playing failed (" + std::to_string(report.errorCode) + " " + report.errorMessage +
              ")");
         return;
     }
-    const bool resting = report.state == kStopped || (report.state == kEnded && !isImage());
+    const bool resting = isResting(report);
     switch (expecting_) {
     case Expecting::start:
         // A stop that comes before the opening is the end of what was there before.

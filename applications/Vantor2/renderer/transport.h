@@ -105,6 +105,7 @@ private:
     void halt();
     void clear();
     void fail(const std::string& reason);
+    bool isResting(const PlayerReport& report) const;
     void apply(const PlayerReport& report);
 
     bool isSomebodyElses(const Controller& controller) const;

@@ -415,6 +415,16 @@ TEST_F(ATransport, FailsWhenThePlayerGoes) {
     EXPECT_EQ(transport.stop(phone), 0);
 }
 
+TEST_F(ATransport, DoesNotFailWhenThePlayerDiesAtRest) {
+    playFilm();
+    transport.playerChanged(reported(2));
+    PlayerReport will = reported(1);
+    will.errorCode = 120;
+    transport.playerChanged(will);
+    EXPECT_EQ(state(phone), TransportState::stopped);
+    EXPECT_FALSE(transport.view(phone).failed);
+}
+
 TEST_F(ATransport, FailsWhenThePlayerDoesNotTakeTheMedia) {
     player.answersAtOnce = false;
     permission.setPolicy(ControlKind::player, 0);
