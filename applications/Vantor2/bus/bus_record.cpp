@@ -36,6 +36,8 @@ PlayerReport reportOf(const ContentPlayerService& record) {
     report.positionSec = record.mPlayback.mPositionSec;
     report.speed = asText(record.mPlayback.mSpeed);
     report.supportedSpeeds = asText(record.mPlayback.mSupportedSpeeds);
+    const char* seekModes = record.mPlayback.mSupportedSeekModes;
+    report.movable = seekModes == nullptr || *seekModes != '\0';
     if (record.mInfoStr != nullptr && std::strcmp(record.mInfoStr, "ControlledByDMP") == 0) {
         // The local media player has the player for itself; what plays is nothing of ours.
         report.state = kPlayerStopped;

@@ -49,6 +49,7 @@ struct PlayerReport {
     std::uint32_t positionSec = 0;
     std::string speed;
     std::string supportedSpeeds;
+    bool movable = true; ///< false: the player knows no way to another position in this media
 };
 
 } // namespace vantor

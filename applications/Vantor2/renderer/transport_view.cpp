@@ -90,7 +90,7 @@ TransportView Transport::view(const Controller& controller) const {
     view.isImage = isImage();
     view.protocolInfo =
         report_.protocolInfo.empty() ? media_->info.protocolInfo : report_.protocolInfo;
-    view.canSeek = !view.isImage && allowsSeek(view.protocolInfo);
+    view.canSeek = !view.isImage && allowsSeek(view.protocolInfo) && report_.movable;
     view.durationSec = report_.durationSec != 0 ? report_.durationSec : media_->info.durationSec;
     const bool running =
         view.state == TransportState::playing || view.state == TransportState::paused;

@@ -372,6 +372,16 @@ TEST_F(ATransport, DoesNotSeekWhereTheServerCannot) {
     EXPECT_EQ(transport.view(phone).possibleActions(), "Play,Pause,Stop");
 }
 
+TEST_F(ATransport, DoesNotSeekWhereThePlayerCannot) {
+    playFilm();
+    PlayerReport report = reported(4);
+    report.movable = false;
+    transport.playerChanged(report);
+    EXPECT_EQ(transport.seek(phone, "REL_TIME", "0:00:05"), 710);
+    EXPECT_EQ(transport.view(phone).possibleActions(), "Play,Pause,Stop");
+    EXPECT_EQ(player.taken(), Commands{});
+}
+
 TEST_F(ATransport, IsStoppedAsSoonAsItIsToldTo) {
     playFilm();
     EXPECT_EQ(transport.stop(phone), 0);
