@@ -101,7 +101,10 @@ int Transport::ask(const Controller& controller, const std::string& uri,
     const ControlRequest* earlier = permission_.findOf(ControlKind::player, controller);
     if (earlier != nullptr) {
         if (earlier->mediaUri == uri) {
-            return 0; // the same question again; the viewer is asked once
+            // The same question again; the viewer is asked once. The newest description counts.
+            waiting_[earlier->id].metadata = metadata;
+            changed_();
+            return 0;
         }
         permission_.withdraw(earlier->id);
     }

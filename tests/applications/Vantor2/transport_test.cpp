@@ -150,10 +150,12 @@ TEST_F(ATransport, PostponesWithoutMovingTheDeadline) {
 }
 
 TEST_F(ATransport, AsksOnceForTheSameMediaAndAnewForOther) {
+    const std::string second = didl("Second try", "http-get:*:video/mp4:*");
     transport.setUri(phone, kFilm, "");
-    transport.setUri(phone, kFilm, "");
+    transport.setUri(phone, kFilm, second);
     EXPECT_EQ(permission.requests().size(), 1u);
     EXPECT_EQ(firstId(), 1u);
+    EXPECT_EQ(transport.view(phone).metadata, second);
     transport.setUri(phone, kSong, "");
     EXPECT_EQ(permission.requests().size(), 1u);
     EXPECT_EQ(firstId(), 2u);
