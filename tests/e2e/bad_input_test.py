@@ -74,6 +74,19 @@ class BadInput(HouseTest):
                       ("TRANSITIONING", "PLAYING"))
         self.assert_quits(self.tv)
 
+    def test_a_film_without_length_and_ranges_plays_and_offers_no_seek(self):
+        uri = self.server.uri("unsized")
+        self.controller.load(uri, didl(uri))
+        self.controller.play()
+        self.tv.event("MM_START_PLAY")
+        until(lambda: self.controller.transport()["CurrentTransportState"] == "PLAYING",
+              "PLAYING towards the controller", 5)
+        actions = self.controller.call("GetCurrentTransportActions", InstanceID=0)["Actions"]
+        self.assertEqual(actions, "Play,Pause,Stop")
+        self.refused(710, self.controller.call, "Seek", InstanceID=0, Unit="REL_TIME",
+                     Target="0:00:05")
+        self.still_plays()
+
     def test_ten_megabytes_of_metadata_are_turned_away(self):
         with self.assertRaises((UpnpError, OSError)) as raised:
             uri = self.server.uri("film.mp4")

@@ -263,8 +263,9 @@ def find_renderer():
 
 
 class MediaServer:
-    """Serves the media with ranges, and three things that go wrong: /missing answers 404, /silent
-    takes the request and never answers, /stalls sends the first part of the film and no more."""
+    """Serves the media with ranges, and four things that go wrong: /missing answers 404, /silent
+    takes the request and never answers, /stalls sends the first part of the film and no more,
+    /unsized sends the film with neither length nor ranges."""
 
     def __init__(self):
         self.over = threading.Event()
@@ -280,7 +281,8 @@ class MediaServer:
                     outer.over.wait()
                     self.close_connection = True
                     return
-                path = media("film.mp4" if self.path == "/stalls" else self.path[1:])
+                film = self.path in ("/stalls", "/unsized")
+                path = media("film.mp4" if film else self.path[1:])
                 if "/" in self.path[1:] or not os.path.exists(path):
                     self.send_error(404)
                     return
@@ -291,6 +293,14 @@ class MediaServer:
             def send_content(self, path):
                 with open(path, "rb") as file:
                     content = file.read()
+                if self.path == "/unsized":
+                    self.send_response(200)
+                    self.send_header("Content-Type", "video/mp4")
+                    self.send_header("Connection", "close")
+                    self.end_headers()
+                    if self.command != "HEAD":
+                        self.wfile.write(content)
+                    return
                 asked = re.fullmatch(r"bytes=(\d+)-(\d*)", self.headers.get("Range", ""))
                 first = int(asked.group(1)) if asked else 0
                 last = int(asked.group(2) or len(content) - 1) if asked else len(content) - 1
