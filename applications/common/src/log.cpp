@@ -6,6 +6,8 @@
 
 #include <unistd.h>
 
+#include "statebus/visible_text.h"
+
 namespace logging {
 
 namespace {
@@ -43,10 +45,7 @@ std::string formatLogLine(LogLevel level, std::string_view message) {
     line += ": ";
     line += kWords[static_cast<std::size_t>(level)];
     line += ": ";
-    for (const char character : message.substr(0, kLongestMessage)) {
-        const auto byte = static_cast<unsigned char>(character);
-        line += byte < 0x20 || byte == 0x7F ? '?' : character;
-    }
+    line += statebus::visibleText(message.substr(0, kLongestMessage));
     if (message.size() > kLongestMessage) {
         line += "...";
     }

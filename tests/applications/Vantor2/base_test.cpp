@@ -42,7 +42,10 @@ TEST(ATime, IsReadWithOrWithoutFractions) {
 TEST(ALogLine, StaysOneLineWhateverAControllerSends) {
     setProgramName("Vantor2");
     EXPECT_EQ(formatLogLine(LogLevel::kInfo, "a\r\nVantor2: error: b\x1B[2J"),
-              "Vantor2: info: a??Vantor2: error: b?[2J\n");
+              "Vantor2: info: a\\x0d\\nVantor2: error: b\\x1b[2J\n");
+    // What a terminal takes for a command, and what turns the writing around.
+    EXPECT_EQ(formatLogLine(LogLevel::kInfo, "a\u009B31m\u202E\xFF"),
+              "Vantor2: info: a\\u009b31m\\u202e\\xff\n");
     const std::string line = formatLogLine(LogLevel::kError, std::string(5000, 'x'));
     EXPECT_LT(line.size(), 1100u);
     EXPECT_EQ(line.substr(line.size() - 4), "...\n");
