@@ -1,5 +1,7 @@
 #include "tv/permission.h"
 
+#include <utility>
+
 #include "statebus/visible_text.h"
 
 namespace tv {
@@ -79,6 +81,12 @@ bool RendererScreen::onEvent(const Event& event) {
     shown_ = false;
     beginBefore_.reset();
     return true;
+}
+
+bool RendererScreen::onHidden() {
+    // The daemon ends all admission then; whoever comes after that is to be asked about.
+    beginBefore_.reset();
+    return std::exchange(shown_, false);
 }
 
 bool RendererScreen::onTime(Time now) {

@@ -58,6 +58,7 @@ public:
     /// True when the renderer is to be left.
     bool onEvent(const Event& event);
     bool onTime(Time now);
+    bool onHidden();
     /// When `onTime` should be asked.
     std::optional<Time> deadline() const { return beginBefore_; }
 

@@ -72,6 +72,8 @@ Outcome Television::perform(const Command& command) {
     case Verb::kShow:
     case Verb::kHide:
         wantVisible_ = command.verb == Verb::kShow;
+        if (!wantVisible_ && screen_.onHidden())
+            renderer_.leave();
         return renderer_.setVisible(wantVisible_);
     case Verb::kRename:
         return rename(command.text);

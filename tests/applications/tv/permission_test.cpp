@@ -113,6 +113,14 @@ TEST_F(TheRendererScreen, IsLeftWhenTheMediaCannotBeOpened) {
     EXPECT_FALSE(screen_.deadline());
 }
 
+TEST_F(TheRendererScreen, IsLeftWhenTheRendererIsHidden) {
+    EXPECT_FALSE(screen_.onHidden()) << "it is not shown";
+    screen_.onAllowed(start_);
+    EXPECT_TRUE(screen_.onHidden());
+    EXPECT_FALSE(screen_.deadline());
+    EXPECT_FALSE(screen_.onHidden());
+}
+
 TEST_F(TheRendererScreen, IsLeftWhenNothingBegins) {
     screen_.onAllowed(start_);
     ASSERT_TRUE(screen_.deadline());
