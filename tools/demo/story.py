@@ -42,11 +42,16 @@ class Story:
         elif line["line"] in ("problem", "unreadable"):
             self.say("problem", line.get("text", ""))
 
-    def push(self, file, host="in_phone"):
-        self.say(host[3:], f"pushes {file}")
+    def push(self, file, who="phone"):
+        self.say(who, f"pushes {file}")
         log = open(self.out / f"push-{len(self.pushes)}.log", "w", encoding="utf-8")
         process = subprocess.Popen(
-            [host, str(self.build / "bin/ketra-push"), str(self.out / "media" / file)],
+            [
+                f"in_{who}",
+                str(self.build / "bin/ketra-push"),
+                f"--as={who}",
+                str(self.out / "media" / file),
+            ],
             stdout=log,
             stderr=subprocess.STDOUT,
             stdin=subprocess.DEVNULL,
@@ -76,12 +81,12 @@ class Story:
         self.pictures.append(file)
 
     def position_from(self, seconds):
-        """Waits until the film has reached a position."""
+        """Waits until the film has reached a position; where it is then."""
         deadline = time.monotonic() + 10
         while True:
             position = self.tv.status()["position"]
             if position is not None and position >= seconds:
-                return
+                return position
             if time.monotonic() > deadline:
                 raise Missing(f"the position stays at {position}, {seconds} was expected")
             time.sleep(0.2)
@@ -100,7 +105,7 @@ class Story:
         self.remote("resume")
         self.tv.event("MM_MEDIA_RESUME_OK")
         self.remote("seek 30")
-        self.position_from(30)
+        self.say("tv", f"is at {self.position_from(30)} s")
         self.remote("ff 2")
         self.tv.event("MM_SPEED_CHANGE", speed="2x")
         self.position_from(34)
@@ -110,7 +115,7 @@ class Story:
         push.wait(15)
 
     def stranger(self):
-        push = self.push("song.mp3", host="in_guest")
+        push = self.push("song.mp3", who="guest")
         request = self.tv.event("MM_REQ_TO_AUTH", media="music")
         self.say("viewer", f"no, {request['controller']} may not")
         self.remote("deny")
@@ -135,6 +140,8 @@ class Story:
         self.picture("photo.png")
         if push.wait(15) != 0:
             raise Missing("ketra-push does not say that the photo was shown")
+        self.remote("stop")
+        self.tv.event("MM_EXIT_FORCE", media="photo")
 
     def tell(self):
         self.tv.ready()
@@ -156,7 +163,8 @@ class Story:
 
     def summary(self):
         print()
-        print(f"{len(self.tv.events())} events in {time.monotonic() - self.started:.1f} s.")
+        seconds = time.monotonic() - self.started
+        print(f"Every expected event came: {len(self.tv.events())} events in {seconds:.1f} s.")
         for picture in self.pictures:
             print(f"picture of the screen: {os.path.relpath(picture, pathlib.Path.cwd())}")
         print(f"what the library printed: {os.path.relpath(self.out / 'trace.log')}")

@@ -20,6 +20,9 @@ using Clock = std::chrono::steady_clock;
 // Pending connections that the kernel holds for us; libsoup asks for ten.
 constexpr int kBacklog = 1024;
 
+// Refused requests whose answers are on their way at once; each holds a descriptor for a second.
+constexpr std::size_t kMostDrains = 32;
+
 enum class State { head, body, running, idle };
 
 bool isContentLengthSound(SoupMessageHeaders* headers) {
@@ -331,10 +334,12 @@ void ConnectionGuard::chunkArrived(Connection& connection, SoupServerMessage* me
 
 // Answers now and reads no more of the request: libsoup would read every body to its end.
 void ConnectionGuard::refuse(Connection& connection, SoupServerMessage* message, unsigned status) {
-    logInfo("request from " + connection.host + " refused: " + std::to_string(status) + " " +
-            soup_status_get_phrase(status));
-    const int duplicate = dup(connection.fd);
+    // Above the bound the answer may be lost with the connection and nothing is logged: a flood of
+    // refused requests must fill neither the table of descriptors nor the log.
+    const int duplicate = drains_.size() < kMostDrains ? dup(connection.fd) : -1;
     if (duplicate >= 0) {
+        logInfo("request from " + connection.host + " refused: " + std::to_string(status) + " " +
+                soup_status_get_phrase(status));
         sendBareStatus(duplicate, status);
         shutdown(duplicate, SHUT_WR);
         auto drain = std::make_unique<Drain>(*this, duplicate);

@@ -109,8 +109,7 @@ bool isPlayableMimeType(const std::string& mimeType) {
     }
     // Unknown, or types that servers use for media which only the content itself can tell.
     for (const char* type :
-         {"", "application/ogg", "application/octet-stream", "application/vnd.apple.mpegurl",
-          "application/x-mpegurl", "application/dash+xml", "application/mp4"}) {
+         {"", "application/ogg", "application/octet-stream", "application/mp4"}) {
         if (mimeType == type) {
             return true;
         }

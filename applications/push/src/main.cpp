@@ -142,6 +142,8 @@ int main(int argc, char** argv) {
     if (options.interfaceName.empty() && interfaceName != nullptr) {
         options.interfaceName = interfaceName;
     }
+    // GUPnP begins its User-Agent with it.
+    g_set_prgname(options.controllerName.c_str());
     gst_init(nullptr, nullptr);
     return static_cast<int>(run(options));
 }

@@ -1,5 +1,6 @@
 #include "options.h"
 
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -13,6 +14,7 @@ namespace {
 constexpr double kLongestTimeoutSec = 3600;
 
 const option kLongOptions[] = {
+    {"as", required_argument, nullptr, 'a'},
     {"to", required_argument, nullptr, 't'},
     {"list", no_argument, nullptr, 'l'},
     {"timeout", required_argument, nullptr, 'T'},
@@ -41,6 +43,20 @@ bool parsePort(const char* text, std::uint16_t& port) {
     return result.ec == std::errc() && result.ptr == end && port != 0;
 }
 
+/// A word of a User-Agent: a token as HTTP (RFC 9110) has it.
+bool parseControllerName(const std::string& text, std::string& name) {
+    constexpr char kMarks[] = "!#$%&'*+-.^_`|~";
+    constexpr std::size_t kLongest = 40;
+    for (const char character : text) {
+        if (!std::isalnum(static_cast<unsigned char>(character)) &&
+            std::strchr(kMarks, character) == nullptr) {
+            return false;
+        }
+    }
+    name = text;
+    return !text.empty() && text.size() <= kLongest;
+}
+
 bool applyOption(int letter, Options& options, std::string& error) {
     switch (letter) {
     case 't':
@@ -61,6 +77,10 @@ bool applyOption(int letter, Options& options, std::string& error) {
     case 'V':
         options.action = Options::Action::kVersion;
         return true;
+    case 'a':
+        error = std::string("--as wants one word of at most 40 plain characters, not \"") + optarg +
+                "\"";
+        return parseControllerName(optarg, options.controllerName);
     case 'T':
         error = std::string("--timeout wants seconds, not \"") + optarg + "\"";
         return parseTimeout(optarg, options.timeout);
@@ -110,6 +130,7 @@ const char* usageText() {
            "  -i, --interface NAME  look on this network interface only (also\n"
            "                        from the environment: KETRA_INTERFACE)\n"
            "      --timeout SEC     how long to look for televisions (5)\n"
+           "      --as NAME         how this phone is called when the television asks its viewer\n"
            "      --port N          serve the file on this port (any free one)\n"
            "      --keep            a picture: stay until the television stops showing it\n"
            "  -h, --help            this text\n"

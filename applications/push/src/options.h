@@ -15,6 +15,7 @@ struct Options {
     std::string interfaceName;               ///< empty = all that can multicast
     std::uint16_t port = 0;                  ///< where the file is served; 0 = any free one
     std::chrono::milliseconds timeout{5000}; ///< how long renderers are looked for
+    std::string controllerName = "ketra-push"; ///< how the television tells this controller
     bool keepPhoto = false;                  ///< a photo: stay until the renderer stops showing it
 };
 

@@ -83,7 +83,7 @@ file ~ "^platform/include/" {
 }
 
 file ~ "^applications/" && !fromSystem && !index(owners[name], " " component " ") {
-    if (owners[name] ~ " (applications/|DMR/src )")
+    if (owners[name] ~ " (applications/|DMR/src )" && owners[name] !~ " applications/common ")
         refuse(component)
 }
 

@@ -122,6 +122,19 @@ TEST_F(HttpSide, RefusesForeignHosts) {
     EXPECT_EQ(statusOf(request("GET /description.xml HTTP/1.1\r\n\r\n")), 400);
 }
 
+TEST_F(HttpSide, HoldsFewDescriptorsForAFloodOfRefusedRequests) {
+    const int before = openDescriptors();
+    std::vector<std::unique_ptr<RawClient>> flood;
+    for (int count = 0; count < 200; ++count) {
+        flood.push_back(std::make_unique<RawClient>(device->port()));
+        ASSERT_TRUE(flood.back()->connected());
+        flood.back()->send("GET / HTTP/1.1\r\nHost: evil.example\r\n\r\n");
+    }
+    // Each client holds a descriptor of this very process, too.
+    EXPECT_TRUE(runUntil([&] { return device->server().connectionCount() == 0; }));
+    EXPECT_LE(openDescriptors(), before + 200 + 32);
+}
+
 TEST_F(HttpSide, RefusesAmbiguousLengths) {
     const std::string body = "<a/>";
     EXPECT_EQ(statusOf(request(head("Content-Length: 4\r\nContent-Length: 5\r\n\r\n") + body)),

@@ -40,13 +40,15 @@ TEST(TheCommandLine, TakesAFileAndTheNameOfATelevisionInAnyOrder) {
 }
 
 TEST(TheCommandLine, KnowsItsOtherOptions) {
-    const Parsed parsed =
-        parse({"x", "--timeout", "2.5", "--interface", "eth7", "--port", "8080", "--keep"});
+    const Parsed parsed = parse({"x", "--timeout", "2.5", "--interface", "eth7", "--port", "8080",
+                                 "--keep", "--as", "Anna's-phone"});
     EXPECT_TRUE(parsed.isFine) << parsed.error;
     EXPECT_EQ(parsed.options.timeout.count(), 2500);
     EXPECT_EQ(parsed.options.interfaceName, "eth7");
     EXPECT_EQ(parsed.options.port, 8080);
     EXPECT_TRUE(parsed.options.keepPhoto);
+    EXPECT_EQ(parsed.options.controllerName, "Anna's-phone");
+    EXPECT_EQ(parse({"x"}).options.controllerName, "ketra-push");
     EXPECT_EQ(parse({"--list"}).options.action, Options::Action::kList);
     EXPECT_EQ(parse({"--help"}).options.action, Options::Action::kHelp);
     EXPECT_EQ(parse({"--version"}).options.action, Options::Action::kVersion);
@@ -65,6 +67,11 @@ TEST(TheCommandLine, SaysWhatIsWrongWithIt) {
         const Parsed parsed = parse({"a", "--port", port});
         EXPECT_FALSE(parsed.isFine) << port;
         EXPECT_NE(parsed.error.find("--port wants a number"), std::string::npos) << port;
+    }
+    for (const char* name : {"", "two words", "a(b)", "x\n", "Zoë", "slash/ed"}) {
+        const Parsed parsed = parse({"a", "--as", name});
+        EXPECT_FALSE(parsed.isFine) << name;
+        EXPECT_NE(parsed.error.find("--as wants one word"), std::string::npos) << name;
     }
     EXPECT_FALSE(parse({"a", "--no-such-option"}).isFine);
     EXPECT_FALSE(parse({"a", "--to"}).isFine);

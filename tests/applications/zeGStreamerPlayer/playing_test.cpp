@@ -1,9 +1,14 @@
 // Real media, served by a real HTTP server on loopback, played by the real engine.
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <string>
 
@@ -356,6 +361,21 @@ TEST_F(APlayer, ReportsAHostThatDoesNotExist) {
     ASSERT_TRUE(player_->play(Speed()));
     ASSERT_TRUE(player_.waitUntil([this] { return player_.last().error != PlayerError::kNone; }));
     EXPECT_EQ(player_.last().error, PlayerError::kUnreachable) << player_.log();
+}
+
+TEST_F(APlayer, FollowsNoPlaylistToAFileOfThisMachine) {
+    // Whoever opens the named pipe to read it lets the writer below open it.
+    const std::string secret = folder_.path() + "/secret.ts";
+    ASSERT_EQ(mkfifo(secret.c_str(), 0600), 0);
+    std::ofstream(folder_.path() + "/list.m3u8")
+        << "#EXTM3U\n#EXT-X-TARGETDURATION:5\n#EXTINF:5,\nfile://" << secret
+        << "\n#EXT-X-ENDLIST\n";
+    test::MediaServer lists(folder_.path());
+    ASSERT_TRUE(player_.setMedia(lists.address("/good/list.m3u8")));
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().error != PlayerError::kNone; }));
+    EXPECT_EQ(open(secret.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC), -1);
+    EXPECT_EQ(errno, ENXIO);
 }
 
 TEST_F(APlayer, OpensNoFileOfThisMachine) {

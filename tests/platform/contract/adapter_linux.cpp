@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include "middleware/event_loop.h"
+#include "support/private_bus.h"
 
 namespace contract {
 
@@ -109,16 +110,10 @@ private:
 } // namespace
 
 struct World::Data {
-    Program daemon{{"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address"}};
+    testing_support::PrivateBus bus;
 };
 
-World::World() : data_(std::make_unique<Data>()) {
-    const std::string address = data_->daemon.firstLine();
-    if (address.empty())
-        fail("dbus-daemon did not start");
-    unsetenv("KETRA_BUS_ADDRESS");
-    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
-}
+World::World() : data_(std::make_unique<Data>()) {}
 
 World::~World() = default;
 

@@ -9,6 +9,7 @@ namespace player {
 
 struct GstDeleter {
     void operator()(GstElement* element) const { gst_object_unref(element); }
+    void operator()(GstElementFactory* factory) const { gst_object_unref(factory); }
     void operator()(GstBus* bus) const { gst_object_unref(bus); }
     void operator()(GstPad* pad) const { gst_object_unref(pad); }
     void operator()(GstCaps* caps) const { gst_caps_unref(caps); }

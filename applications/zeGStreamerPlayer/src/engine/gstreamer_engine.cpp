@@ -11,6 +11,18 @@ namespace {
 
 constexpr unsigned kTimerMs = 200;
 
+/// Elements that open further addresses which the media itself names: a playlist from the network
+/// must not make this machine read its own files.
+constexpr const char* kOpenersOfOtherAddresses[] = {
+    "hlsdemux", "hlsdemux2", "dashdemux", "dashdemux2", "mssdemux", "mssdemux2", "sdpdemux"};
+
+void neverUse(const char* element) {
+    const GstOwner<GstElementFactory> factory(gst_element_factory_find(element));
+    if (factory) {
+        gst_plugin_feature_set_rank(GST_PLUGIN_FEATURE(factory.get()), GST_RANK_NONE);
+    }
+}
+
 } // namespace
 
 GStreamerEngine::GStreamerEngine(Settings settings, TaskQueue& logicQueue,
@@ -38,6 +50,9 @@ void GStreamerEngine::run() {
     if (!gst_init_check(nullptr, nullptr, &rawError)) {
         const GstOwner<GError> error(rawError);
         logError(std::string("GStreamer does not start: ") + (error ? error->message : ""));
+    }
+    for (const char* const element : kOpenersOfOtherAddresses) {
+        neverUse(element);
     }
     logDebug("GStreamer is ready");
     ready_ = true;

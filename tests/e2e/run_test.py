@@ -1,0 +1,78 @@
+"""The television as a person starts it, on a bus that lives as long as it does."""
+
+import os
+import signal
+import socket
+import struct
+import subprocess
+import time
+import unittest
+
+from house import BIN, DEADLINE, companion_pids, until
+
+WITH_BUS = os.path.join(os.path.dirname(__file__), "../../tools/world/with-bus")
+
+
+def announcements():
+    """A socket that hears what is said to everybody on this network."""
+    sock = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+    sock.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+    sock.bind(("", 1900))
+    own = socket.inet_aton(os.environ["KETRA_PHONE_ADDRESS"])
+    group = socket.inet_aton("239.255.255.250")
+    sock.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, struct.pack("4s4s", group, own))
+    sock.settimeout(DEADLINE)
+    return sock
+
+
+class ARunningTelevision(unittest.TestCase):
+    def start(self):
+        environment = dict(os.environ, KETRA_STATE_DIR=f"/run/{self.id()}")
+        tv = subprocess.Popen(
+            ["in_tv", WITH_BUS, "--", f"{BIN}/ketra-tv", "--json", "--script", "-"],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+            env=environment, start_new_session=True,
+        )
+        self.addCleanup(lambda: os.killpg(tv.pid, signal.SIGKILL) if tv.poll() is None else None)
+        self.addCleanup(tv.stdout.close)
+        self.addCleanup(tv.stdin.close)
+        for line in tv.stdout:
+            if line.startswith("state bus: export KETRA_BUS_ADDRESS=unix:path="):
+                self.bus = line.split("unix:path=")[1].strip()
+            if '"line":"ready"' in line:
+                return tv
+        self.fail("the television did not get ready")
+
+    def check_end(self, tv, sock):
+        said = []
+        deadline = time.monotonic() + DEADLINE
+        while time.monotonic() < deadline:
+            text = sock.recv(4096).decode("latin-1")
+            said.append(text.splitlines()[:6])
+            if "ssdp:byebye" in text and "device:MediaRenderer:" in text:
+                break
+        else:
+            self.fail(f"nobody was told goodbye: {said}")
+        self.assertEqual(tv.wait(DEADLINE), 0)
+        for program in ("Vantor2", "zeGStreamerPlayer"):
+            until(lambda: not companion_pids(program), f"the end of {program}")
+        until(lambda: not os.path.exists(self.bus), "the end of the bus")
+
+    def after_ready(self):
+        """A running television, and ears for what is said from now on."""
+        tv = self.start()
+        return tv, announcements()
+
+    def test_says_goodbye_on_ctrl_c(self):
+        tv, sock = self.after_ready()
+        os.killpg(tv.pid, signal.SIGINT)
+        self.check_end(tv, sock)
+
+    def test_says_goodbye_when_it_is_told_to_end(self):
+        tv, sock = self.after_ready()
+        tv.terminate()
+        self.check_end(tv, sock)
+
+
+if __name__ == "__main__":
+    unittest.main()
