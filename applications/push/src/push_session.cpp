@@ -68,8 +68,12 @@ std::optional<ActionError> PushSession::playWhenReady() {
     for (int tries = 1; error && error->code == kTransitionNotAvailable && tries < kPlayTries;
          ++tries) {
         TransportInfo transport;
-        if (!renderer_.readTransport(transport) && transport.state == "PLAYING") {
+        const bool isKnown = !renderer_.readTransport(transport);
+        if (isKnown && transport.state == "PLAYING") {
             return std::nullopt; // it began by itself
+        }
+        if (isKnown && transport.status == "ERROR_OCCURRED") {
+            return std::nullopt; // the viewer was quicker; told where the watching begins
         }
         if (waiter_.until([] { return false; }, kRetryPlayEvery) == Waiter::Result::kInterrupted) {
             return std::nullopt; // seen again, and answered, where the watching begins

@@ -204,10 +204,13 @@ void Pipeline::takeNextStep() {
     if (state_ == GST_STATE_PLAYING && !saidPlaying_) {
         saidPlaying_ = true;
         positionReported_ = Clock::now();
-        samplePosition();
+        // The position is still the one of the preroll: media that is over in a moment may have
+        // reached its end by now.
+        sampledAt_ = positionReported_;
         report_(EnginePlaying{});
     } else if (!wantPlaying_ && saidPlaying_) {
         saidPlaying_ = false;
+        followPosition();
         report_(EnginePaused{});
     }
 }
@@ -299,7 +302,7 @@ void Pipeline::onTimer() {
         }
     }
     if (saidPlaying_ && idle()) {
-        samplePosition();
+        followPosition();
     }
     if (saidPlaying_ && idle() && now - positionReported_ >= kPositionInterval) {
         positionReported_ = now;
@@ -509,6 +512,15 @@ std::int64_t Pipeline::positionMs() const {
 void Pipeline::samplePosition() {
     sampledMs_ = positionMs();
     sampledAt_ = Clock::now();
+}
+
+/// Samples again, but for a leap ahead of the clock: the end has been reached then, and what
+/// GStreamer says is not where.
+void Pipeline::followPosition() {
+    constexpr std::int64_t kLeapMs = 1000;
+    if (speed_.isBackward() || positionMs() <= endMs() + kLeapMs) {
+        samplePosition();
+    }
 }
 
 /// Where the media really ended. At its end GStreamer gives the position that the container

@@ -78,6 +78,7 @@ private:
     MediaFacts facts();
     std::int64_t positionMs() const;
     void samplePosition();
+    void followPosition();
     std::int64_t endMs() const;
     void setUpDownload(GstElement* element);
 
