@@ -61,7 +61,7 @@ private:
     Record record_;
 };
 
-/// What is wrong with a specification, null when nothing is.
+/// What is wrong with what shall be published, null when nothing is.
 const char* faultOf(const PublicationSpec& spec) {
     if (spec.layout == nullptr || !isTopLevel(*spec.layout))
         return "there is no layout of a state";
