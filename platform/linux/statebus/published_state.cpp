@@ -308,7 +308,7 @@ int PublishedState::take(sd_bus_message* message, std::function<bool()> question
         [self = shared_from_this(), question = std::move(question), kept, arrived = Clock::now()] {
             bool accepted = false;
             // Whoever asked has been told no by now: do not surprise him with a late yes.
-            const bool late = Clock::now() - arrived >= kAnswerLimit;
+            const bool late = Clock::now() - arrived >= kObeyLimit;
             if (!late && self->gate_.enter()) {
                 try {
                     accepted = question();
