@@ -5,6 +5,7 @@
 option(KETRA_TESTS "Build the tests" ON)
 option(KETRA_BENCH "Build the benchmarks" OFF)
 option(KETRA_COVERAGE "Count executed lines (gcov)" OFF)
+option(KETRA_FUZZ "Build the fuzz targets (clang)" OFF)
 set(KETRA_SANITIZE "" CACHE STRING "Sanitizers for -fsanitize=, e.g. address,undefined or thread")
 
 set(CMAKE_CXX_STANDARD 17)
@@ -33,6 +34,10 @@ endif()
 if(KETRA_COVERAGE)
     add_compile_options(--coverage)
     add_link_options(--coverage)
+endif()
+
+if(KETRA_FUZZ)
+    include(KetraFuzz)
 endif()
 
 file(RELATIVE_PATH KETRA_SOURCE_FROM_BUILD ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
