@@ -3,28 +3,19 @@
 #include <csignal>
 
 #include <libxml/parser.h>
-#include <sys/prctl.h>
-#include <unistd.h>
 
 #include "base/glib_log.h"
 #include "base/log.h"
 #include "base/settings.h"
+#include "common/lifeline.h"
 #include "daemon.h"
-
-namespace {
-
-// Ends with the process that started it. False when that has ended already.
-bool followParent() {
-    const pid_t parent = getppid();
-    return prctl(PR_SET_PDEATHSIG, SIGTERM) == 0 && getppid() == parent;
-}
-
-} // namespace
 
 int main() {
     using namespace vantor;
     setProgramName("Vantor2");
-    if (!followParent()) {
+    // Before anything is opened. SIGTERM is the daemon's own way to end in order.
+    const companion::Lifeline lifeline([] { raise(SIGTERM); });
+    if (!lifeline.intact()) {
         logError("the process that started the daemon has ended");
         return static_cast<int>(ExitCode::ok);
     }

@@ -102,6 +102,8 @@ bool Television::start() {
     // The player writes pictures into one folder only, which it has to know from the start. Set
     // while there is one thread yet.
     setenv(kPictureFolder, pictureFolder_.c_str(), 1);
+    // So that a companion can tell that this process died before the companion looked.
+    setenv("KETRA_TV_PID", std::to_string(getpid()).c_str(), 1);
     if (!watch_->open()) {
         report_.problem("no state bus answers; KETRA_BUS_ADDRESS or DBUS_SESSION_BUS_ADDRESS names "
                         "it");

@@ -145,6 +145,18 @@ TEST_F(ThePlayerProcess, EndsWithTheProcessThatStartedIt) {
     EXPECT_TRUE(waitUntilRemoved());
 }
 
+TEST_F(ThePlayerProcess, SaysAloudThatAnotherPlayerHasItsPlaceOnTheBus) {
+    start();
+    Program second({KETRA_PLAYER_PROGRAM});
+    const auto end = std::chrono::steady_clock::now() + seconds(10);
+    while (second.error().find("warning: ") == std::string::npos &&
+           std::chrono::steady_clock::now() < end) {
+        (void)second.waitForLine("nothing", std::chrono::milliseconds(20)); // reads on
+    }
+    EXPECT_NE(second.error().find("zeGStreamerPlayer: warning: "), std::string::npos)
+        << second.error();
+}
+
 TEST_F(ThePlayerProcess, StartsWithoutAnArgumentVector) {
     ASSERT_TRUE(watcher_.start());
     const pid_t child = fork();

@@ -54,7 +54,12 @@ ExitCode PlayerProcess::run() {
         logInfo("the process that started the player has ended");
         end(ExitCode::kAsTold);
     });
-    tryBus();
+    if (lifeline_->intact()) {
+        tryBus();
+    } else {
+        logInfo("the process that started the player ended before it");
+        ended_ = true;
+    }
     if (!ended_) {
         g_main_loop_run(loop_);
     }
@@ -84,9 +89,14 @@ void PlayerProcess::tryBus() {
     if (service_->open(player_.status(), sound_.status(), &error)) {
         logInfo("on the bus");
         busAwaySince_.reset();
+        busError_.clear();
         return;
     }
-    logDebug(error);
+    if (error != busError_) {
+        // Once, not at every attempt.
+        logWarning(error);
+        busError_ = error;
+    }
     service_.reset();
     sources_.push_back(g_timeout_add(kBusRetryMs, &PlayerProcess::tryBusFired, this));
 }

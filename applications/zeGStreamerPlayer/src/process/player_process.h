@@ -4,14 +4,16 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include <glib.h>
 
 #include "bus/player_service.h"
+#include "common/lifeline.h"
 #include "engine/gstreamer_engine.h"
 #include "logic/player.h"
 #include "logic/sound.h"
-#include "process/lifeline.h"
 #include "process/settings.h"
 #include "process/task_queue.h"
 
@@ -57,8 +59,9 @@ private:
     Player player_;
     Sound sound_;
     std::optional<PlayerService> service_;
-    std::optional<Lifeline> lifeline_;
+    std::optional<companion::Lifeline> lifeline_;
     std::optional<std::chrono::steady_clock::time_point> busAwaySince_;
+    std::string busError_; ///< why the bus could not be used, as it was logged
     std::vector<unsigned> sources_;
     bool ended_ = false;
     ExitCode exitCode_ = ExitCode::kAsTold;
