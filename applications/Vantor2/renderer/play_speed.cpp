@@ -1,5 +1,7 @@
 #include "renderer/play_speed.h"
 
+#include <algorithm>
+
 namespace vantor {
 
 const std::vector<std::string>& playSpeedTexts() {
@@ -9,22 +11,24 @@ const std::vector<std::string>& playSpeedTexts() {
     return texts;
 }
 
-bool isSpeedOffered(std::string_view speed, std::string_view list) {
+std::vector<std::string> offeredSpeeds(std::string_view list) {
     constexpr std::string_view separators = ", \t";
-    bool any = false;
+    std::vector<std::string> speeds;
     while (true) {
         const std::size_t start = list.find_first_not_of(separators);
         if (start == std::string_view::npos) {
-            return !any;
+            return speeds.empty() ? playSpeedTexts() : speeds;
         }
         list.remove_prefix(start);
         const std::string_view entry = list.substr(0, list.find_first_of(separators));
-        if (entry == speed) {
-            return true;
-        }
-        any = true;
+        speeds.emplace_back(entry);
         list.remove_prefix(entry.size());
     }
+}
+
+bool isSpeedOffered(std::string_view speed, std::string_view list) {
+    const std::vector<std::string> offered = offeredSpeeds(list);
+    return std::find(offered.begin(), offered.end(), speed) != offered.end();
 }
 
 } // namespace vantor

@@ -11,8 +11,9 @@ namespace vantor {
 /// All of them, "1" first.
 const std::vector<std::string>& playSpeedTexts();
 
-/// Whether `speed` stands in the player's own list (texts separated by commas or blanks). An empty
-/// list means that the player does not say, so everything goes.
+/// The player's own list (texts separated by commas or blanks). An empty one means that the player
+/// does not say, so everything goes.
+std::vector<std::string> offeredSpeeds(std::string_view list);
 bool isSpeedOffered(std::string_view speed, std::string_view list);
 
 } // namespace vantor

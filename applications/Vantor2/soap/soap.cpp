@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/xml.h"
+#include "common/text.h"
 
 namespace vantor {
 
@@ -56,20 +57,10 @@ xmlNode* findBody(const xmlNode* envelope) {
     return node;
 }
 
-std::string_view unquoted(std::string_view text) {
-    const auto isBlank = [](char c) {
-        return c == ' ' || c == '\t';
-    };
-    while (!text.empty() && isBlank(text.front())) {
-        text.remove_prefix(1);
-    }
-    while (!text.empty() && isBlank(text.back())) {
-        text.remove_suffix(1);
-    }
-    if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
-        text = text.substr(1, text.size() - 2);
-    }
-    return text;
+std::string_view unquoted(std::string_view header) {
+    const std::string_view value = text::trimmed(header);
+    const bool quoted = value.size() >= 2 && value.front() == '"' && value.back() == '"';
+    return quoted ? value.substr(1, value.size() - 2) : value;
 }
 
 ParsedSoap parseAction(const xmlNode* action, std::string_view soapAction) {

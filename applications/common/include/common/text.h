@@ -1,0 +1,19 @@
+// Small text work that every program here needs: views in, views out, nothing is copied.
+#pragma once
+
+#include <string_view>
+
+namespace text {
+
+constexpr std::string_view kBlanks = " \t";
+
+/// Without the blanks at both ends.
+constexpr std::string_view trimmed(std::string_view text, std::string_view blanks = kBlanks) {
+    const std::size_t first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+} // namespace text
