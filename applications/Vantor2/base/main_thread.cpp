@@ -52,16 +52,17 @@ void postToMain(std::function<void()> task) {
     (void)eventfd_write(gWake, 1); // can only fail by being full, and then the loop is awake
 }
 
-bool askMain(std::function<bool()> task) {
+bool askMain(std::function<bool()> task, std::chrono::milliseconds limit) {
     struct Question {
         bool answered = false;
         bool answer = false;
+        bool abandoned = false;
     };
-    auto question = std::make_shared<Question>();
+    auto question = std::make_shared<Question>(); // guarded by gMutex; the last one out frees it
     postToMain([question, task = std::move(task)] {
         {
             std::lock_guard<std::mutex> lock(gMutex);
-            if (gClosed) {
+            if (gClosed || question->abandoned) {
                 return;
             }
         }
@@ -72,7 +73,8 @@ bool askMain(std::function<bool()> task) {
         gAnswered.notify_all();
     });
     std::unique_lock<std::mutex> lock(gMutex);
-    gAnswered.wait(lock, [&] { return question->answered || gClosed; });
+    gAnswered.wait_for(lock, limit, [&] { return question->answered || gClosed; });
+    question->abandoned = !question->answered;
     return question->answer;
 }
 

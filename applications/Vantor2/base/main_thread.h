@@ -3,6 +3,7 @@
 // Used by the bus side, from the bus's threads and from its own workers.
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 namespace vantor {
@@ -13,9 +14,14 @@ void openMain();
 /// Runs `task` on the main loop, in the order of the calls. Any thread; returns at once.
 void postToMain(std::function<void()> task);
 
-/// Runs `task` on the main loop and waits for its answer; false when the loop has ended meanwhile.
-/// Not on the main thread.
-bool askMain(std::function<bool()> task);
+/// Shorter than the five seconds after which the bus answers no by itself: what was answered with a
+/// no is not done a moment later.
+constexpr std::chrono::milliseconds kLongestQuestion{4000};
+
+/// Runs `task` on the main loop and waits for its answer; false when the loop has ended meanwhile
+/// or does not answer within `limit`. A task that has not begun by then is never run. Not on the
+/// main thread.
+bool askMain(std::function<bool()> task, std::chrono::milliseconds limit = kLongestQuestion);
 
 /// From now on askMain answers false at once, those that wait included. Before the loop ends.
 void closeMain();

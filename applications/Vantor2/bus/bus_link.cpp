@@ -16,6 +16,25 @@ constexpr const char* kInstance = "main";
 constexpr std::string_view kPlayerName = "ContentPlayerService$main";
 constexpr std::string_view kSoundName = "SoundService$main";
 
+// What a player that stood still for a moment need not be told any more: everything about a media
+// that is replaced, and whatever was to happen to a playback that shall stop.
+enum PlayerBit : unsigned {
+    kOpenBit = 1,
+    kStopBit = 2,
+    kPlayBit = 4,
+    kPauseBit = 8,
+    kSeekBit = 16
+};
+constexpr CommandSender::Kind kOpen{kOpenBit, kStopBit | kPlayBit | kPauseBit | kSeekBit};
+constexpr CommandSender::Kind kStop{kStopBit, kPlayBit | kPauseBit | kSeekBit};
+constexpr CommandSender::Kind kPlay{kPlayBit, 0};
+constexpr CommandSender::Kind kPause{kPauseBit, 0};
+constexpr CommandSender::Kind kSeek{kSeekBit, 0};
+
+enum SoundBit : unsigned { kVolumeBit = 1, kMuteBit = 2 };
+constexpr CommandSender::Kind kVolume{kVolumeBit, 0};
+constexpr CommandSender::Kind kMute{kMuteBit, 0};
+
 // The player and the sound on the bus. Each runs on the sender's thread.
 bool sendToPlayer(zeSBusManager* manager, zeSBusCommand& command) {
     return command.Execute(manager, ContentPlayerServiceTemplate.mTypeName, kInstance);
@@ -147,12 +166,14 @@ void BusLink::soundRecord(zeSBusManager*, void* data, const zeSBusStateSerializa
 
 void BusLink::open(const std::string& uri, const std::string& metadata, CommandDone done) {
     player_.send(
+        kOpen,
         [manager = manager_.get(), uri, metadata] { return openOnPlayer(manager, uri, metadata); },
         std::move(done));
 }
 
 void BusLink::play(const std::string& speed, CommandDone done) {
     player_.send(
+        kPlay,
         [manager = manager_.get(), speed] {
             zeSBusCommand command("play", speed.c_str());
             return sendToPlayer(manager, command);
@@ -160,8 +181,9 @@ void BusLink::play(const std::string& speed, CommandDone done) {
         std::move(done));
 }
 
-void BusLink::sendPlayerWord(const char* word, CommandDone done) {
+void BusLink::sendPlayerWord(CommandSender::Kind kind, const char* word, CommandDone done) {
     player_.send(
+        kind,
         [manager = manager_.get(), word] {
             zeSBusCommand command(word);
             return sendToPlayer(manager, command);
@@ -170,15 +192,16 @@ void BusLink::sendPlayerWord(const char* word, CommandDone done) {
 }
 
 void BusLink::pause(CommandDone done) {
-    sendPlayerWord("pause", std::move(done));
+    sendPlayerWord(kPause, "pause", std::move(done));
 }
 
 void BusLink::stop(CommandDone done) {
-    sendPlayerWord("stop", std::move(done));
+    sendPlayerWord(kStop, "stop", std::move(done));
 }
 
 void BusLink::seek(std::uint32_t seconds, CommandDone done) {
     player_.send(
+        kSeek,
         [manager = manager_.get(), text = std::to_string(seconds)] {
             return manager->SetValue(ContentPlayerServiceTemplate.mTypeName, kInstance,
                                      "mPlayback.mPositionSec", text.c_str());
@@ -188,6 +211,7 @@ void BusLink::seek(std::uint32_t seconds, CommandDone done) {
 
 void BusLink::setVolume(unsigned volume, CommandDone done) {
     sound_.send(
+        kVolume,
         [manager = manager_.get(), text = std::to_string(volume)] {
             return manager->SetValue(SoundServiceTemplate.mTypeName, kInstance, "mMaster.mVolume",
                                      text.c_str());
@@ -197,6 +221,7 @@ void BusLink::setVolume(unsigned volume, CommandDone done) {
 
 void BusLink::setMute(bool mute, CommandDone done) {
     sound_.send(
+        kMute,
         [manager = manager_.get(), text = mute ? "1" : "0"] {
             return manager->SetValue(SoundServiceTemplate.mTypeName, kInstance, "mMaster.mfMute",
                                      text);

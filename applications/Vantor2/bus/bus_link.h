@@ -73,7 +73,7 @@ private:
                              const zeSBusStateSerializable* state);
     static void soundRecord(zeSBusManager* manager, void* self,
                             const zeSBusStateSerializable* state);
-    void sendPlayerWord(const char* word, CommandDone done);
+    void sendPlayerWord(CommandSender::Kind kind, const char* word, CommandDone done);
 
     BusEvents events_;
     std::unique_ptr<zeMultiMBusEngine> engine_;

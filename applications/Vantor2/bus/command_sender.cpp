@@ -1,5 +1,6 @@
 #include "bus/command_sender.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/main_thread.h"
@@ -12,7 +13,7 @@ CommandSender::~CommandSender() {
     stop();
 }
 
-void CommandSender::send(Command command, Done done) {
+void CommandSender::send(Kind kind, Command command, Done done) {
     // The caller's `done` may only be called, and destroyed, on the main thread.
     Done onMain = [alive = alive_, done = std::move(done)](bool accepted) {
         if (*alive) {
@@ -20,7 +21,15 @@ void CommandSender::send(Command command, Done done) {
         }
     };
     const std::lock_guard<std::mutex> lock(mutex_);
-    queue_.push_back({std::move(command), std::move(onMain)});
+    const auto isPointless = [&](Entry& entry) {
+        if (((kind.bit | kind.replaces) & entry.bit) == 0) {
+            return false;
+        }
+        postToMain([done = std::move(entry.done)] { done(true); });
+        return true;
+    };
+    queue_.erase(std::remove_if(queue_.begin(), queue_.end(), isPointless), queue_.end());
+    queue_.push_back({kind.bit, std::move(command), std::move(onMain)});
     wake_.notify_one();
 }
 
