@@ -1,5 +1,6 @@
 #include "renderer/media_info.h"
 
+#include <algorithm>
 #include <memory>
 
 #include <libgupnp-av/gupnp-av.h>
@@ -85,7 +86,11 @@ MediaInfo readMediaInfo(const std::string& didl, const std::string& uri) {
 }
 
 bool isPlayableAddress(const std::string& uri) {
-    if (uri.size() > kLongestAddress) {
+    // A blank in an address is a mistake that servers and players would read each in their own way.
+    const auto isBlank = [](char c) {
+        return static_cast<unsigned char>(c) <= ' ' || c == '\x7F';
+    };
+    if (uri.size() > kLongestAddress || std::any_of(uri.begin(), uri.end(), isBlank)) {
         return false;
     }
     GUri* parsed = g_uri_parse(

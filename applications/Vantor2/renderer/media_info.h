@@ -18,7 +18,7 @@ struct MediaInfo {
 /// else the first one that has protocol info.
 MediaInfo readMediaInfo(const std::string& didl, const std::string& uri);
 
-/// http or https with a host, of bounded length.
+/// http or https with a host, of bounded length, without blanks or control characters.
 bool isPlayableAddress(const std::string& uri);
 
 /// Whether a type can be shown or heard at all; "" (unknown) can.

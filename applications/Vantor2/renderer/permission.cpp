@@ -31,8 +31,8 @@ void Permission::noteAdmitted(const Controller& controller) {
 }
 
 std::uint32_t Permission::file(ControlRequest request) {
-    if (requests_.size() >= kMostRequests) {
-        settle(requests_.front().id, Outcome::denied);
+    if (const ControlRequest* victim = oneTooMany(request.controller.address)) {
+        settle(victim->id, Outcome::denied);
     }
     request.id = nextId_;
     nextId_ = nextId_ == UINT32_MAX ? 1 : nextId_ + 1;
@@ -42,6 +42,26 @@ std::uint32_t Permission::file(ControlRequest request) {
     const std::uint32_t id = requests_.back().id;
     changed_();
     return id;
+}
+
+const ControlRequest* Permission::oneTooMany(const std::string& address) const {
+    std::map<std::string, std::size_t> counts;
+    for (const ControlRequest& request : requests_) {
+        ++counts[request.controller.address];
+    }
+    const bool overShare = counts[address] >= kMostRequestsPerAddress;
+    if (!overShare && requests_.size() < kMostRequests) {
+        return nullptr;
+    }
+    const ControlRequest* victim = nullptr;
+    for (const ControlRequest& request : requests_) { // oldest first
+        const std::string& owner = request.controller.address;
+        const bool better = victim == nullptr || counts[owner] > counts[victim->controller.address];
+        if (overShare ? owner == address && victim == nullptr : better) {
+            victim = &request;
+        }
+    }
+    return victim;
 }
 
 const ControlRequest* Permission::findOf(ControlKind kind, const Controller& controller) const {

@@ -45,6 +45,8 @@ enum class Outcome {
 class Permission {
 public:
     static constexpr std::size_t kMostRequests = 16;
+    /// Of one address: enough for the apps of one phone, too few to push out what others ask.
+    static constexpr std::size_t kMostRequestsPerAddress = 4;
     static constexpr std::chrono::seconds kPatience{30};
 
     /// `changed` is called after every change of policies or requests.
@@ -60,7 +62,9 @@ public:
     /// viewer allowed, so that it keeps control when the policy becomes "ask".
     void noteAdmitted(const Controller& controller);
 
-    /// Files a request; the oldest one is denied when too many wait. Returns its id, never 0.
+    /// Files a request. When too many wait, one is denied: the oldest of its own address when that
+    /// has used up its share, else the oldest of the address that has most. Returns its id, never
+    /// 0.
     std::uint32_t file(ControlRequest request);
     const ControlRequest* findOf(ControlKind kind, const Controller& controller) const;
     void withdraw(std::uint32_t id);
@@ -85,6 +89,7 @@ public:
     void checkDeadlines();
 
 private:
+    const ControlRequest* oneTooMany(const std::string& address) const;
     void settle(std::uint32_t id, Outcome outcome);
     void settleAll(ControlKind kind, Outcome outcome);
 

@@ -388,8 +388,11 @@ bool Transport::isResting(const PlayerReport& report) const {
 }
 
 void Transport::apply(const PlayerReport& report) {
-    // A player that dies when nothing plays any more has not failed to play.
-    const bool rested = expecting_ == Expecting::nothing && isResting(report_);
+    // A player that dies when nothing plays any more has not failed to play. Nor has one that is
+    // taken from a shown photo by a TV which is being switched off: that lets nobody in before.
+    const bool dismissed =
+        report_.state == kEnded && permission_.policy(ControlKind::player) == ControlPolicy::nobody;
+    const bool rested = expecting_ == Expecting::nothing && (isResting(report_) || dismissed);
     report_ = report;
     if (report.state == kOpening) {
         sawOpening_ = true;

@@ -95,8 +95,7 @@ TransportView Transport::view(const Controller& controller) const {
     const bool running =
         view.state == TransportState::playing || view.state == TransportState::paused;
     view.positionSec = running ? report_.positionSec : 0;
-    view.speed =
-        view.state == TransportState::playing && !report_.speed.empty() ? report_.speed : "1";
+    view.speed = running && !report_.speed.empty() ? report_.speed : "1";
     return view;
 }
 

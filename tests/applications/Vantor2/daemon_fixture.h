@@ -179,8 +179,9 @@ public:
         sound = statebus::publish(engine_, std::move(spec), &error);
         EXPECT_NE(sound, nullptr) << error;
     }
-    void playerReports(int state, int errorCode = 0) {
-        const statebus::Record record = playerRecord(state, errorCode);
+    void playerReports(int state, int errorCode = 0, const char* speed = "1") {
+        statebus::Record record = playerRecord(state, errorCode);
+        record.setText("mPlayback.mSpeed", speed);
         player->change([&](statebus::Record& shown) { shown = record; });
     }
 

@@ -135,6 +135,14 @@ TEST_F(TheDaemon, TakesAFilmThroughPermissionToThePlayer) {
     tv->playerReports(4);
     EXPECT_TRUE(waitUntil([&] { return transport() == "PLAYING"; }));
     EXPECT_EQ(element(call(kAvt, "GetPositionInfo", kInstance), "RelTime"), "0:00:07");
+    for (const int state : {4, 3}) {
+        tv->playerReports(state, 0, "-2");
+        EXPECT_TRUE(waitUntil([&] { return transport("CurrentSpeed") == "-2"; })) << state;
+        tv->playerReports(state, 0, "1");
+        EXPECT_TRUE(waitUntil([&] { return transport("CurrentSpeed") == "1"; })) << state;
+    }
+    tv->playerReports(4);
+    EXPECT_TRUE(waitUntil([&] { return transport() == "PLAYING"; }));
     EXPECT_TRUE(succeeded(call(
         kAvt, "Seek", std::string(kInstance) + "<Unit>REL_TIME</Unit><Target>0:01:17</Target>")));
     EXPECT_TRUE(tv->waitForNote("mPlayback.mPositionSec=77"));

@@ -178,6 +178,33 @@ TEST_F(ATransport, DeniesTheOldestRequestWhenTooManyWait) {
     EXPECT_EQ(firstId(), 2u);
 }
 
+TEST_F(ATransport, LetsOneAddressPushOutOnlyItsOwnQuestions) {
+    transport.setUri(tablet, kSong, "");
+    const std::uint32_t tabletsId = firstId();
+    for (int number = 0; number < 40; ++number) {
+        transport.setUri({phone.address, "agent " + std::to_string(number)}, kFilm, "");
+    }
+    EXPECT_EQ(permission.requests().size(), 5u);
+    EXPECT_EQ(firstId(), tabletsId);
+    EXPECT_EQ(permission.requests().back().controller.userAgent, "agent 39");
+    EXPECT_TRUE(permission.allow(tabletsId));
+}
+
+TEST_F(ATransport, DeniesFirstWhatTheBusiestAddressAsksWhenTooManyWait) {
+    for (int number = 0; number < 12; ++number) {
+        transport.setUri({"192.0.2." + std::to_string(100 + number), "phone"}, kFilm, "");
+    }
+    for (int number = 0; number < 4; ++number) {
+        transport.setUri({tablet.address, "agent " + std::to_string(number)}, kFilm, "");
+    }
+    transport.setUri(phone, kSong, "");
+    EXPECT_EQ(permission.requests().size(), 16u);
+    EXPECT_EQ(firstId(), 1u);
+    EXPECT_EQ(permission.findOf(ControlKind::player, {tablet.address, "agent 0"}), nullptr);
+    EXPECT_NE(permission.findOf(ControlKind::player, {tablet.address, "agent 1"}), nullptr);
+    EXPECT_NE(permission.findOf(ControlKind::player, phone), nullptr);
+}
+
 TEST_F(ATransport, LetsTheAdmittedControllerReplaceItsMediaWithoutAsking) {
     playFilm();
     EXPECT_EQ(transport.setUri(phone, kSong, ""), 0);
@@ -281,11 +308,13 @@ TEST_F(ATransport, EndsAdmissionAndRequestsWhenItLeavesTheNetwork) {
 }
 
 TEST_F(ATransport, TakesOnlyAddressesThatThePlayerOpens) {
-    for (const char* address : {"file:///etc/passwd", "ftp://192.0.2.1/a", "rtsp://192.0.2.1/a",
-                                "film.mp4", "http://", "javascript:alert(1)", "http:///film"}) {
+    for (const char* address :
+         {"file:///etc/passwd", "ftp://192.0.2.1/a", "rtsp://192.0.2.1/a", "film.mp4", "http://",
+          "javascript:alert(1)", "http:///film", "https://192.0.2.1/a b.mp4", " http://192.0.2.1/a",
+          "http://192.0.2.1/a\n", "http://192.0.2.1/a\tb"}) {
         EXPECT_EQ(transport.setUri(phone, address, ""), 716) << address;
     }
-    EXPECT_EQ(transport.setUri(phone, "https://192.0.2.1/a b.mp4", ""), 0);
+    EXPECT_EQ(transport.setUri(phone, "https://192.0.2.1/a%20b.mp4", ""), 0);
     EXPECT_EQ(transport.setUri(tablet, kFilm, didl("x", "http-get:*:text/html:*")), 714);
 }
 
@@ -351,6 +380,9 @@ TEST_F(ATransport, ChangesTheSpeedWhilePlaying) {
     transport.playerChanged(report);
     EXPECT_EQ(transport.view(phone).speed, "-2");
     EXPECT_EQ(transport.play(phone, "32"), 717) << "the player does not offer it";
+    report.state = 3;
+    transport.playerChanged(report);
+    EXPECT_EQ(transport.view(phone).speed, "-2") << "as the player's record says";
 }
 
 TEST_F(ATransport, SeeksWithinTheMedia) {
@@ -435,6 +467,30 @@ TEST_F(ATransport, DoesNotFailWhenThePlayerDiesAtRest) {
     transport.playerChanged(will);
     EXPECT_EQ(state(phone), TransportState::stopped);
     EXPECT_FALSE(transport.view(phone).failed);
+}
+
+TEST_F(ATransport, DoesNotFailWhenATelevisionThatIsSwitchedOffTakesThePlayerFromAPhoto) {
+    for (const bool switchedOff : {true, false}) {
+        permission.setPolicy(ControlKind::player, 0);
+        transport.setUri(phone, "http://192.0.2.1/photo.jpg", "");
+        transport.play(phone, "1");
+        PlayerReport photo = reported(5);
+        photo.protocolInfo = "http-get:*:image/jpeg:*";
+        transport.playerChanged(photo);
+        photo.state = 2;
+        transport.playerChanged(photo);
+        ASSERT_EQ(state(phone), TransportState::playing);
+        if (switchedOff) {
+            permission.setPolicy(ControlKind::player, 1);
+        }
+        PlayerReport will = reported(1);
+        will.errorCode = 120;
+        will.protocolInfo.clear();
+        transport.playerChanged(will);
+        transport.playerGone();
+        EXPECT_EQ(state(phone), TransportState::stopped);
+        EXPECT_EQ(transport.view(phone).failed, !switchedOff);
+    }
 }
 
 TEST_F(ATransport, FailsWhenThePlayerDoesNotTakeTheMedia) {
