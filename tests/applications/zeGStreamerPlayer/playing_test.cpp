@@ -329,24 +329,74 @@ TEST_P(AFault, StopsWithItsCodeAndTheNextMediaPlays) {
     playUntilPlaying("/good/film.mp4");
 }
 
-INSTANTIATE_TEST_SUITE_P(OfAServer, AFault,
-                         testing::Values(Fault{"/good/nothing.mp4", PlayerError::kNotFound},
-                                         Fault{"/status/410", PlayerError::kNotFound},
-                                         Fault{"/status/403", PlayerError::kRefused},
-                                         Fault{"/status/401", PlayerError::kRefused},
-                                         Fault{"/status/500", PlayerError::kServerFailed},
-                                         Fault{"/status/503", PlayerError::kServerFailed},
-                                         Fault{"/text/film.mp4", PlayerError::kUnknownFormat},
-                                         Fault{"/short/film.mp4", PlayerError::kDamagedMedia},
-                                         Fault{"/cut/film.mp4", PlayerError::kDamagedMedia},
-                                         Fault{"/silent", PlayerError::kUnreachable},
-                                         Fault{"/stall/film.mp4", PlayerError::kUnreachable}));
+INSTANTIATE_TEST_SUITE_P(
+    OfAServer, AFault,
+    testing::Values(Fault{"/good/nothing.mp4", PlayerError::kNotFound},
+                    Fault{"/status/410", PlayerError::kNotFound},
+                    Fault{"/status/403", PlayerError::kRefused},
+                    Fault{"/status/401", PlayerError::kRefused},
+                    Fault{"/status/500", PlayerError::kServerFailed},
+                    Fault{"/status/503", PlayerError::kServerFailed},
+                    Fault{"/to?file:///etc/hostname", PlayerError::kUnsupportedAddress},
+                    Fault{"/to?ftp://127.0.0.1/film.mp4", PlayerError::kUnsupportedAddress},
+                    Fault{"/to?/status/404", PlayerError::kNotFound},
+                    Fault{"/round", PlayerError::kServerFailed},
+                    Fault{"/text/film.mp4", PlayerError::kUnknownFormat},
+                    Fault{"/short/film.mp4", PlayerError::kDamagedMedia},
+                    Fault{"/cut/film.mp4", PlayerError::kDamagedMedia},
+                    Fault{"/silent", PlayerError::kUnreachable},
+                    Fault{"/stall/film.mp4", PlayerError::kUnreachable}));
 
 TEST_F(APlayer, SaysThatItIsBufferingWhenTheServerStalls) {
     playPath("/stall/film.mp4");
     ASSERT_TRUE(player_.waitUntil([this] { return player_.last().buffering; }));
     ASSERT_TRUE(player_.waitUntil([this] { return player_.last().error != PlayerError::kNone; }));
     EXPECT_FALSE(player_.last().buffering);
+}
+
+TEST_F(APlayer, FollowsARedirect) {
+    playUntilPlaying("/to?/good/film.mp4");
+    EXPECT_EQ(player_.last().track.protocolInfo, "http-get:*:video/mp4:*");
+    EXPECT_TRUE(isRed(player_.screen().middle()));
+}
+
+/// A server with a certificate that only this test knows.
+class ASecretServer : public testing::Test {
+protected:
+    ASecretServer() {
+        const std::string command = "openssl req -x509 -newkey rsa:2048 -nodes -keyout " + key_ +
+                                    " -out " + certificate_ +
+                                    " -days 2 -subj /CN=localhost -addext "
+                                    "subjectAltName=IP:127.0.0.1 2>/dev/null && cat " +
+                                    key_ + " " + certificate_ + " > " + both_;
+        EXPECT_EQ(std::system(command.c_str()), 0);
+    }
+
+    test::TemporaryFolder folder_;
+    const std::string key_ = folder_.path() + "/key.pem";
+    const std::string certificate_ = folder_.path() + "/certificate.pem";
+    const std::string both_ = folder_.path() + "/both.pem";
+};
+
+TEST_F(ASecretServer, IsPlayedFromWhenItsCertificateIsTrusted) {
+    test::MediaServer server(KETRA_TEST_MEDIA, both_);
+    player::Settings settings = test::RecordedPlayer::plainSettings(folder_.path());
+    settings.caFile = certificate_;
+    test::RecordedPlayer player(folder_.path(), settings);
+    ASSERT_EQ(server.address("").substr(0, 8), "https://");
+    ASSERT_TRUE(player.setMedia(server.address("/good/film.mp4")));
+    ASSERT_TRUE(player->play(Speed()));
+    ASSERT_TRUE(player.waitForState(PlayerState::kPlaying)) << player.log();
+    EXPECT_TRUE(isRed(player.screen().middle()));
+}
+
+TEST_F(ASecretServer, IsNotBelievedOtherwise) {
+    test::MediaServer server(KETRA_TEST_MEDIA, both_);
+    test::RecordedPlayer player(folder_.path());
+    ASSERT_TRUE(player.setMedia(server.address("/good/film.mp4")));
+    ASSERT_TRUE(player->play(Speed()));
+    ASSERT_TRUE(player.waitUntil([&player] { return player.last().error != PlayerError::kNone; }));
+    EXPECT_EQ(player.last().error, PlayerError::kUnreachable) << player.log();
 }
 
 TEST_F(APlayer, ReportsAnAddressWhereNobodyAnswers) {

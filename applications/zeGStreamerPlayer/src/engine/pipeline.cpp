@@ -6,12 +6,14 @@
 #include <memory>
 #include <utility>
 
+#include <gio/gio.h>
 #include <gst/audio/streamvolume.h>
 
 #include "engine/facts_reader.h"
 #include "engine/gstreamer_errors.h"
 #include "engine/image_type.h"
 #include "engine/sinks.h"
+#include "logic/play_request.h"
 #include "process/log.h"
 
 namespace player {
@@ -61,6 +63,22 @@ std::string factoryName(GstElement* element) {
     const char* const name =
         factory == nullptr ? nullptr : gst_plugin_feature_get_name(GST_PLUGIN_FEATURE(factory));
     return name == nullptr ? "" : name;
+}
+
+/// Certificates that this file vouches for are trusted, and no others.
+void trustCertificatesOf(GstElement* source, const std::string& file) {
+    if (file.empty()) {
+        return;
+    }
+    GError* rawError = nullptr;
+    GTlsDatabase* const database = g_tls_file_database_new(file.c_str(), &rawError);
+    const GstOwner<GError> error(rawError);
+    if (database == nullptr) {
+        logWarning("the certificates of " + file + " cannot be read: " + error->message);
+        return;
+    }
+    g_object_set(source, "tls-database", database, nullptr);
+    g_object_unref(database);
 }
 
 /// The copy has a name only for the moment in which it is opened: nothing is left behind, however
@@ -321,7 +339,8 @@ void Pipeline::handle(GstMessage* message) {
     const bool ours = GST_MESSAGE_SRC(message) == GST_OBJECT(playbin_.get());
     switch (GST_MESSAGE_TYPE(message)) {
     case GST_MESSAGE_ERROR:
-        fail(playerErrorFor(message, answered_), errorText(message));
+        fail(ledAstray_ ? PlayerError::kUnsupportedAddress : playerErrorFor(message, answered_),
+             errorText(message));
         break;
     case GST_MESSAGE_ASYNC_DONE:
         if (ours && step_ == Step::kOpen) {
@@ -389,6 +408,15 @@ void Pipeline::handleHeaders(const GstStructure& structure) {
     if (gst_structure_n_fields(headers) == 0) {
         return; // what a request without a connection leaves
     }
+    unsigned status = 0;
+    gst_structure_get_uint(&structure, "http-status-code", &status);
+    if (status >= 300 && status < 400) {
+        // The one who is asked next answers; nobody is asked whose address is none of ours.
+        const std::string location = header(headers, "Location");
+        const GstOwner<char> scheme(g_uri_parse_scheme(location.c_str()));
+        ledAstray_ = scheme && !isSupportedAddress(location);
+        return;
+    }
     answered_ = true;
     report_(EngineAnswered{header(headers, "Content-Type"),
                            header(headers, "contentFeatures.dlna.org")});
@@ -404,6 +432,7 @@ void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self) {
         "extra-headers", "getcontentFeatures.dlna.org", G_TYPE_STRING, "1", nullptr));
     g_object_set(source, "extra-headers", headers.get(), "timeout", kNetworkTimeoutSeconds,
                  "user-agent", kUserAgent, nullptr);
+    trustCertificatesOf(source, static_cast<Pipeline*>(self)->settings_.caFile);
     const GstOwner<GstPad> pad(gst_element_get_static_pad(source, "src"));
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onFirstData, self, nullptr);
 }

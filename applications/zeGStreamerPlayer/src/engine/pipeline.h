@@ -99,6 +99,7 @@ private:
     GstState state_ = GST_STATE_PAUSED; ///< reached, or being gone to
     bool saidPlaying_ = false;
     bool answered_ = false;
+    bool ledAstray_ = false; ///< redirected to an address that is not opened
     bool factsStale_ = false;
     int buffered_ = 100;
     MediaFacts known_;

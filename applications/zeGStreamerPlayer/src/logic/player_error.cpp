@@ -51,6 +51,9 @@ PlayerError errorForHttpStatus(unsigned status) {
     if (status >= 500) {
         return PlayerError::kServerFailed;
     }
+    if (status >= 300 && status < 400) {
+        return PlayerError::kServerFailed; // it only ever sends us on
+    }
     return status >= 400 ? PlayerError::kRefused : PlayerError::kNone;
 }
 

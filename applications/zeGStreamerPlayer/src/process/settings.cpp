@@ -23,6 +23,7 @@ Settings readSettings(const std::function<const char*(const char* name)>& lookup
     if (settings.downloadDir.empty()) {
         settings.downloadDir = "/tmp";
     }
+    settings.caFile = text("KETRA_CA_FILE");
     if (const auto megabytes = decimalNumber(text("KETRA_DOWNLOAD_LIMIT_MB"))) {
         settings.downloadLimitBytes = std::uint64_t{*megabytes} * 1024 * 1024;
     }

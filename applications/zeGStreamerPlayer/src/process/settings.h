@@ -6,6 +6,7 @@
 //   KETRA_SNAPSHOT_DIR   folder into which pictures of the screen may be written   (none: refused)
 //   KETRA_DOWNLOAD_DIR   folder for the copy that lets a film be played backwards  (TMPDIR, /tmp)
 //   KETRA_DOWNLOAD_LIMIT_MB  largest film of which a copy is kept   (half of what is free there)
+//   KETRA_CA_FILE        certificates (PEM) to be trusted for https   (the system's)
 //   KETRA_LOG            error, warning, info or debug   (info)
 #pragma once
 
@@ -24,6 +25,7 @@ struct Settings {
     std::string snapshotDir;
     std::string downloadDir;
     std::optional<std::uint64_t> downloadLimitBytes;
+    std::string caFile;
     bool xDisplay = false;       ///< DISPLAY names one
     bool waylandDisplay = false; ///< WAYLAND_DISPLAY names one
     LogLevel logLevel = LogLevel::kInfo;

@@ -23,25 +23,20 @@ std::string typeOf(const std::string& file) {
 
 } // namespace
 
-MediaServer::MediaServer(std::string folder)
+MediaServer::MediaServer(std::string folder, const std::string& certificate)
     : folder_(std::move(folder)),
+      tls_(!certificate.empty()),
       context_(g_main_context_new()),
       loop_(g_main_loop_new(context_, FALSE)) {
-    std::promise<unsigned> started;
-    std::future<unsigned> port = started.get_future();
-    thread_ = std::thread([this, &started] {
+    std::promise<void> started;
+    thread_ = std::thread([this, certificate, &started] {
         g_main_context_push_thread_default(context_);
         server_ = soup_server_new("server-header", "test", nullptr);
         soup_server_add_handler(server_, nullptr, &MediaServer::onRequest, this, nullptr);
-        GError* error = nullptr;
-        if (!soup_server_listen_local(server_, 0, SOUP_SERVER_LISTEN_IPV4_ONLY, &error)) {
-            started.set_value(0);
-            g_error_free(error);
-        } else {
-            GSList* const uris = soup_server_get_uris(server_);
-            started.set_value(
-                static_cast<unsigned>(g_uri_get_port(static_cast<GUri*>(uris->data))));
-            g_slist_free_full(uris, [](gpointer uri) { g_uri_unref(static_cast<GUri*>(uri)); });
+        listen(certificate);
+        const bool listens = port_ != 0;
+        started.set_value();
+        if (listens) {
             g_main_loop_run(loop_);
         }
         for (GIOStream* const stream : silent_) {
@@ -54,11 +49,32 @@ MediaServer::MediaServer(std::string folder)
         g_object_unref(server_);
         g_main_context_pop_thread_default(context_);
     });
-    port_ = port.get();
+    started.get_future().wait();
     if (port_ == 0) {
         thread_.join();
         throw std::runtime_error("the test server cannot listen");
     }
+}
+
+/// Leaves the port 0 when that fails.
+void MediaServer::listen(const std::string& certificate) {
+    int options = SOUP_SERVER_LISTEN_IPV4_ONLY;
+    if (tls_) {
+        GTlsCertificate* const pair = g_tls_certificate_new_from_file(certificate.c_str(), nullptr);
+        if (pair == nullptr) {
+            return;
+        }
+        soup_server_set_tls_certificate(server_, pair);
+        g_object_unref(pair);
+        options |= SOUP_SERVER_LISTEN_HTTPS;
+    }
+    if (!soup_server_listen_local(server_, 0, static_cast<SoupServerListenOptions>(options),
+                                  nullptr)) {
+        return;
+    }
+    GSList* const uris = soup_server_get_uris(server_);
+    port_ = static_cast<unsigned>(g_uri_get_port(static_cast<GUri*>(uris->data)));
+    g_slist_free_full(uris, [](gpointer uri) { g_uri_unref(static_cast<GUri*>(uri)); });
 }
 
 MediaServer::~MediaServer() {
@@ -75,7 +91,7 @@ MediaServer::~MediaServer() {
 }
 
 std::string MediaServer::address(const std::string& path) const {
-    return "http://127.0.0.1:" + std::to_string(port_) + path;
+    return (tls_ ? "https" : "http") + ("://127.0.0.1:" + std::to_string(port_)) + path;
 }
 
 void MediaServer::onRequest(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*,
@@ -101,6 +117,13 @@ void MediaServer::answer(SoupServerMessage* message, const std::string& path) {
     }
     if (manner == "status") {
         soup_server_message_set_status(message, static_cast<guint>(std::stoul(rest)), nullptr);
+        return;
+    }
+    if (manner == "round" || manner == "to") {
+        // What follows the question mark is taken as it stands.
+        const char* const query = g_uri_get_query(soup_server_message_get_uri(message));
+        soup_server_message_set_redirect(message, SOUP_STATUS_FOUND,
+                                         manner == "to" && query != nullptr ? query : "/round");
         return;
     }
     if (manner == "text") {

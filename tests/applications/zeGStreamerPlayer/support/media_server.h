@@ -3,7 +3,8 @@
 // What comes first in the path says how: /good/FILE, /plain/FILE (a type that says nothing),
 // /dlna/FILE (with contentFeatures), /stream/FILE (no length, no Range), /cut/FILE (hangs up in the
 // middle), /short/FILE (a file that was cut off), /stall/FILE (falls silent in the middle), /silent
-// (never answers), /status/NNN (an error), /text/FILE (a text that claims to be the file).
+// (never answers), /status/NNN (an error), /text/FILE (a text that claims to be the file),
+// /to?ADDRESS (a redirect there), /round (a redirect to itself).
 #pragma once
 
 #include <map>
@@ -18,7 +19,8 @@ namespace test {
 
 class MediaServer {
 public:
-    explicit MediaServer(std::string folder);
+    /// Speaks TLS with `certificate`, its key and itself in one PEM file, when there is one.
+    explicit MediaServer(std::string folder, const std::string& certificate = "");
     ~MediaServer();
     MediaServer(const MediaServer&) = delete;
     MediaServer& operator=(const MediaServer&) = delete;
@@ -29,6 +31,7 @@ public:
 private:
     static void onRequest(SoupServer* server, SoupServerMessage* message, const char* path,
                           GHashTable* query, gpointer self);
+    void listen(const std::string& certificate);
     void answer(SoupServerMessage* message, const std::string& path);
     void answerWithFile(SoupServerMessage* message, const std::string& manner,
                         const std::string& content, const std::string& type);
@@ -39,6 +42,7 @@ private:
 
     std::string folder_;
     unsigned port_ = 0;
+    bool tls_ = false;
     GMainContext* context_;
     GMainLoop* loop_;
     SoupServer* server_ = nullptr;

@@ -13,15 +13,6 @@ namespace {
 /// Shorter than in real life, where a test would take too long.
 constexpr std::chrono::seconds kPatience{5};
 
-player::Settings settingsForTests(const std::string& folder, std::uint64_t copyLimit) {
-    player::Settings settings;
-    settings.videoSink = "fakesink";
-    settings.audioSink = "fakesink";
-    settings.downloadDir = folder;
-    settings.downloadLimitBytes = copyLimit;
-    return settings;
-}
-
 } // namespace
 
 Pixel Picture::at(int x, int y) const {
@@ -29,14 +20,14 @@ Pixel Picture::at(int x, int y) const {
     return {rgb.at(offset), rgb.at(offset + 1), rgb.at(offset + 2)};
 }
 
-Picture readPicture(const std::string& path) {
+namespace {
+
+/// The first picture of a source; width 0 when none comes.
+Picture firstPicture(const std::string& source) {
     Picture picture;
     const player::GstOwner<GstElement> pipeline(gst_parse_launch(
-        "filesrc name=file ! decodebin ! videoconvert ! video/x-raw,format=RGB ! appsink name=out",
-        nullptr));
-    const player::GstOwner<GstElement> file(gst_bin_get_by_name(GST_BIN(pipeline.get()), "file"));
+        (source + " ! videoconvert ! video/x-raw,format=RGB ! appsink name=out").c_str(), nullptr));
     const player::GstOwner<GstElement> out(gst_bin_get_by_name(GST_BIN(pipeline.get()), "out"));
-    g_object_set(file.get(), "location", path.c_str(), nullptr);
     gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
     const player::GstOwner<GstSample> sample(
         gst_app_sink_try_pull_sample(GST_APP_SINK(out.get()), 5 * GST_SECOND));
@@ -61,9 +52,35 @@ Picture readPicture(const std::string& path) {
     return picture;
 }
 
+} // namespace
+
+Picture readPicture(const std::string& path) {
+    return firstPicture("filesrc location=\"" + path + "\" ! decodebin");
+}
+
+Picture grabDisplay(const std::string& display) {
+    return firstPicture("ximagesrc num-buffers=1 use-damage=false display-name=" + display);
+}
+
+player::Settings RecordedPlayer::plainSettings(const std::string& folder) {
+    player::Settings settings;
+    settings.videoSink = "fakesink";
+    settings.audioSink = "fakesink";
+    settings.downloadDir = folder;
+    settings.downloadLimitBytes = 1 << 30;
+    return settings;
+}
+
 RecordedPlayer::RecordedPlayer(const std::string& folder, std::uint64_t copyLimit)
+    : RecordedPlayer(folder, [&folder, copyLimit] {
+          player::Settings settings = plainSettings(folder);
+          settings.downloadLimitBytes = copyLimit;
+          return settings;
+      }()) {}
+
+RecordedPlayer::RecordedPlayer(const std::string& folder, player::Settings settings)
     : folder_(folder),
-      engine_(settingsForTests(folder, copyLimit), queue_,
+      engine_(std::move(settings), queue_,
               [this](const player::EngineEvent& event) { player_.onEvent(event); }),
       player_(player::Player::Surroundings{
           engine_, [] { return std::chrono::steady_clock::now(); },

@@ -36,10 +36,17 @@ struct Picture {
 /// Reads a picture file; width 0 when that fails.
 Picture readPicture(const std::string& path);
 
+/// What an X display shows now; width 0 when it cannot be asked. GStreamer must be initialised.
+Picture grabDisplay(const std::string& display);
+
 class RecordedPlayer {
 public:
     /// `copyLimit`: largest film of which a copy is kept, in bytes.
     explicit RecordedPlayer(const std::string& folder, std::uint64_t copyLimit = 1 << 30);
+    RecordedPlayer(const std::string& folder, player::Settings settings);
+
+    /// Without a screen or a loudspeaker, copies in `folder`.
+    static player::Settings plainSettings(const std::string& folder);
 
     player::Player& operator*() { return player_; }
     player::Player* operator->() { return &player_; }

@@ -1,0 +1,92 @@
+// The player with a display: an X server without a screen stands for one.
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "support/bus_watcher.h"
+#include "support/media_server.h"
+#include "support/private_bus.h"
+#include "support/program.h"
+#include "support/recorded_player.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+using testing_support::Notice;
+using testing_support::Program;
+
+class ThePlayersWindow : public testing::Test {
+protected:
+    ThePlayersWindow() {
+        setenv("KETRA_AUDIO_SINK", "fakesink", 1);
+        setenv("KETRA_DOWNLOAD_DIR", folder_.path().c_str(), 1);
+        for (const char* variable : {"KETRA_VIDEO_SINK", "WAYLAND_DISPLAY"}) {
+            unsetenv(variable);
+        }
+    }
+    ~ThePlayersWindow() override { unsetenv("DISPLAY"); }
+
+    void SetUp() override {
+        const auto number = server_.waitForLine([](const std::string&) { return true; });
+        ASSERT_TRUE(number) << server_.error();
+        display_ = ":" + *number;
+        setenv("DISPLAY", display_.c_str(), 1);
+        gst_init(nullptr, nullptr);
+        ASSERT_TRUE(watcher_.start());
+        player_ = std::make_unique<Program>(std::vector<std::string>{KETRA_PLAYER_PROGRAM});
+        ASSERT_TRUE(watcher_.waitForCount(Notice::kChanged, 1));
+    }
+
+    void play(const std::string& path) {
+        ASSERT_TRUE(watcher_.command("seturi", "main", media_.address(path).c_str()));
+        ASSERT_TRUE(watcher_.command("play", "main", "1"));
+    }
+
+    /// Waits until the display looks so where the window is: without a window manager it stands in
+    /// the upper left corner, as large as its picture.
+    bool waitForWindow(bool (*looks)(test::Pixel)) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (std::chrono::steady_clock::now() < end) {
+            const test::Picture picture = test::grabDisplay(display_);
+            if (picture.width > 0 && looks(picture.at(150, 80))) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    test::TemporaryFolder folder_;
+    Program server_{{"Xvfb", "-displayfd", "1", "-screen", "0", "640x360x24", "-nolisten", "tcp"}};
+    std::string display_;
+    testing_support::PrivateBus bus_;
+    test::MediaServer media_{KETRA_TEST_MEDIA};
+    testing_support::BusWatcher watcher_;
+    std::unique_ptr<Program> player_;
+};
+
+bool isRed(test::Pixel pixel) {
+    return pixel.red > 180 && pixel.green < 80 && pixel.blue < 80;
+}
+bool isBlue(test::Pixel pixel) {
+    return pixel.blue > 180 && pixel.red < 80 && pixel.green < 80;
+}
+bool isBlack(test::Pixel pixel) {
+    return pixel.red < 40 && pixel.green < 40 && pixel.blue < 40;
+}
+
+TEST_F(ThePlayersWindow, ShowsFilmsAndPhotosAndClosesWithThePlayer) {
+    play("/good/film.mp4");
+    EXPECT_TRUE(waitForWindow(isRed)) << player_->error();
+    play("/good/photo.jpg");
+    EXPECT_TRUE(waitForWindow(isBlue)) << player_->error();
+    player_->signal(SIGTERM);
+    EXPECT_EQ(player_->waitForExit(), 0) << player_->error();
+    EXPECT_TRUE(waitForWindow(isBlack));
+}
+
+} // namespace
