@@ -177,8 +177,13 @@ std::string reasonToWait(const Companions& companions) {
     if (program == kPlayerPath)
         return "the player has not reported that it stopped";
     if (program == kDaemonPath)
-        return "the renderer daemon has not reported that it left the network";
+        return reasonToWaitForDaemon(companions);
     return "";
+}
+
+std::string reasonToWaitForDaemon(const Companions& companions) {
+    return companions.connected ? "the renderer daemon has not reported that it left the network"
+                                : "the state bus is gone";
 }
 
 } // namespace tv

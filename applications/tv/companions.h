@@ -67,5 +67,7 @@ const char* programToWaitFor(const Companions& companions);
 bool killCompanion(const char* program);
 /// What keeps the library from shutting the companions down, in words; empty: nothing known.
 std::string reasonToWait(const Companions& companions);
+/// Likewise, where only the daemon is to end.
+std::string reasonToWaitForDaemon(const Companions& companions);
 
 } // namespace tv

@@ -27,6 +27,7 @@ struct Meaning {
     long long code;
     const char* text;
 };
+constexpr long long kPlayerLost = 120;
 constexpr Meaning kErrors[] = {
     {0, "failed while opening"},
     {100, "address cannot be reached"},
@@ -38,7 +39,7 @@ constexpr Meaning kErrors[] = {
     {111, "no decoder"},
     {112, "damaged media"},
     {113, "no picture or sound device"},
-    {120, "player process lost"},
+    {kPlayerLost, "player process lost"},
 };
 
 /// Total times with this value mean a stream without an end.
@@ -137,6 +138,14 @@ Event decodeEvent(unsigned long type, unsigned long code, unsigned long paramete
         break;
     }
     return event;
+}
+
+void markEndOfPlayer(Event& event) {
+    const long long* error = event.number("error");
+    if (event.code == MM_EXIT_ERROR_FILE && error != nullptr && *error == kPlayerLost)
+        event.details = {{"error", kPlayerLost},
+                         {"meaning", std::string("the player ended with the television")},
+                         {"shutdown", true}};
 }
 
 const char* eventName(std::uint32_t code) {

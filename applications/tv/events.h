@@ -43,6 +43,10 @@ enum class Parameter { kReadable, kStale };
 Event decodeEvent(unsigned long type, unsigned long code, unsigned long parameter,
                   Parameter readable, const MetadataReader& metadata);
 
+/// For the events of a shut-down: the player ends then because it is told to, and what the bus says
+/// on its behalf is no failure that a viewer has to know of.
+void markEndOfPlayer(Event& event);
+
 /// "MM_START_PLAY" for 5, null for an unknown code.
 const char* eventName(std::uint32_t code);
 /// Whether there is an event of this name.

@@ -33,18 +33,25 @@ bool Renderer::start() {
 void Renderer::shutDown() {
     running_ = false;
     request_ = nullptr;
+    info_ = nullptr;
     KetraSrv_DLNADMR::DestroyInstance();
 }
 
 Event Renderer::receive(unsigned long type, unsigned long code, unsigned long parameter) {
-    if (!running_)
-        return decodeEvent(type, code, parameter, Parameter::kStale, nullptr);
+    if (!running_) {
+        Event event = decodeEvent(type, code, parameter, Parameter::kStale, nullptr);
+        markEndOfPlayer(event);
+        return event;
+    }
     const QuietReading quiet;
     const Event event = decodeEvent(type, code, parameter, Parameter::kReadable,
                                     [this](MediaKind kind) { return metadata(kind); });
     if (code == MM_REQ_TO_AUTH)
         request_ = reinterpret_cast<const DMRAuthRequest*>(parameter);
     remember(event);
+    // A song's length may be found after its other data; no event tells of that.
+    if (code == MM_METADATA && parameter != 0 && isMovieOrMusic())
+        info_ = reinterpret_cast<const DMRMediaInfo*>(parameter);
     return event;
 }
 
@@ -53,14 +60,10 @@ void Renderer::remember(const Event& event) {
     case MM_FILE_INIT_BEGIN: {
         const std::string* title = event.text("title");
         title_ = title != nullptr ? *title : "";
-        duration_.reset();
+        info_ = nullptr;
         media_ = event.media;
         break;
     }
-    case MM_METADATA:
-        if (const long long* seconds = event.number("duration"))
-            duration_ = static_cast<std::uint32_t>(*seconds);
-        break;
     case MM_START_PLAY:
     case MM_PHOTO_DECODE_DONE:
     case MM_MEDIA_PAUSE:
@@ -71,7 +74,7 @@ void Renderer::remember(const Event& event) {
     case MM_EXIT_ERROR_FILE:
         media_ = MediaKind::kNone;
         title_.clear();
-        duration_.reset();
+        info_ = nullptr;
         break;
     default:
         break;
@@ -96,7 +99,7 @@ Status Renderer::status() {
     status.state = service().MediaPlayer_GetPlayerState(serviceType(media_));
     status.media = media_;
     status.title = title_;
-    status.duration = duration_;
+    status.duration = duration();
     // The service's own query: the interface's aborts while a slow speed is in force.
     status.speed = service().MediaPlayer_GetPlayerSpeed(serviceType(media_));
     if (isMovieOrMusic()) {
@@ -110,6 +113,12 @@ Status Renderer::status() {
 
 bool Renderer::isMovieOrMusic() const {
     return media_ == MediaKind::kMovie || media_ == MediaKind::kMusic;
+}
+
+std::optional<std::uint32_t> Renderer::duration() const {
+    if (info_ == nullptr || info_->TotalTime == 0 || info_->TotalTime == kUnknown)
+        return std::nullopt;
+    return info_->TotalTime;
 }
 
 Outcome Renderer::pause() {
@@ -144,10 +153,10 @@ Outcome Renderer::pauseOrResume() {
 Outcome Renderer::seekTo(long seconds) {
     if (!isMovieOrMusic())
         return refused(kNothingOn);
-    long target = std::max(seconds, 0L);
-    if (duration_)
-        target = std::min(target, static_cast<long>(*duration_));
     const QuietReading quiet;
+    long target = std::max(seconds, 0L);
+    if (const auto last = duration())
+        target = std::min(target, static_cast<long>(*last));
     // The interface's operation is for movies; for music it would abort.
     if (media_ == MediaKind::kMovie)
         service().MM_Interface_SetPlayPosition(interfaceType(media_), 0,

@@ -63,11 +63,13 @@ private:
     Outcome changeSpeed(MM_TRICK_MODE mode, const char* refusal);
     /// Refusal when nothing is on whose speed or position could change.
     bool isMovieOrMusic() const;
+    /// Seconds; none while it is not known. Reads the service: delivery has to be held back.
+    std::optional<std::uint32_t> duration() const;
 
     bool running_ = false;
     MediaKind media_ = MediaKind::kNone; ///< what is on, by its events
     std::string title_;
-    std::optional<std::uint32_t> duration_;   ///< seconds
+    const DMRMediaInfo* info_ = nullptr;      ///< the service's own, of what is on
     const DMRAuthRequest* request_ = nullptr; ///< the service's own, from its last event
 };
 

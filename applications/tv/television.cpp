@@ -231,11 +231,17 @@ void Television::showStatusLine() {
 }
 
 /// The library waits for ever for a companion that lives and does not react. Of one that is dead
-/// the state bus tells, and the shut-down goes on.
-void Television::endByForce() {
-    const char* program = programToWaitFor(watch_->now());
-    if (program != nullptr && killCompanion(program))
-        report_.problem(std::string(program) + " does not react and was killed");
+/// the state bus tells, and the library goes on.
+bool Television::endByForce(const char* program) {
+    if (program == nullptr || !killCompanion(program))
+        return false;
+    report_.problem(std::string(program) + " does not react and was killed");
+    return true;
+}
+
+bool Television::endDaemonByForce() {
+    // Once the old one has gone the one that comes next is left alone.
+    return watch_->now().daemon && endByForce(kDaemonPath);
 }
 
 void Television::shutDown() {
@@ -248,7 +254,7 @@ void Television::shutDown() {
     {
         const Patience patience(
             signals_, report_, "shutting down", [this] { return reasonToWait(watch_->now()); },
-            [this] { endByForce(); });
+            [this] { endByForce(programToWaitFor(watch_->now())); });
         renderer_.shutDown();
     }
     // The events of the shut-down itself. What they point to is gone.

@@ -47,7 +47,9 @@ private:
     bool findCompanions();
     bool start();
     void loop();
-    void endByForce();
+    /// Kill what the library waits for in vain. False: there was nothing to kill.
+    bool endByForce(const char* program);
+    bool endDaemonByForce();
     void shutDown();
     void end(ExitCode code);
     std::optional<Time> nextDeadline() const;

@@ -1,3 +1,4 @@
+#include <atomic>
 #include <ctime>
 #include <filesystem>
 
@@ -114,14 +115,19 @@ Outcome Television::rename(const std::string& name) {
     daemonStartsBefore_ = known_.daemonStarts;
     Outcome outcome;
     bool interrupted = false;
+    std::atomic<bool> killed{false};
     {
-        const Patience patience(signals_, report_, "renaming",
-                                [this] { return reasonToWait(watch_->now()); });
+        const Patience patience(
+            signals_, report_, "renaming", [this] { return reasonToWaitForDaemon(watch_->now()); },
+            [&] { killed = endDaemonByForce() || killed; });
         outcome = renderer_.rename(name);
         interrupted = patience.interrupted();
     }
     if (outcome.ok)
         expectCompanions();
+    if (outcome.ok && killed)
+        outcome = {false, "the renderer daemon did not react; it starts anew under the name that "
+                          "it has stored"};
     if (interrupted)
         end(ExitCode::kOk);
     return outcome;

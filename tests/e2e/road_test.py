@@ -56,6 +56,7 @@ class TheRoad(HouseTest):
         self.assertEqual(metadata["media"], "music")
         self.assertIn("The Testers", metadata.values())
         self.assertIn("Six Seconds", metadata.values())
+        tv.until_status(lambda said: said["duration"] in (6, 7), "the length of the song", 5)
         tv.event("MM_EXIT_OK")
         self.assertEqual(phone.ended(), 0, phone.tail())
         self.assertIn("Done.", phone.lines)

@@ -241,6 +241,21 @@ TEST_F(TheTvsRenderer, SeeksWithinTheFilm) {
     EXPECT_EQ(lastWrite(), "mPlayback.mPositionSec=100") << "not behind the end";
 }
 
+TEST_F(TheTvsRenderer, LearnsTheLengthOfASongThatIsFoundLate) {
+    player_.setText("mTrack.mDLNAProfile", "http-get:*:audio/mpeg:*");
+    player_.setText("mPlayback.mSpeed", "1");
+    player_.setText("mInfoStr", "MetadataStr=title:A song");
+    player_.setNumber("mState", kPlayerLoading);
+    bus_.deliver(player_, "main");
+    report(kPlayerPlaying);
+    EXPECT_FALSE(renderer_.status().duration);
+    player_.setNumber("mTrack.mDurationSec", 200);
+    report(kPlayerPlaying);
+    EXPECT_EQ(renderer_.status().duration, 200U);
+    report(kPlayerStopped);
+    EXPECT_FALSE(renderer_.status().duration);
+}
+
 TEST_F(TheTvsRenderer, SeeksWithinASong) {
     // The interface's seek aborts the process for anything but a movie.
     playSong();
@@ -367,6 +382,42 @@ TEST_F(TheTvsRenderer, DecodesTheEventsOfItsShutDownWithoutReadingThroughThem) {
     EXPECT_TRUE(receiver_.events[before].details.empty());
     EXPECT_EQ(receiver_.events[before + 1].name, "MM_EXIT_FORCE");
     EXPECT_EQ(renderer_.status().state, MM_STATE_IDLE);
+}
+
+TEST_F(TheTvsRenderer, TellsThatThePlayerEndsWithTheTelevision) {
+    playFilm();
+    bus_.onExecute([&](const fake::SentCommand& command) -> std::optional<bool> {
+        if (command.word == "stop") { // it is killed instead: its will
+            player_.setNumber("mState", kPlayerStopped);
+            player_.setNumber("mErrorCode", 120);
+            bus_.deliver(player_, "main");
+        }
+        return std::nullopt;
+    });
+    hide();
+    renderer_.shutDown();
+    receive();
+    const Event& last = receiver_.events.back();
+    EXPECT_EQ(last.name, "MM_EXIT_ERROR_FILE");
+    EXPECT_EQ(*last.number("error"), 120);
+    EXPECT_EQ(*last.text("meaning"), "the player ended with the television");
+    EXPECT_EQ(last.details.back(), (tv::Detail{"shutdown", true}));
+}
+
+TEST_F(TheTvsRenderer, StillTellsOfAFilmThatFailsDuringTheShutDown) {
+    playFilm();
+    bus_.onExecute([&](const fake::SentCommand& command) -> std::optional<bool> {
+        if (command.word == "stop") {
+            player_.setNumber("mState", kPlayerStopped);
+            player_.setNumber("mErrorCode", 112);
+            bus_.deliver(player_, "main");
+        }
+        return std::nullopt;
+    });
+    hide();
+    renderer_.shutDown();
+    receive();
+    EXPECT_EQ(*receiver_.events.back().text("meaning"), "damaged media");
 }
 
 } // namespace

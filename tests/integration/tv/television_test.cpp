@@ -328,6 +328,25 @@ TEST_F(TheTelevision, ComesBackUnderItsNewName) {
     EXPECT_TRUE(companionsEnd());
 }
 
+TEST_F(TheTelevision, DoesNotWaitForEverToRenameADaemonThatStandsStill) {
+    start();
+    const std::vector<pid_t> daemon = companions("Vantor2");
+    ASSERT_EQ(daemon.size(), 1U);
+    kill(daemon[0], SIGSTOP);
+    tv_->say("rename Bed room");
+    EXPECT_TRUE(noticed("notice", "renaming, waiting: the renderer daemon has not")) << said();
+    EXPECT_TRUE(noticed("problem", "Vantor2 does not react and was killed")) << said();
+    const json answer = line("reply", "command", "rename Bed room");
+    EXPECT_EQ(answer["ok"], false);
+    EXPECT_NE(textAt(answer, "text").find("did not react"), std::string::npos);
+    EXPECT_FALSE(line("ready", "name", "Stand-in").is_null()) << said();
+    tv_->say("rename Bed room");
+    EXPECT_FALSE(line("ready", "name", "Bed room").is_null()) << "the new one listens";
+    tv_->say("quit");
+    EXPECT_EQ(tv_->waitForExit(), 0) << said();
+    EXPECT_TRUE(companionsEnd());
+}
+
 TEST_F(TheTelevision, NamesACompanionThatIsNotInstalled) {
     tv_ = startTv({"--json"}, EMPTY_STAGE);
     EXPECT_TRUE(noticed("problem", "/applications/DLNA/release/bin/zeGStreamerPlayer cannot be "
