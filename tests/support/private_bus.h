@@ -1,4 +1,5 @@
-// A bus daemon of a test's own, on a socket in a temporary folder; gone with the object.
+// A bus daemon of a test's own, on a socket in a temporary folder; gone with the object. It is a
+// session bus, or what a configuration file makes of it.
 //
 // Starting one sets KETRA_BUS_ADDRESS for this process and its children.
 #pragma once
@@ -7,22 +8,26 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace testing_support {
 
 class PrivateBus {
 public:
-    PrivateBus() {
+    explicit PrivateBus(std::string configuration = "") : configuration_(std::move(configuration)) {
         char pattern[] = "/tmp/ketra-bus-XXXXXX";
         if (mkdtemp(pattern) == nullptr)
             throw std::runtime_error("no temporary folder");
         folder_ = pattern;
+        if (!configuration_.empty())
+            chmod(folder_.c_str(), 0755); // it may let other users in
         setenv("KETRA_BUS_ADDRESS", address().c_str(), 1);
         start();
     }
@@ -52,7 +57,9 @@ public:
             close(ready[0]);
             const int nowhere = open("/dev/null", O_WRONLY);
             dup2(nowhere, STDERR_FILENO);
-            execlp("dbus-daemon", "dbus-daemon", "--session", "--nofork", "--nopidfile",
+            const std::string kind =
+                configuration_.empty() ? "--session" : "--config-file=" + configuration_;
+            execlp("dbus-daemon", "dbus-daemon", kind.c_str(), "--nofork", "--nopidfile",
                    "--nosyslog", addressArgument.c_str(), printArgument.c_str(),
                    static_cast<char*>(nullptr));
             _exit(127);
@@ -75,6 +82,7 @@ public:
     }
 
 private:
+    const std::string configuration_;
     std::string folder_;
     pid_t pid_ = -1;
 };
