@@ -5,7 +5,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <optional>
+#include <string_view>
 
+#include "common/text.h"
 #include "statebus/visible_text.h"
 #include "tv/events.h"
 #include "tv/media.h"
@@ -20,20 +22,15 @@ constexpr long kLongestSeek = 1000000; // seconds
 constexpr long kWaitMs = 10000;
 constexpr double kLongestWait = 3600; // seconds
 
-const char kBlanks[] = " \t\r";
-
-std::string trimmed(const std::string& text) {
-    const std::size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string::npos)
-        return "";
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
+constexpr std::string_view kBlanks = " \t\r";
 
 /// Takes the first word off `rest`.
 std::string takeWord(std::string& rest) {
     const std::size_t end = rest.find_first_of(kBlanks);
     const std::string word = rest.substr(0, end);
-    rest = end == std::string::npos ? "" : trimmed(rest.substr(end));
+    rest = end == std::string::npos
+               ? ""
+               : std::string(text::trimmed(std::string_view(rest).substr(end), kBlanks));
     return word;
 }
 
@@ -180,7 +177,7 @@ const char kCommandHelp[] =
 )";
 
 Parsed parseLine(const std::string& line) {
-    std::string rest = trimmed(line);
+    std::string rest(text::trimmed(line, kBlanks));
     if (rest.empty() || rest.front() == '#')
         return Command{};
     const std::string word = takeWord(rest);
@@ -189,7 +186,7 @@ Parsed parseLine(const std::string& line) {
             continue;
         Command command;
         command.verb = known.verb;
-        command.line = trimmed(line);
+        command.line = text::trimmed(line, kBlanks);
         Parsed parsed = known.take(command, rest);
         if (const auto* problem = std::get_if<std::string>(&parsed))
             return word + ' ' + *problem;

@@ -9,9 +9,7 @@ import os
 import pathlib
 import re
 import signal
-import socket
 import statistics
-import struct
 import subprocess
 import sys
 import time
@@ -20,10 +18,11 @@ import urllib.request
 from xml.sax.saxutils import escape
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "world"))
-from television import Television  # noqa: E402
+from television import Television, announcements  # noqa: E402
 
 ROUNDS = 5
 CALLS = 200
+ANNOUNCED_WITHIN = 20  # seconds, or something is wrong
 AVT = "urn:schemas-upnp-org:service:AVTransport:1"
 
 
@@ -37,18 +36,6 @@ def enter_phone():
         with open("/run/netns/phone", "rb") as namespace:
             if libc.setns(namespace.fileno(), 0x40000000) != 0:
                 raise OSError(ctypes.get_errno(), "setns")
-
-
-def listener():
-    """A socket that hears announcements."""
-    group = socket.inet_aton("239.255.255.250")
-    own = socket.inet_aton(os.environ["KETRA_PHONE_ADDRESS"])
-    sock = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-    sock.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-    sock.bind(("", 1900))
-    sock.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, struct.pack("4s4s", group, own))
-    sock.settimeout(20)
-    return sock
 
 
 def wait_for_alive(sock):
@@ -175,7 +162,7 @@ class Measurement:
             while self.sock.recv(4096):
                 pass
         except BlockingIOError:
-            self.sock.settimeout(20)
+            self.sock.settimeout(ANNOUNCED_WITHIN)
 
     def print(self):
         f = self.figures
@@ -200,7 +187,7 @@ class Measurement:
 def main():
     measurement = Measurement(pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2]))
     enter_phone()
-    measurement.sock = listener()
+    measurement.sock = announcements(ANNOUNCED_WITHIN)
     address = os.environ["KETRA_PHONE_ADDRESS"]
     server = subprocess.Popen(
         ["/usr/bin/python3", "-m", "http.server", "8000", "--bind", address],

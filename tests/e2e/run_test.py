@@ -2,27 +2,14 @@
 
 import os
 import signal
-import socket
-import struct
 import subprocess
 import time
 import unittest
 
 from house import BIN, DEADLINE, companion_pids, until
+from television import announcements
 
 WITH_BUS = os.path.join(os.path.dirname(__file__), "../../tools/world/with-bus")
-
-
-def announcements():
-    """A socket that hears what is said to everybody on this network."""
-    sock = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-    sock.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
-    sock.bind(("", 1900))
-    own = socket.inet_aton(os.environ["KETRA_PHONE_ADDRESS"])
-    group = socket.inet_aton("239.255.255.250")
-    sock.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, struct.pack("4s4s", group, own))
-    sock.settimeout(DEADLINE)
-    return sock
 
 
 class ARunningTelevision(unittest.TestCase):
@@ -61,7 +48,7 @@ class ARunningTelevision(unittest.TestCase):
     def after_ready(self):
         """A running television, and ears for what is said from now on."""
         tv = self.start()
-        return tv, announcements()
+        return tv, announcements(DEADLINE)
 
     def test_says_goodbye_on_ctrl_c(self):
         tv, sock = self.after_ready()

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdio>
 #include <ctime>
+#include <functional>
 
 #include "ServiceRecords.h"
 #include "sbus/bus.h"
@@ -86,20 +87,24 @@ ExitCode list() {
     return ExitCode::kOk;
 }
 
-ExitCode show(const Request& request) {
+/// Does something with the one instance that the request means, or tells why there is none.
+ExitCode withInstance(const Request& request,
+                      const std::function<ExitCode(Bus&, const std::string& name)>& use) {
     Bus bus;
-    ExitCode code = ExitCode::kOk;
     if (!openOrComplain(bus))
         return ExitCode::kNoBus;
+    ExitCode code = ExitCode::kOk;
     const auto name = findOrComplain(bus, request.state, code);
-    if (!name)
-        return code;
-    const auto record = bus.record(*name, kRecordLimit);
+    return name ? use(bus, *name) : code;
+}
+
+ExitCode show(Bus& bus, const std::string& name) {
+    const auto record = bus.record(name, kRecordLimit);
     if (!record) {
-        complain(*name + " is on the bus, but its publisher does not answer");
+        complain(name + " is on the bus, but its publisher does not answer");
         return ExitCode::kRefused;
     }
-    print(*name + '\n' + toLines(fieldsOf(record->layout(), record->data()), "  "));
+    print(name + '\n' + toLines(fieldsOf(record->layout(), record->data()), "  "));
     return ExitCode::kOk;
 }
 
@@ -229,18 +234,14 @@ std::unique_ptr<zeSBusCommand> buildCommand(const Request& request) {
 }
 
 ExitCode command(const Request& request) {
-    Bus bus;
-    ExitCode code = ExitCode::kOk;
-    if (!openOrComplain(bus))
-        return ExitCode::kNoBus;
-    const auto name = findOrComplain(bus, request.state, code);
-    if (!name)
-        return code;
-    const auto built = buildCommand(request);
-    if (built && bus.execute(*name, *built))
-        return ExitCode::kOk;
-    complain(*name + " refused \"" + statebus::visibleText(request.word) + "\" or did not answer");
-    return ExitCode::kRefused;
+    return withInstance(request, [&](Bus& bus, const std::string& name) {
+        const auto built = buildCommand(request);
+        if (built && bus.execute(name, *built))
+            return ExitCode::kOk;
+        complain(name + " refused \"" + statebus::visibleText(request.word) +
+                 "\" or did not answer");
+        return ExitCode::kRefused;
+    });
 }
 
 ExitCode set(const Request& request) {
@@ -251,18 +252,13 @@ ExitCode set(const Request& request) {
                  joined(writablePaths(*layout)));
         return ExitCode::kUsage;
     }
-    Bus bus;
-    ExitCode code = ExitCode::kOk;
-    if (!openOrComplain(bus))
-        return ExitCode::kNoBus;
-    const auto name = findOrComplain(bus, request.state, code);
-    if (!name)
-        return code;
-    if (bus.write(*name, request.path, request.value))
-        return ExitCode::kOk;
-    complain(*name + " refused " + request.path + " = " + statebus::quotedText(request.value) +
-             " or did not answer");
-    return ExitCode::kRefused;
+    return withInstance(request, [&](Bus& bus, const std::string& name) {
+        if (bus.write(name, request.path, request.value))
+            return ExitCode::kOk;
+        complain(name + " refused " + request.path + " = " + statebus::quotedText(request.value) +
+                 " or did not answer");
+        return ExitCode::kRefused;
+    });
 }
 
 } // namespace
@@ -275,7 +271,7 @@ ExitCode perform(const Request& request) {
     case Action::kList:
         return list();
     case Action::kShow:
-        return show(request);
+        return withInstance(request, show);
     case Action::kWatch:
         return watch(request);
     case Action::kCommand:

@@ -6,6 +6,9 @@ deadline.
 """
 
 import json
+import os
+import socket
+import struct
 import subprocess
 import threading
 import time
@@ -113,6 +116,19 @@ class Television:
             raise Missing(f"the TV did not end within {seconds} s") from None
         self._reader.join(5)
         return status
+
+
+def announcements(seconds):
+    """A socket that hears what is announced to everybody on the network of the host "phone", where
+    the caller has to be; `seconds` is how long it waits for the next one."""
+    own = socket.inet_aton(os.environ["KETRA_PHONE_ADDRESS"])
+    group = socket.inet_aton("239.255.255.250")
+    sock = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+    sock.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+    sock.bind(("", 1900))
+    sock.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, struct.pack("4s4s", group, own))
+    sock.settimeout(seconds)
+    return sock
 
 
 def describe(line):

@@ -4,21 +4,10 @@
 #include <charconv>
 #include <optional>
 
+#include "common/text.h"
+
 namespace push {
 namespace {
-
-std::string_view trimmed(std::string_view text) {
-    const auto isBlank = [](char c) {
-        return c == ' ' || c == '\t';
-    };
-    while (!text.empty() && isBlank(text.front())) {
-        text.remove_prefix(1);
-    }
-    while (!text.empty() && isBlank(text.back())) {
-        text.remove_suffix(1);
-    }
-    return text;
-}
 
 /// Digits only; a number too large for 64 bits lies behind the end of every file.
 std::optional<std::uint64_t> parseNumber(std::string_view digits) {
@@ -45,11 +34,11 @@ bool startsWithBytesUnit(std::string_view header) {
 
 ByteRange parseByteRange(std::string_view header, std::uint64_t size) {
     const ByteRange whole{};
-    header = trimmed(header);
+    header = text::trimmed(header);
     if (!startsWithBytesUnit(header)) {
         return whole;
     }
-    const std::string_view spec = trimmed(header.substr(6));
+    const std::string_view spec = text::trimmed(header.substr(6));
     const std::size_t dash = spec.find('-');
     if (dash == std::string_view::npos) {
         return whole;
