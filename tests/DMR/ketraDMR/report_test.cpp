@@ -124,6 +124,18 @@ TEST_F(AReport, OfALinkThatIsNotConnectedIsWrittenWithoutALock) {
                               "zeConsole_Printf(\"   mAuthorizationRequestsCount  : 0\\n\")"}));
 }
 
+TEST_F(AReport, IsWrittenAlsoWhenTheLockFails) {
+    MediaRendererService record{};
+    fake::failNext(fake::Failable::kMutexLock);
+    link().DumpMediaRendererService(&record);
+    EXPECT_EQ(console(), "   mfVisible: 0\n"
+                         "   mPlayerControlAuthorization  : 0\n"
+                         "   mAuthorizationRequestsCount  : 0\n");
+    // What was not locked is not unlocked.
+    EXPECT_EQ(fake::Journal::instance().lines({fake::Kind::kMutex}),
+              Calls({"zeMutex_Lock(mutex1) = 1"}));
+}
+
 TEST_F(AReport, NamesTheStateOfARequestByItsLowSixteenBits) {
     const struct {
         U32 state;

@@ -113,6 +113,13 @@ TEST_F(ACommand, SaysZeroWhenItIsRefused) {
     }
 }
 
+TEST_F(ACommand, WithoutAManagerGoesNowhereAndSaysZero) {
+    for (const Sender& sender : kSenders) {
+        EXPECT_EQ(sender.send(nullptr, "main"), 0) << sender.word;
+    }
+    EXPECT_EQ(sent(), Calls());
+}
+
 TEST_F(ACommand, WithANullTextCarriesNoArgument) {
     bus().appear(kPlayer, "main");
     sent();
