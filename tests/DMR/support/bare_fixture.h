@@ -29,9 +29,6 @@ protected:
     }
     void TearDown() override {
         KetraSrv_DLNADMR::m_pid_tDMR_PID = 0;
-        if (HasFailure()) {
-            output_->reveal();
-        }
         output_ = nullptr;
         system_ = nullptr;
         session_ = nullptr;

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <iostream>
 #include <ostream>
+#include <set>
 #include <stdexcept>
 
 #include <unistd.h>
@@ -24,6 +25,37 @@ void flushAll() {
     std::fflush(stderr);
 }
 
+std::set<Capture*> gCaptures;
+
+// GoogleTest writes the reasons of a failure to standard output. They are not what the code under
+// test prints: one listener in front of the printer and one behind it keep them out.
+class BeforeThePrinter : public testing::EmptyTestEventListener {
+    void OnTestPartResult(const testing::TestPartResult&) override {
+        for (Capture* const capture : gCaptures) {
+            capture->pause();
+        }
+    }
+};
+
+class BehindThePrinter : public testing::EmptyTestEventListener {
+    void OnTestPartResult(const testing::TestPartResult&) override {
+        for (Capture* const capture : gCaptures) {
+            capture->resume();
+        }
+    }
+};
+
+void letFailuresThrough() {
+    testing::TestEventListeners& listeners = testing::UnitTest::GetInstance()->listeners();
+    testing::TestEventListener* const printer =
+        listeners.Release(listeners.default_result_printer());
+    if (printer != nullptr) { // the first time
+        listeners.Append(new BeforeThePrinter);
+        listeners.Append(printer);
+        listeners.Append(new BehindThePrinter);
+    }
+}
+
 std::size_t digitsFrom(const std::string& text, std::size_t start) {
     std::size_t end = start;
     while (end < text.size() && std::isdigit(static_cast<unsigned char>(text[end]))) {
@@ -32,7 +64,7 @@ std::size_t digitsFrom(const std::string& text, std::size_t start) {
     return end - start;
 }
 
-std::string maskLine(std::string line) {
+std::string maskLine(std::string line, bool keepFileNames) {
     const std::size_t bracket = line.find("][");
     if (bracket != std::string::npos && digitsFrom(line, bracket + 2) == 6 &&
         line.compare(bracket + 8, 1, "]") == 0) {
@@ -45,7 +77,7 @@ std::string maskLine(std::string line) {
     if (line.compare(0, 13, "ASSERT FAIL: ") == 0) {
         const std::size_t pathEnd = line.find(' ', 13);
         const std::size_t slash = line.rfind('/', pathEnd);
-        if (slash != std::string::npos && pathEnd != std::string::npos) {
+        if (!keepFileNames && slash != std::string::npos && pathEnd != std::string::npos) {
             line.replace(slash + 1, pathEnd - slash - 1, "*");
         }
         const std::size_t blank = line.rfind(' ');
@@ -56,14 +88,6 @@ std::string maskLine(std::string line) {
         }
     }
     return line;
-}
-
-/// Without the line that the emulator of the target adds when a program was aborted.
-std::string withoutEmulator(const std::string& text) {
-    static const std::string kLine = "qemu: uncaught target signal 6 (Aborted) - core dumped\n";
-    const bool isLast = text.size() >= kLine.size() &&
-                        text.compare(text.size() - kLine.size(), kLine.size(), kLine) == 0;
-    return isLast ? text.substr(0, text.size() - kLine.size()) : text;
 }
 
 class PrintsMatcher {
@@ -92,6 +116,7 @@ private:
 } // namespace
 
 Capture::Capture(int descriptor) : descriptor_(descriptor) {
+    letFailuresThrough();
     flushAll();
     std::FILE* file = std::tmpfile();
     if (!file) {
@@ -100,12 +125,23 @@ Capture::Capture(int descriptor) : descriptor_(descriptor) {
     file_ = dup(fileno(file));
     std::fclose(file);
     saved_ = dup(descriptor_);
+    resume();
+    gCaptures.insert(this);
+}
+
+void Capture::pause() {
+    flushAll();
+    dup2(saved_, descriptor_);
+}
+
+void Capture::resume() {
+    flushAll();
     dup2(file_, descriptor_);
 }
 
 Capture::~Capture() {
-    flushAll();
-    dup2(saved_, descriptor_);
+    gCaptures.erase(this);
+    pause();
     close(saved_);
     close(file_);
 }
@@ -122,32 +158,26 @@ std::string Capture::take() {
     return maskLineNumbers(text);
 }
 
-void Capture::reveal() {
-    flushAll();
-    char buffer[4096];
-    ssize_t count;
-    off_t from = 0;
-    while ((count = pread(file_, buffer, sizeof buffer, from)) > 0) {
-        if (write(saved_, buffer, static_cast<std::size_t>(count)) != count) {
-            return;
-        }
-        from += count;
-    }
-}
-
-std::string maskLineNumbers(const std::string& text) {
+std::string maskLineNumbers(const std::string& text, bool keepFileNames) {
     std::string masked;
     std::size_t start = 0;
     while (start < text.size()) {
         std::size_t end = text.find('\n', start);
         end = end == std::string::npos ? text.size() : end;
-        masked += maskLine(text.substr(start, end - start));
+        masked += maskLine(text.substr(start, end - start), keepFileNames);
         if (end < text.size()) {
             masked += '\n';
         }
         start = end + 1;
     }
     return masked;
+}
+
+std::string withoutEmulator(const std::string& text) {
+    static const std::string kLine = "qemu: uncaught target signal 6 (Aborted) - core dumped\n";
+    const bool isLast = text.size() >= kLine.size() &&
+                        text.compare(text.size() - kLine.size(), kLine.size(), kLine) == 0;
+    return isLast ? text.substr(0, text.size() - kLine.size()) : text;
 }
 
 std::string trace(const std::string& operation, const std::string& message) {
@@ -158,8 +188,7 @@ std::string assertion(const std::string& folder, const std::string& signature) {
     return "ASSERT FAIL: " + folder + "/* " + signature + " N\n";
 }
 
-void printToStandardError() {
-    dup2(STDERR_FILENO, STDOUT_FILENO);
+void countCoverageOfAborts() {
 #ifdef KETRA_COVERAGE
     // An abort writes no counts by itself. Afterwards it goes on to end the process.
     struct sigaction action = {};
@@ -168,6 +197,11 @@ void printToStandardError() {
     };
     sigaction(SIGABRT, &action, nullptr);
 #endif
+}
+
+void printToStandardError() {
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    countCoverageOfAborts();
 }
 
 testing::Matcher<const std::string&> prints(const std::string& expected) {

@@ -18,8 +18,9 @@ public:
 
     /// What was written since the last call, buffered output included, line numbers masked.
     std::string take();
-    /// Writes everything to where it would have gone: the reasons of a failed test are among it.
-    void reveal();
+    /// What is written from here on goes where it would have gone, until resume().
+    void pause();
+    void resume();
 
 private:
     int descriptor_;
@@ -29,10 +30,10 @@ private:
 };
 
 /// Replaces source line numbers: "[000123]" by "[NNNNNN]" (only behind a bracketed name and of
-/// exactly six digits), ",line:123" by ",line:N"; in an assertion line the source file's name by
-/// "*" (its folder stays) and the line by "N". The lines 212 and 217 of the bus link's assertions
-/// are texts, not positions, and stay.
-std::string maskLineNumbers(const std::string& text);
+/// exactly six digits), ",line:123" by ",line:N"; in an assertion line the line by "N" and, unless
+/// file names are kept, the source file's name by "*" (its folder stays). The lines 212 and 217 of
+/// the bus link's assertions are texts, not positions, and stay.
+std::string maskLineNumbers(const std::string& text, bool keepFileNames = false);
 
 /// A coloured trace line as the library writes it, line number masked.
 std::string trace(const std::string& operation, const std::string& message = "");
@@ -44,6 +45,12 @@ std::string assertion(const std::string& folder, const std::string& signature);
 /// GoogleTest catches only standard error. What is still buffered when the process dies is lost, as
 /// it would be on a pipe.
 void printToStandardError();
+
+/// Before an abort in a child: a build that counts executed lines counts those, too.
+void countCoverageOfAborts();
+
+/// Without the line that the emulator of the target adds when a program was aborted.
+std::string withoutEmulator(const std::string& text);
 
 /// Matches when the masked text is exactly `expected`.
 testing::Matcher<const std::string&> prints(const std::string& expected);

@@ -39,9 +39,6 @@ void Renderer::TearDown() {
         KetraSrv_DLNADMR::DestroyInstance();
     }
     KetraSrv_DLNADMR::m_pid_tDMR_PID = 0;
-    if (HasFailure()) {
-        output_->reveal();
-    }
     output_ = nullptr;
     system_ = nullptr;
     session_ = nullptr;

@@ -1,74 +1,11 @@
-// One evening of a renderer as other people's tools see it: everything that goes to standard output
-// and to the operator's console, next to what goes to the bus and to the middleware, compared with
-// a file. Line numbers are masked, the escape character is written as \e.
-#include <fstream>
-#include <sstream>
-#include <string>
-
-#include <gtest/gtest.h>
-
-#include "DMR/support/bare_fixture.h"
+// One evening of a renderer, from its first report to its end.
+#include "DMR/support/transcript.h"
 
 namespace {
 
-class ATranscript : public dmrtest::Bare {
-protected:
-    void SetUp() override {
-        Bare::SetUp();
-        unsetenv("LD_LIBRARY_PATH");
-        fake::inspectEvent(16, [](unsigned long word) {
-            const auto& request = *reinterpret_cast<const DMRAuthRequest*>(word);
-            return "request " + std::to_string(request.m_u32RequestId) + ": " + request.m_strTitle;
-        });
-        fake::inspectEvent(94, [](unsigned long word) {
-            return reinterpret_cast<const DMRMediaInfo*>(word)->MetadataStr;
-        });
-        fake::inspectEvent(98, [](unsigned long word) {
-            return reinterpret_cast<const FileInitInfo*>(word)->m_strTitle;
-        });
-        calls();
-    }
+using ATranscriptOfAFilm = dmrtest::Transcript;
 
-    /// Does something and writes down what came of it: standard output as it is, the console behind
-    /// "| ", commands, writes, events and system calls behind "> ".
-    template <class Action> void step(const std::string& title, Action action) {
-        action();
-        text_ += "# " + title + "\n" + escaped(printed());
-        std::istringstream console(fake::consoleOutput());
-        fake::clearConsole();
-        for (std::string line; std::getline(console, line);) {
-            text_ += "| " + line + "\n";
-        }
-        using fake::Kind;
-        for (const std::string& call : fake::Journal::instance().lines(
-                 {Kind::kCommand, Kind::kWrite, Kind::kPost, Kind::kSystem})) {
-            text_ += "> " + call + "\n";
-        }
-        fake::Journal::instance().clear();
-        text_ += "\n";
-    }
-    const std::string& text() const { return text_; }
-
-    static std::string golden(const char* name) {
-        std::ifstream file(std::string(KETRA_GOLDEN_FOLDER) + "/" + name);
-        EXPECT_TRUE(file) << name << " is missing";
-        std::ostringstream content;
-        content << file.rdbuf();
-        return content.str();
-    }
-
-private:
-    static std::string escaped(const std::string& text) {
-        std::string result;
-        for (const char character : text) {
-            result += character == '\x1b' ? std::string("\\e") : std::string(1, character);
-        }
-        return result;
-    }
-    std::string text_;
-};
-
-TEST_F(ATranscript, OfAFilmReadsAsItsFile) {
+TEST_F(ATranscriptOfAFilm, ReadsAsItsFile) {
     fake::Bus& bus = fake::Bus::instance();
     const auto dmr = [] {
         return KetraSrv_DLNADMR::GetInstance();
@@ -139,7 +76,7 @@ TEST_F(ATranscript, OfAFilmReadsAsItsFile) {
     };
     step("the middleware destroys the renderer", [] { KetraSrv_DLNADMR::DestroyInstance(); });
 
-    EXPECT_EQ(text(), golden("film.txt"));
+    expectGolden("film.txt");
 }
 
 } // namespace
