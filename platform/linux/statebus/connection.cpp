@@ -304,6 +304,8 @@ void Connection::add(std::shared_ptr<Participant> participant) {
     participants_.push_back(participant);
     if (bus_ != nullptr)
         participant->connected();
+    else
+        participant->lost();
 }
 
 void Connection::remove(const Participant& participant) {

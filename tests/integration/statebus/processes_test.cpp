@@ -315,4 +315,38 @@ TEST_F(TwoProcesses, TheListenerHearsWhenTheBusGoesAndComesBack) {
     EXPECT_EQ(heard, (std::vector<bool>{false, true}));
 }
 
+TEST_F(TwoProcesses, WhoStartsWhileTheBusIsGoneIsToldSo) {
+    // Both share the process's connection: when the first has heard, the second comes too late.
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<bool> heardFirst;
+    std::vector<bool> heardLate;
+    const auto listenInto = [&](std::vector<bool>& heard) {
+        return [&](bool connected) {
+            const std::lock_guard<std::mutex> lock(mutex);
+            heard.push_back(connected);
+            changed.notify_all();
+        };
+    };
+    zeMultiMBusEngine first(true);
+    statebus::setConnectionListener(first, listenInto(heardFirst));
+    ASSERT_EQ(first.Open(), 0);
+    ASSERT_EQ(first.Start(1), 0);
+    zeMultiMBusEngine late(true);
+    statebus::setConnectionListener(late, listenInto(heardLate));
+    bus.stop();
+    std::unique_lock<std::mutex> lock(mutex);
+    ASSERT_TRUE(changed.wait_for(lock, 10s, [&] { return !heardFirst.empty(); }));
+    lock.unlock();
+    ASSERT_EQ(late.Open(), 0);
+    ASSERT_EQ(late.Start(1), 0);
+    lock.lock();
+    EXPECT_TRUE(changed.wait_for(lock, 10s, [&] { return !heardLate.empty(); }));
+    lock.unlock();
+    bus.start();
+    lock.lock();
+    EXPECT_TRUE(changed.wait_for(lock, 10s, [&] { return heardLate.size() == 2; }));
+    EXPECT_EQ(heardLate, (std::vector<bool>{false, true}));
+}
+
 } // namespace
