@@ -1,8 +1,12 @@
 """What comes from the network and is wrong: the right error in the right place, and life goes on."""
 
+import time
 import unittest
 
-from house import AV_TRANSPORT, Controller, HouseTest, UpnpError, didl, find_renderer, until
+from house import AV_TRANSPORT, DEADLINE, Controller, HouseTest, UpnpError, didl, find_renderer, until
+
+
+PLAYER_WAITS = 20.0  # seconds, for a server that says nothing
 
 
 class BadInput(HouseTest):
@@ -27,10 +31,10 @@ class BadInput(HouseTest):
         self.tv.event("MM_START_PLAY")
         self.assert_quits(self.tv)
 
-    def fails_with(self, uri, error, mime="video/mp4"):
+    def fails_with(self, uri, error, mime="video/mp4", seconds=DEADLINE):
         self.controller.load(uri, didl(uri, mime))
         self.controller.play()
-        self.assertEqual(self.tv.event("MM_EXIT_ERROR_FILE")["error"], error)
+        self.assertEqual(self.tv.event("MM_EXIT_ERROR_FILE", seconds)["error"], error)
         transport = until(
             lambda: (told := self.controller.transport())["CurrentTransportState"] == "STOPPED"
             and told, "STOPPED towards the controller", 5)
@@ -63,6 +67,16 @@ class BadInput(HouseTest):
         self.assertEqual(self.controller.transport()["CurrentTransportState"], "TRANSITIONING")
         self.controller.call("Stop", InstanceID=0)
         self.tv.event("MM_EXIT_FORCE")
+        self.still_plays()
+
+    def test_a_server_that_never_answers_ends_with_its_own_error(self):
+        begun = time.monotonic()
+        self.fails_with(self.server.uri("silent"), 100, seconds=PLAYER_WAITS + DEADLINE)
+        self.assertGreater(time.monotonic() - begun, PLAYER_WAITS - 1, "it is given its time")
+        self.still_plays()
+
+    def test_a_server_that_stops_answering_ends_with_its_own_error(self):
+        self.fails_with(self.server.uri("stalls"), 100, seconds=2 * PLAYER_WAITS + DEADLINE)
         self.still_plays()
 
     def test_a_server_that_stops_answering_does_not_hang_the_shut_down(self):

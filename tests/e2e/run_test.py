@@ -9,6 +9,13 @@ import unittest
 from house import BIN, DEADLINE, companion_pids, until
 from television import announcements
 
+# Takes a port of the host that it runs on and tells which.
+OCCUPY = """
+import socket, sys
+taken = socket.create_server((sys.argv[1], 0))
+print(taken.getsockname()[1], flush=True)
+sys.stdin.read()
+"""
 WITH_BUS = os.path.join(os.path.dirname(__file__), "../../tools/world/with-bus")
 
 
@@ -29,6 +36,22 @@ class ARunningTelevision(unittest.TestCase):
             if '"line":"ready"' in line:
                 return tv
         self.fail("the television did not get ready")
+
+    def test_that_finds_its_port_occupied_names_it_and_ends(self):
+        address = os.environ["KETRA_TV_ADDRESS"]
+        with subprocess.Popen(["in_tv", "/usr/bin/python3", "-c", OCCUPY, address],
+                              stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True) as taker:
+            port = taker.stdout.readline().strip()
+            environment = dict(os.environ, KETRA_STATE_DIR=f"/run/{self.id()}", KETRA_PORT=port)
+            tv = subprocess.run(
+                ["in_tv", WITH_BUS, "--", f"{BIN}/ketra-tv", "--patience", "2"],
+                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                text=True, env=environment, timeout=3 * DEADLINE, check=False,
+            )
+            taker.stdin.close()
+        self.assertEqual(tv.returncode, 5, tv.stdout)
+        self.assertIn(f"cannot serve on {address} port {port}: ", tv.stdout)
+        self.assertIn("the renderer daemon did not appear", tv.stdout)
 
     def check_end(self, tv, sock):
         said = []

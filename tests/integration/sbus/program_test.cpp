@@ -9,12 +9,14 @@
 #include "statebus/publisher.h"
 #include "support/private_bus.h"
 #include "support/program.h"
+#include "support/raw_peer.h"
 
 namespace {
 
 using statebus::Record;
 using testing_support::PrivateBus;
 using testing_support::Program;
+using testing_support::RawPeer;
 
 /// What the publisher was asked, as texts.
 class Asked {
@@ -170,6 +172,35 @@ TEST_F(TheSbusProgram, WatchesFromTheFirstRecordToTheLast) {
     EXPECT_EQ(position, "  mPlayback.mPositionSec = 12");
     player_.reset();
     EXPECT_TRUE(watch.waitForLine("ContentPlayerService$main removed"));
+    watch.signal(SIGINT);
+    EXPECT_EQ(watch.waitForExit(), 0);
+}
+
+TEST_F(TheSbusProgram, SaysThatARecordIsNotWellFormedAndGoesOn) {
+    Program watch({SBUS_PROGRAM, "watch"});
+    RawPeer peer(bus_.address());
+    peer.own("tv.sbus.Nonsense.main");
+    peer.own("tv.sbus.ContentPlayerService.main");
+    ASSERT_TRUE(watch.waitForLine("ContentPlayerService$main added"));
+    const char path[] = "/tv/sbus/ContentPlayerService/main";
+    peer.signal(path, "Changed", [](sd_bus_message* message) {
+        sd_bus_message_append(message, "t", std::uint64_t{1});
+    });
+    const std::string refused = "record of 'ContentPlayerService$main' refused: it is not a state";
+    EXPECT_TRUE(watch.waitForLine(refused)) << watch.output();
+    peer.signal(path, "Changed", [](sd_bus_message* message) {
+        sd_bus_message_append(message, "ta{sv}", std::uint64_t{2}, 1, "mState", "i", 3);
+    });
+    // It is asked for its will first, and has none.
+    bool shown = false;
+    for (int i = 0; i < 300 && !shown; ++i) {
+        peer.processFor(10000);
+        shown = watch.waitForLine("  mState = 3 (paused)", Program::Milliseconds(100)).has_value();
+    }
+    EXPECT_TRUE(shown) << watch.output();
+    EXPECT_EQ(watch.output().find("Nonsense"), std::string::npos) << "nobody knows its fields";
+    EXPECT_EQ(run({"show", "Nonsense"}), 3);
+    EXPECT_NE(err_.find("no such state: Nonsense"), std::string::npos) << err_;
     watch.signal(SIGINT);
     EXPECT_EQ(watch.waitForExit(), 0);
 }

@@ -11,6 +11,7 @@
 #include "ServiceRecords.h"
 #include "support/private_bus.h"
 #include "support/program.h"
+#include "support/raw_peer.h"
 #include "ze/zeSBus.h"
 
 namespace {
@@ -18,6 +19,7 @@ namespace {
 using nlohmann::json;
 using testing_support::PrivateBus;
 using testing_support::Program;
+using testing_support::RawPeer;
 
 std::string contentOf(const std::string& path) {
     std::ostringstream content;
@@ -277,6 +279,32 @@ TEST_F(TheTelevision, SurvivesTheDeathOfTheDaemon) {
     start();
     killCompanion("Vantor2");
     EXPECT_TRUE(noticed("problem", "the renderer daemon is gone"));
+    tv_->say("quit");
+    EXPECT_EQ(tv_->waitForExit(), 0) << said();
+    EXPECT_TRUE(companionsEnd());
+}
+
+TEST_F(TheTelevision, NotesForeignRecordsOnItsBusAndGoesOn) {
+    start();
+    {
+        RawPeer intruder(bus_.address());
+        intruder.own("tv.sbus.Nonsense.main");
+        intruder.own("tv.sbus.ContentPlayerService.intruder");
+        EXPECT_TRUE(noticed("problem", "another player is on the state bus"));
+        const char path[] = "/tv/sbus/ContentPlayerService/intruder";
+        intruder.signal(path, "Changed", [](sd_bus_message*) {});
+        intruder.signal(path, "Changed", [](sd_bus_message* message) {
+            sd_bus_message_append(message, "ta{ss}", std::uint64_t{1}, 1, "mState", "4");
+        });
+        const std::string refused = "record of 'ContentPlayerService$intruder' refused: it is not "
+                                    "a state";
+        for (int i = 0; i < 3000 && trace().find(refused) == std::string::npos; ++i)
+            intruder.processFor(10000);
+        EXPECT_NE(trace().find(refused), std::string::npos) << trace();
+    }
+    Director director;
+    ASSERT_TRUE(director.player("open", kFilm));
+    EXPECT_FALSE(event("MM_START_PLAY").is_null()) << said();
     tv_->say("quit");
     EXPECT_EQ(tv_->waitForExit(), 0) << said();
     EXPECT_TRUE(companionsEnd());
