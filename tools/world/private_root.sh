@@ -67,9 +67,9 @@ install_for_now() {
     fi
     echo "${0##*/}: no namespaces here: installing /applications/DLNA until this ends" >&2
     [ -d /applications ] || made_applications=yes
+    installed=yes # also when the copy fails half way
     mkdir -p /applications
-    cp -a "$stage/applications/DLNA" /applications/DLNA
-    installed=yes
+    cp -R --preserve=mode "$stage/applications/DLNA" /applications/DLNA
 }
 
 remove_installed() {

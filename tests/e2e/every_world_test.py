@@ -1,0 +1,63 @@
+"""The whole road in the worlds that other machines allow, with what this one allows."""
+
+import os
+import subprocess
+import unittest
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+WORLD = os.path.join(HERE, "../../tools/world/with-world")
+BARE_MACHINE = os.path.join(HERE, "bare_machine")
+ROAD = ["in_phone", "/usr/bin/python3", os.path.join(HERE, "road_test.py"),
+        "TheRoad.test_a_film_is_allowed_played_paused_sought_sped_up_and_stopped"]
+LIMIT = 60  # seconds
+
+
+def world(kind=None):
+    chosen = ["--kind", kind] if kind else []
+    return [WORLD, "--stage", os.environ["KETRA_STAGE"], *chosen, "--"]
+
+
+class EveryWorld(unittest.TestCase):
+
+    def setUp(self):
+        # The test of the road makes a folder of its own name in it.
+        self.folder = os.path.join(os.environ["KETRA_E2E_FOLDER"], self.id())
+        os.makedirs(self.folder, exist_ok=True)
+
+    def goes_the_road(self, *command):
+        environment = dict(os.environ, KETRA_E2E_FOLDER=self.folder)
+        done = subprocess.run([*command, *ROAD], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                              text=True, timeout=LIMIT, env=environment, check=False)
+        self.assertEqual(done.returncode, 0, done.stdout)
+        self.assertIn("\nRan 1 test in", done.stdout)
+        return done.stdout
+
+    def need(self, *command):
+        """Skips where the machine does not allow namespaces of this kind."""
+        tried = subprocess.run(["unshare", *command, "true"], stdout=subprocess.PIPE,
+                               stderr=subprocess.STDOUT, text=True, check=False)
+        if tried.returncode != 0:
+            self.skipTest(f"this machine does not allow it: {tried.stdout}")
+
+    def test_is_made_by_an_ordinary_user(self):
+        # Somebody without any privilege, whoever runs the tests.
+        somebody = ["--user", "--map-user=1000", "--map-group=1000", "--"]
+        self.need(*somebody)
+        self.need(*somebody, "unshare", "--user", "--map-root-user", "--net")
+        self.assertNotEqual(subprocess.run(["unshare", *somebody, "unshare", "--net", "true"],
+                                           stderr=subprocess.DEVNULL, check=False).returncode, 0)
+        self.goes_the_road("unshare", *somebody, *world())
+
+    def test_of_one_host_has_the_road_too(self):
+        self.need(*([] if os.getuid() == 0 else ["--user", "--map-root-user"]), "--net")
+        self.goes_the_road(*world("loopback"))
+
+    def test_is_the_machine_itself_where_there_are_no_namespaces(self):
+        self.need(*([] if os.getuid() == 0 else ["--user", "--map-root-user"]), "--net", "--mount")
+        said = self.goes_the_road(BARE_MACHINE, os.path.join(self.folder, "root"),
+                                  *world("installed"))
+        self.assertIn("installing /applications/DLNA until this ends", said)
+
+
+if __name__ == "__main__":
+    unittest.main()
