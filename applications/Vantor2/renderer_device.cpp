@@ -43,7 +43,7 @@ RendererDevice::RendererDevice(const DeviceIdentity& identity, const RendererClo
                       armDeadline();
                       requestsChanged_();
                   }),
-      transport_(clock, permission_, player, [this] { transportChanged(); }),
+      transport_(clock, permission_, player, playlists_, [this] { transportChanged(); }),
       rendering_(permission_, sound, [this] { renderingChanged(); }),
       sink_(sinkProtocolInfo()),
       notify_(limits.subscriptions),

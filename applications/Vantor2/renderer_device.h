@@ -11,6 +11,7 @@
 
 #include "gena/event_publisher.h"
 #include "http/http_server.h"
+#include "http/playlist_fetcher.h"
 #include "renderer/permission.h"
 #include "renderer/rendering.h"
 #include "renderer/transport.h"
@@ -59,6 +60,7 @@ private:
     Timer deadline_;
     const RendererClock& clock_;
     Permission permission_;
+    PlaylistFetcher playlists_;
     Transport transport_;
     Rendering rendering_;
     std::string sink_;

@@ -40,14 +40,17 @@ bool sendToPlayer(zeSBusManager* manager, zeSBusCommand& command) {
     return command.Execute(manager, ContentPlayerServiceTemplate.mTypeName, kInstance);
 }
 
-bool openOnPlayer(zeSBusManager* manager, const std::string& uri, const std::string& metadata) {
+bool openOnPlayer(zeSBusManager* manager, const MediaOrder& order) {
     statebus::Record argument(ContentPlayerServiceURIExTemplate);
-    for (const char* field : {"mMediaURI", "mTrackURI"}) {
-        argument.setText(field, uri);
-    }
-    if (!metadata.empty()) {
-        for (const char* field : {"mMediaInfo", "mTrackInfo"}) {
-            argument.setText(field, metadata);
+    const std::pair<const char*, const std::string&> fields[] = {
+        {"mMediaURI", order.mediaUri},
+        {"mMediaInfo", order.mediaInfo},
+        {"mTrackURI", order.trackUri},
+        {"mTrackInfo", order.trackInfo},
+    };
+    for (const auto& [field, text] : fields) {
+        if (!text.empty()) {
+            argument.setText(field, text);
         }
     }
     zeSBusCommand command("seturiex", argument.release());
@@ -164,10 +167,9 @@ void BusLink::soundRecord(zeSBusManager*, void* data, const zeSBusStateSerializa
 
 // ---- Commands ----
 
-void BusLink::open(const std::string& uri, const std::string& metadata, CommandDone done) {
+void BusLink::open(const MediaOrder& order, CommandDone done) {
     player_.send(
-        kOpen,
-        [manager = manager_.get(), uri, metadata] { return openOnPlayer(manager, uri, metadata); },
+        kOpen, [manager = manager_.get(), order] { return openOnPlayer(manager, order); },
         std::move(done));
 }
 

@@ -58,7 +58,7 @@ public:
     /// Says goodbye and disconnects; commands that wait are dropped.
     void close();
 
-    void open(const std::string& uri, const std::string& metadata, CommandDone done) override;
+    void open(const MediaOrder& order, CommandDone done) override;
     void play(const std::string& speed, CommandDone done) override;
     void pause(CommandDone done) override;
     void stop(CommandDone done) override;

@@ -36,6 +36,10 @@ PlayerReport reportOf(const ContentPlayerService& record) {
     report.positionSec = record.mPlayback.mPositionSec;
     report.speed = asText(record.mPlayback.mSpeed);
     report.supportedSpeeds = asText(record.mPlayback.mSupportedSpeeds);
+    if (asText(record.mMedia.mURI).empty()) {
+        // Without a media the place of its protocol info says what the player can open.
+        report.formats = asText(record.mMedia.mDLNAProfile);
+    }
     const char* seekModes = record.mPlayback.mSupportedSeekModes;
     report.movable = seekModes == nullptr || *seekModes != '\0';
     if (record.mInfoStr != nullptr && std::strcmp(record.mInfoStr, "ControlledByDMP") == 0) {

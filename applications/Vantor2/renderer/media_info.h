@@ -1,4 +1,4 @@
-// What a controller says about the media that it pushes: address and DIDL-Lite. Pure functions.
+// What can be told about a media from its address and its description alone. Pure functions.
 #pragma once
 
 #include <cstdint>
@@ -6,17 +6,14 @@
 
 namespace vantor {
 
+/// What a description says about a track. "" or 0: not stated.
 struct MediaInfo {
-    bool readable = false; ///< the DIDL-Lite is well formed and describes an item
-    std::string title;     ///< "" when unknown
-    std::string mimeType;  ///< "" when unknown
+    std::string title;
+    std::string mimeType;
     std::string protocolInfo;
     std::uint32_t durationSec = 0;
+    std::uint64_t sizeBytes = 0;
 };
-
-/// Reads the first item of a DIDL-Lite document; of its resources the one whose address is `uri`,
-/// else the first one that has protocol info.
-MediaInfo readMediaInfo(const std::string& didl, const std::string& uri);
 
 /// http or https with a host, of bounded length, without blanks or control characters.
 bool isPlayableAddress(const std::string& uri);
@@ -26,5 +23,8 @@ bool isPlayableMimeType(const std::string& mimeType);
 
 /// What DLNA.ORG_OP in a protocol info says about seeking; true when it says nothing.
 bool allowsSeek(const std::string& protocolInfo);
+
+/// Whether DLNA.ORG_OP says that the server serves any range of bytes.
+bool allowsByteSeek(const std::string& protocolInfo);
 
 } // namespace vantor

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace vantor {
@@ -20,11 +21,19 @@ public:
 /// Called on the main thread when the player has accepted (true) or refused a command.
 using CommandDone = std::function<void(bool accepted)>;
 
+/// What the player is told to open. The metadata is DIDL-Lite, "" when there is none.
+struct MediaOrder {
+    std::string mediaUri; ///< the container: a playlist, or the track itself
+    std::string mediaInfo;
+    std::string trackUri;
+    std::string trackInfo;
+};
+
 /// Commands go out in the order of the calls, which return at once.
 class PlayerPort {
 public:
     virtual ~PlayerPort() = default;
-    virtual void open(const std::string& uri, const std::string& metadata, CommandDone done) = 0;
+    virtual void open(const MediaOrder& order, CommandDone done) = 0;
     virtual void play(const std::string& speed, CommandDone done) = 0;
     virtual void pause(CommandDone done) = 0;
     virtual void stop(CommandDone done) = 0;
@@ -38,6 +47,16 @@ public:
     virtual void setMute(bool mute, CommandDone done) = 0;
 };
 
+/// Fetches playlists.
+class PlaylistPort {
+public:
+    virtual ~PlaylistPort() = default;
+    /// The document's text, nothing when it cannot be had in time or is too long. Later calls make
+    /// earlier ones pointless; those may stay unanswered.
+    using Fetched = std::function<void(const std::optional<std::string>& text)>;
+    virtual void fetch(const std::string& uri, Fetched done) = 0;
+};
+
 /// The player's record, as far as the renderer reports it on.
 struct PlayerReport {
     int state = 1; ///< 1 stopped, 2 ended (a photo: shown), 3 paused, 4 playing, 5 opening
@@ -49,6 +68,7 @@ struct PlayerReport {
     std::uint32_t positionSec = 0;
     std::string speed;
     std::string supportedSpeeds;
+    std::string formats; ///< sink protocol info of what it can open; empty when it does not say
     bool movable = true; ///< false: the player knows no way to another position in this media
 };
 

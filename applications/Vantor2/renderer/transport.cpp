@@ -1,11 +1,12 @@
 #include "renderer/transport.h"
 
-#include <algorithm>
+#include <charconv>
 #include <utility>
 
 #include "base/log.h"
 #include "base/time_text.h"
 #include "renderer/play_speed.h"
+#include "renderer/playlist.h"
 
 namespace vantor {
 
@@ -14,38 +15,15 @@ namespace {
 // Turned-down controllers that are remembered; the oldest one is forgotten for a new one.
 constexpr std::size_t kMostRefused = 32;
 
-// The player's states.
-enum PlayerState : int { kStopped = 1, kEnded = 2, kPaused = 3, kPlaying = 4, kOpening = 5 };
-
-constexpr const char* kStateTexts[] = {"NO_MEDIA_PRESENT", "STOPPED", "TRANSITIONING", "PLAYING",
-                                       "PAUSED_PLAYBACK"};
-
 } // namespace
 
-const char* transportStateText(TransportState state) {
-    return kStateTexts[static_cast<std::size_t>(state)];
-}
-
-std::string TransportView::possibleActions() const {
-    const std::string seeking = canSeek ? ",Seek,X_DLNA_SeekTime" : "";
-    switch (state) {
-    case TransportState::stopped:
-        return uri.empty() ? "Stop" : "Play,Stop";
-    case TransportState::transitioning:
-        return "Play,Stop";
-    case TransportState::playing:
-        return (isImage ? "Play,Stop" : "Play,Pause,Stop") + seeking;
-    case TransportState::paused:
-        return "Play,Stop" + seeking;
-    case TransportState::noMedia:
-        break;
-    }
-    return "Stop";
-}
-
 Transport::Transport(const RendererClock& clock, Permission& permission, PlayerPort& player,
-                     std::function<void()> changed)
-    : clock_(clock), permission_(permission), player_(player), changed_(std::move(changed)) {
+                     PlaylistPort& playlists, std::function<void()> changed)
+    : clock_(clock),
+      permission_(permission),
+      player_(player),
+      playlists_(playlists),
+      changed_(std::move(changed)) {
     permission_.onOutcome(
         ControlKind::player,
         [this](const ControlRequest& request, Outcome outcome) { settled(request, outcome); });
@@ -56,8 +34,20 @@ Transport::Transport(const RendererClock& clock, Permission& permission, PlayerP
 int Transport::mayControl(const Controller& controller) const {
     const auto verdict = permission_.check(ControlKind::player, controller);
     const bool refused = verdict == Permission::Verdict::refused ||
-                         (verdict == Permission::Verdict::mustAsk && media_);
+                         (verdict == Permission::Verdict::mustAsk && !queue_.empty());
     return refused ? kTransportNotAuthorized : 0;
+}
+
+// What a controller wants to be played, or the error that it deserves.
+int Transport::describe(const Controller& controller, const std::string& uri,
+                        const std::string& metadata, Media& media) const {
+    if (!isPlayableAddress(uri)) {
+        return kResourceNotFound;
+    }
+    media = describeMedia(uri, metadata, formats_);
+    media.owner = controller;
+    const Track& first = media.tracks[media.start];
+    return isPlaylist(first) || isPlayableMimeType(first.info.mimeType) ? 0 : kIllegalMimeType;
 }
 
 int Transport::setUri(const Controller& controller, const std::string& uri,
@@ -69,26 +59,24 @@ int Transport::setUri(const Controller& controller, const std::string& uri,
     if (uri.empty()) {
         // The usual way to take one's media back.
         const int error = stop(controller);
-        if (error == 0 && media_) {
+        if (error == 0 && !queue_.empty()) {
             clear();
         }
         return error;
     }
-    if (!isPlayableAddress(uri)) {
-        return kResourceNotFound;
-    }
-    const MediaInfo info = readMediaInfo(metadata, uri);
-    if (!isPlayableMimeType(info.mimeType)) {
-        return kIllegalMimeType;
+    Media media;
+    const int error = describe(controller, uri, metadata, media);
+    if (error != 0) {
+        return error;
     }
     forgetRefusal(controller);
     if (verdict == Permission::Verdict::mustAsk) {
-        return ask(controller, uri, metadata, info);
+        return ask(std::move(media));
     }
     // A replaced media goes on in the state of the one before.
     const bool goesOn =
         mediaState() == TransportState::playing || mediaState() == TransportState::transitioning;
-    load(controller, uri, metadata);
+    load(std::move(media));
     if (goesOn) {
         start("1");
     }
@@ -96,30 +84,57 @@ int Transport::setUri(const Controller& controller, const std::string& uri,
     return 0;
 }
 
-int Transport::ask(const Controller& controller, const std::string& uri,
-                   const std::string& metadata, const MediaInfo& info) {
-    const ControlRequest* earlier = permission_.findOf(ControlKind::player, controller);
+int Transport::setNextUri(const Controller& controller, const std::string& uri,
+                          const std::string& metadata) {
+    const ControlRequest* request = permission_.findOf(ControlKind::player, controller);
+    const int denial = request != nullptr ? 0 : mayControl(controller);
+    if (denial != 0) {
+        return denial;
+    }
+    std::optional<Media> next;
+    if (!uri.empty()) {
+        next.emplace();
+        const int error = describe(controller, uri, metadata, *next);
+        if (error != 0) {
+            return error;
+        }
+        if (request == nullptr && queue_.empty()) {
+            return kTransitionNotAvailable; // there is nothing that it could follow
+        }
+    }
+    if (request != nullptr) {
+        waiting_[request->id].next = std::move(next);
+    } else {
+        queue_.setNext(std::move(next));
+    }
+    changed_();
+    return 0;
+}
+
+int Transport::ask(Media media) {
+    const ControlRequest* earlier = permission_.findOf(ControlKind::player, media.owner);
     if (earlier != nullptr) {
-        if (earlier->mediaUri == uri) {
+        if (earlier->mediaUri == media.uri) {
             // The same question again; the viewer is asked once. The newest description counts.
-            waiting_[earlier->id].metadata = metadata;
+            waiting_[earlier->id].media = std::move(media);
             changed_();
             return 0;
         }
         permission_.withdraw(earlier->id);
     }
-    if (!isSomebodyElses(controller)) {
+    if (!isSomebodyElses(media.owner)) {
         refusedToAll_ = false;
         failed_ = false;
     }
+    const MediaInfo& info = media.tracks[media.start].info;
     ControlRequest request;
     request.kind = ControlKind::player;
-    request.controller = controller;
-    request.mediaUri = uri;
+    request.controller = media.owner;
+    request.mediaUri = media.uri;
     request.mediaMimeType = info.mimeType;
     request.mediaTitle = info.title;
     const std::uint32_t id = permission_.file(std::move(request));
-    waiting_[id] = {metadata, false, "1"};
+    waiting_[id].media = std::move(media);
     changed_();
     return 0;
 }
@@ -139,7 +154,7 @@ int Transport::play(const Controller& controller, const std::string& speed) {
     if (error != 0) {
         return error;
     }
-    if (!media_) {
+    if (queue_.empty()) {
         return kTransitionNotAvailable;
     }
     const TransportState state = mediaState();
@@ -155,8 +170,8 @@ int Transport::play(const Controller& controller, const std::string& speed) {
         });
         return 0;
     }
-    if (state == TransportState::stopped && !fresh_) {
-        openMedia(); // from the start again
+    if (state == TransportState::stopped && !fresh_ && !resolving_) {
+        openTrack(); // from the start again
     }
     start(speed);
     changed_();
@@ -171,7 +186,7 @@ int Transport::pause(const Controller& controller) {
     const TransportView now = view(controller);
     const bool running =
         mediaState() == TransportState::playing || mediaState() == TransportState::transitioning;
-    if (!media_ || now.isImage || !running ||
+    if (queue_.empty() || now.isImage || !running || resolving_ ||
         permission_.findOf(ControlKind::player, controller) != nullptr) {
         return kTransitionNotAvailable;
     }
@@ -196,7 +211,7 @@ int Transport::stop(const Controller& controller) {
     if (error != 0) {
         return error;
     }
-    if (media_ && mediaState() != TransportState::stopped) {
+    if (!queue_.empty() && mediaState() != TransportState::stopped) {
         halt();
         changed_();
     }
@@ -210,23 +225,40 @@ int Transport::seek(const Controller& controller, const std::string& unit,
         return error;
     }
     const TransportView now = view(controller);
-    if (now.state != TransportState::playing && now.state != TransportState::paused) {
+    const bool running =
+        now.state == TransportState::playing || now.state == TransportState::paused;
+    if (unit == "TRACK_NR" && (running || now.trackCount > 1)) {
+        return seekTrack(target);
+    }
+    if (!running) {
         return kTransitionNotAvailable;
+    }
+    if (unit == "X_DLNA_REL_BYTE") {
+        if (!now.canSeekBytes) {
+            return kSeekModeNotSupported;
+        }
+        std::uint64_t byte = 0;
+        const char* end = target.data() + target.size();
+        const auto read = std::from_chars(target.data(), end, byte);
+        if (read.ec != std::errc() || read.ptr != end || byte >= now.sizeBytes) {
+            return kIllegalSeekTarget;
+        }
+        return seekTo(now, static_cast<std::uint64_t>(static_cast<double>(byte) /
+                                                      static_cast<double>(now.sizeBytes) *
+                                                      now.durationSec));
     }
     if (!now.canSeek) {
         return kSeekModeNotSupported;
     }
-    std::optional<std::uint32_t> seconds;
-    if (unit == "TRACK_NR") {
-        // There is one track; going to it is going to its start.
-        seconds = target == "1" ? std::optional<std::uint32_t>(0) : std::nullopt;
-    } else {
-        seconds = parseTime(target);
-    }
-    if (!seconds || (now.durationSec != 0 && *seconds > now.durationSec)) {
+    const auto seconds = parseTime(target);
+    return seconds ? seekTo(now, *seconds) : kIllegalSeekTarget;
+}
+
+int Transport::seekTo(const TransportView& now, std::uint64_t seconds) {
+    if (now.durationSec != 0 && seconds > now.durationSec) {
         return kIllegalSeekTarget;
     }
-    player_.seek(*seconds, [](bool accepted) {
+    player_.seek(static_cast<std::uint32_t>(seconds), [](bool accepted) {
         if (!accepted) {
             logWarning("the player refused to seek");
         }
@@ -234,12 +266,57 @@ int Transport::seek(const Controller& controller, const std::string& unit,
     return 0;
 }
 
-int Transport::skip(const Controller& controller) {
+int Transport::seekTrack(const std::string& target) {
+    std::size_t number = 0;
+    const char* end = target.data() + target.size();
+    const auto read = std::from_chars(target.data(), end, number);
+    if (read.ec != std::errc() || read.ptr != end || number < 1 || number > queue_.trackCount()) {
+        return kIllegalSeekTarget;
+    }
+    const TransportView now = view(queue_.media().owner);
+    if (number == queue_.trackNumber() && now.canSeek && now.state != TransportState::stopped) {
+        return seekTo(now, 0); // going to the track that is played is going to its start
+    }
+    queue_.toTrack(number);
+    changeTrack();
+    return 0;
+}
+
+int Transport::next(const Controller& controller) {
+    return skip(controller, &PlayQueue::toNext);
+}
+
+int Transport::previous(const Controller& controller) {
+    return skip(controller, &PlayQueue::toPrevious);
+}
+
+int Transport::skip(const Controller& controller, bool (PlayQueue::*move)()) {
     const int error = mayControl(controller);
     if (error != 0) {
         return error;
     }
-    return media_ ? kIllegalSeekTarget : kTransitionNotAvailable; // there is no other track
+    if (queue_.empty()) {
+        return kTransitionNotAvailable;
+    }
+    if (!(queue_.*move)()) {
+        return kIllegalSeekTarget;
+    }
+    changeTrack();
+    return 0;
+}
+
+int Transport::setPlayMode(const Controller& controller, const std::string& mode) {
+    const int error = mayControl(controller);
+    if (error != 0) {
+        return error;
+    }
+    const auto known = playModeOf(mode);
+    if (!known) {
+        return kPlayModeNotSupported;
+    }
+    queue_.setMode(*known);
+    changed_();
+    return 0;
 }
 
 // ---- What the viewer says ----
@@ -254,7 +331,8 @@ void Transport::settled(const ControlRequest& request, Outcome outcome) {
     const bool elsewhere = isSomebodyElses(request.controller);
     switch (outcome) {
     case Outcome::allowed:
-        load(request.controller, request.mediaUri, waiting.metadata);
+        load(std::move(waiting.media));
+        queue_.setNext(std::move(waiting.next));
         if (waiting.play) {
             start(waiting.speed);
         }
@@ -276,193 +354,6 @@ void Transport::settled(const ControlRequest& request, Outcome outcome) {
     case Outcome::withdrawn:
         break;
     }
-    changed_();
-}
-
-// ---- What the player does ----
-
-void Transport::load(const Controller& owner, const std::string& uri, const std::string& metadata) {
-    permission_.noteAdmitted(owner);
-    forgetRefusal(owner);
-    Media media;
-    media.uri = uri;
-    media.owner = owner;
-    media.metadata = metadata;
-    media.info = readMediaInfo(metadata, uri);
-    media_ = std::move(media);
-    refusedToAll_ = false;
-    openMedia();
-}
-
-void Transport::openMedia() {
-    failed_ = false;
-    opened_ = false;
-    fresh_ = true;
-    playWanted_ = false;
-    expecting_ = Expecting::nothing;
-    report_ = PlayerReport();
-    early_.reset();
-    const unsigned generation = ++generation_;
-    // Metadata that is not well formed stays between the controller and us.
-    const std::string metadata = media_->info.readable ? media_->metadata : std::string();
-    player_.open(media_->uri, metadata, [this, generation](bool accepted) {
-        if (generation != generation_ || !media_) {
-            return;
-        }
-        if (!accepted) {
-            fail("the player did not take the media");
-            return;
-        }
-        opened_ = true;
-        if (early_) {
-            apply(*std::exchange(early_, std::nullopt));
-        }
-    });
-}
-
-void Transport::start(const std::string& speed) {
-    expecting_ = Expecting::start;
-    expectingUntil_ = clock_.now() + kStartPatience;
-    sawOpening_ = report_.state == kOpening;
-    playWanted_ = true;
-    failed_ = false;
-    fresh_ = false;
-    player_.play(speed, [this, generation = generation_](bool accepted) {
-        if (!accepted && generation == generation_ && expecting_ == Expecting::start) {
-            fail("the player refused to play");
-        }
-    });
-}
-
-void Transport::halt() {
-    expecting_ = Expecting::stop;
-    expectingUntil_ = clock_.now() + kStopPatience;
-    playWanted_ = false;
-    fresh_ = false;
-    player_.stop([this, generation = generation_](bool accepted) {
-        if (!accepted && generation == generation_ && expecting_ == Expecting::stop) {
-            logWarning("the player refused to stop");
-            expecting_ = Expecting::nothing;
-            changed_();
-        }
-    });
-}
-
-void Transport::clear() {
-    if (media_ && mediaState() != TransportState::stopped) {
-        halt();
-    }
-    media_.reset();
-    ++generation_;
-    expecting_ = Expecting::nothing;
-    failed_ = false;
-    report_ = PlayerReport();
-    changed_();
-}
-
-void Transport::fail(const std::string& reason) {
-    logWarning(reason + ": " + (media_ ? media_->uri : std::string()));
-    failed_ = true;
-    fresh_ = false;
-    playWanted_ = false;
-    expecting_ = Expecting::nothing;
-    changed_();
-}
-
-void Transport::playerChanged(const PlayerReport& report) {
-    if (!media_) {
-        return;
-    }
-    if (opened_) {
-        apply(report);
-        return;
-    }
-    // Most of what comes now is still about the media before; only these can be about ours.
-    if (report.state == kOpening || (report.state == kStopped && report.errorCode != 0)) {
-        early_ = report;
-    }
-}
-
-bool Transport::isResting(const PlayerReport& report) const {
-    return report.state == kStopped || (report.state == kEnded && !isImage());
-}
-
-void Transport::apply(const PlayerReport& report) {
-    // A player that dies when nothing plays any more has not failed to play. Nor has one that is
-    // taken from a shown photo by a TV which is being switched off: that lets nobody in before.
-    const bool dismissed =
-        report_.state == kEnded && permission_.policy(ControlKind::player) == ControlPolicy::nobody;
-    const bool rested = expecting_ == Expecting::nothing && (isResting(report_) || dismissed);
-    report_ = report;
-    if (report.state == kOpening) {
-        sawOpening_ = true;
-    }
-    if (report.state == kStopped && report.errorCode != 0 && expecting_ != Expecting::stop &&
-        !rested) {
-        fail("playing failed (" + std::to_string(report.errorCode) + " " + report.errorMessage +
-             ")");
-        return;
-    }
-    const bool resting = isResting(report);
-    switch (expecting_) {
-    case Expecting::start:
-        // A stop that comes before the opening is the end of what was there before.
-        if (report.state == kOpening || (resting && !sawOpening_)) {
-            break;
-        }
-        expecting_ = Expecting::nothing;
-        break;
-    case Expecting::stop:
-        if (resting) {
-            expecting_ = Expecting::nothing;
-        }
-        break;
-    case Expecting::nothing:
-        failed_ = failed_ && resting;
-        break;
-    }
-    if (expecting_ == Expecting::nothing) {
-        if (resting) {
-            fresh_ = fresh_ && !playWanted_;
-            playWanted_ = false;
-        } else if (report.state == kPlaying) {
-            fresh_ = false;
-            playWanted_ = true;
-        }
-    }
-    changed_();
-}
-
-void Transport::playerGone() {
-    if (!media_) {
-        return;
-    }
-    const TransportState state = mediaState();
-    report_ = PlayerReport();
-    fresh_ = false;
-    if (state != TransportState::stopped) {
-        fail("the player has gone");
-    } else {
-        expecting_ = Expecting::nothing;
-        changed_();
-    }
-}
-
-std::optional<TimePoint> Transport::deadline() const {
-    return expecting_ == Expecting::nothing ? std::nullopt
-                                            : std::optional<TimePoint>(expectingUntil_);
-}
-
-void Transport::checkDeadlines() {
-    if (expecting_ == Expecting::nothing || clock_.now() < expectingUntil_) {
-        return;
-    }
-    // A player that opens has limits of its own; one that does nothing has failed.
-    if (expecting_ == Expecting::start && !sawOpening_) {
-        fail("the player does not start");
-        return;
-    }
-    expecting_ = Expecting::nothing;
     changed_();
 }
 

@@ -2,7 +2,8 @@
 //
 // Joins three sources: what controllers ask for, what the viewer allows (Permission), and what the
 // player reports. Every action is answered from memory at once. Main thread; time is given from
-// outside.
+// outside. transport.cpp holds the actions, transport_player.cpp what happens between the renderer
+// and the player, transport_view.cpp what controllers see of it.
 //
 // A controller that waits for the viewer, or was turned down, while somebody else's media is loaded
 // sees its own small state (TRANSITIONING, then STOPPED with an error); everybody else's view stays
@@ -17,8 +18,9 @@
 #include <string>
 
 #include "renderer/controller.h"
-#include "renderer/media_info.h"
+#include "renderer/media.h"
 #include "renderer/permission.h"
+#include "renderer/play_queue.h"
 #include "renderer/ports.h"
 
 namespace vantor {
@@ -28,6 +30,7 @@ enum TransportError : int {
     kTransitionNotAvailable = 701,
     kSeekModeNotSupported = 710,
     kIllegalSeekTarget = 711,
+    kPlayModeNotSupported = 712,
     kIllegalMimeType = 714,
     kResourceNotFound = 716,
     kPlaySpeedNotSupported = 717,
@@ -41,13 +44,29 @@ struct TransportView {
     TransportState state = TransportState::noMedia;
     bool failed = false;
     std::string speed = "1";
+    std::string supportedSpeeds; ///< the player's list; empty when it does not say
+    // The media as it was given, and the track of it that is played.
     std::string uri;
     std::string metadata;
+    std::string trackUri;
+    std::string trackMetadata;
+    std::size_t trackNumber = 0;
+    std::size_t trackCount = 0;
+    std::string nextUri;
+    std::string nextMetadata;
     std::string protocolInfo;
     std::uint32_t durationSec = 0;
     std::uint32_t positionSec = 0;
+    std::uint64_t sizeBytes = 0; ///< 0: not known
+    PlayMode playMode = PlayMode::normal;
     bool isImage = false;
     bool canSeek = false;
+    bool canSeekBytes = false;
+    bool hasNext = false;
+    bool hasPrevious = false;
+
+    /// Where in the bytes the position lies, as far as an even rate tells.
+    std::uint64_t positionBytes() const;
 
     /// What controllers may ask for now, as CurrentTransportActions has it.
     std::string possibleActions() const;
@@ -61,7 +80,7 @@ public:
 
     /// `changed` is called after every change of what view() reports.
     Transport(const RendererClock& clock, Permission& permission, PlayerPort& player,
-              std::function<void()> changed);
+              PlaylistPort& playlists, std::function<void()> changed);
     Transport(const Transport&) = delete;
     Transport& operator=(const Transport&) = delete;
 
@@ -71,7 +90,12 @@ public:
     int pause(const Controller& controller);
     int stop(const Controller& controller);
     int seek(const Controller& controller, const std::string& unit, const std::string& target);
-    int skip(const Controller& controller);
+    int next(const Controller& controller);
+    int previous(const Controller& controller);
+    /// What is played when the media has ended; an empty address takes it back.
+    int setNextUri(const Controller& controller, const std::string& uri,
+                   const std::string& metadata);
+    int setPlayMode(const Controller& controller, const std::string& mode);
 
     TransportView view(const Controller& controller) const;
 
@@ -81,26 +105,33 @@ public:
     std::optional<TimePoint> deadline() const;
     void checkDeadlines();
 
+    /// Sink protocol info of what the player can open; empty when it does not say.
+    const std::string& formats() const { return formats_; }
+
 private:
-    struct Media {
-        std::string uri;
-        std::string metadata;
-        Controller owner;
-        MediaInfo info;
-    };
     struct Waiting {
-        std::string metadata;
+        Media media;
+        std::optional<Media> next;
         bool play = false;
-        std::string speed;
+        std::string speed = "1";
     };
     enum class Expecting { nothing, start, stop };
 
     int mayControl(const Controller& controller) const;
-    int ask(const Controller& controller, const std::string& uri, const std::string& metadata,
-            const MediaInfo& info);
+    int describe(const Controller& controller, const std::string& uri, const std::string& metadata,
+                 Media& media) const;
+    int ask(Media media);
+    int seekTrack(const std::string& target);
+    int seekTo(const TransportView& now, std::uint64_t seconds);
+    int skip(const Controller& controller, bool (PlayQueue::*move)());
     void settled(const ControlRequest& request, Outcome outcome);
-    void load(const Controller& owner, const std::string& uri, const std::string& metadata);
-    void openMedia();
+    void load(Media media);
+    void openTrack();
+    void sendTrack();
+    void resolvePlaylist();
+    void playlistArrived(const std::optional<std::string>& text);
+    bool playFollowing();
+    void changeTrack();
     void start(const std::string& speed);
     void halt();
     void clear();
@@ -110,6 +141,8 @@ private:
 
     bool isSomebodyElses(const Controller& controller) const;
     const ControlRequest* shownRequest() const;
+    void showRequest(TransportView& view, const ControlRequest& request) const;
+    static void showMedia(TransportView& view, const Media& media, std::size_t index);
     bool isRefused(const Controller& controller) const;
     void forgetRefusal(const Controller& controller);
     bool isImage() const;
@@ -118,9 +151,13 @@ private:
     const RendererClock& clock_;
     Permission& permission_;
     PlayerPort& player_;
+    PlaylistPort& playlists_;
     std::function<void()> changed_;
 
-    std::optional<Media> media_;
+    PlayQueue queue_;
+    bool resolving_ = false;    // the playlist is being fetched
+    std::string resolvedSpeed_; // with which it is played then, if playWanted_
+    std::string formats_;
     unsigned generation_ = 0;   // counts openings; answers to older ones are dropped
     bool opened_ = false;       // the player has taken the media; reports are about it
     bool fresh_ = false;        // opened and not played yet

@@ -3,10 +3,62 @@
 
 #include <algorithm>
 
+#include "renderer/play_speed.h"
+
 namespace vantor {
 
+namespace {
+
+constexpr const char* kStateTexts[] = {"NO_MEDIA_PRESENT", "STOPPED", "TRANSITIONING", "PLAYING",
+                                       "PAUSED_PLAYBACK"};
+
+// "X_DLNA_PS=1/2\\,2": every speed but the normal one, the commas between them escaped.
+std::string playSpeedAction(const std::string& supported) {
+    std::string text;
+    if (!supported.empty()) {
+        for (const std::string& speed : offeredSpeeds(supported)) {
+            if (speed != "1") {
+                text += (text.empty() ? "" : "\\,") + speed;
+            }
+        }
+    }
+    return text.empty() ? text : ",X_DLNA_PS=" + text;
+}
+
+} // namespace
+
+const char* transportStateText(TransportState state) {
+    return kStateTexts[static_cast<std::size_t>(state)];
+}
+
+std::string TransportView::possibleActions() const {
+    std::string actions = "Stop";
+    const bool running = state == TransportState::playing || state == TransportState::paused;
+    if (!uri.empty()) {
+        actions = state == TransportState::playing && !isImage ? "Play,Pause,Stop" : "Play,Stop";
+    }
+    if (running && canSeek) {
+        actions += ",Seek,X_DLNA_SeekTime";
+    }
+    if (running && canSeekBytes) {
+        actions += ",X_DLNA_SeekByte";
+    }
+    if (running && !isImage) {
+        actions += playSpeedAction(supportedSpeeds);
+    }
+    return actions + (hasNext ? ",Next" : "") + (hasPrevious ? ",Previous" : "");
+}
+
+std::uint64_t TransportView::positionBytes() const {
+    if (durationSec == 0) {
+        return 0;
+    }
+    const double share = std::min(1.0, static_cast<double>(positionSec) / durationSec);
+    return static_cast<std::uint64_t>(static_cast<double>(sizeBytes) * share);
+}
+
 bool Transport::isSomebodyElses(const Controller& controller) const {
-    return media_ && media_->owner != controller;
+    return !queue_.empty() && queue_.media().owner != controller;
 }
 
 // The request that everybody sees as a transition: the newest one of those whose media would not
@@ -33,12 +85,15 @@ bool Transport::isImage() const {
     if (!report_.protocolInfo.empty()) {
         return report_.protocolInfo.find("image") != std::string::npos;
     }
-    return media_ && media_->info.mimeType.rfind("image/", 0) == 0;
+    return !queue_.empty() && queue_.track().info.mimeType.rfind("image/", 0) == 0;
 }
 
 TransportState Transport::mediaState() const {
-    if (!media_) {
+    if (queue_.empty()) {
         return TransportState::noMedia;
+    }
+    if (resolving_) {
+        return playWanted_ ? TransportState::transitioning : TransportState::stopped;
     }
     if (failed_ || expecting_ == Expecting::stop) {
         return TransportState::stopped;
@@ -62,6 +117,7 @@ TransportState Transport::mediaState() const {
 
 TransportView Transport::view(const Controller& controller) const {
     TransportView view;
+    view.playMode = queue_.mode();
     const ControlRequest* request = permission_.findOf(ControlKind::player, controller);
     if (request == nullptr && isRefused(controller)) {
         view.state = TransportState::stopped;
@@ -72,31 +128,63 @@ TransportView Transport::view(const Controller& controller) const {
         request = shownRequest();
     }
     if (request != nullptr) {
-        view.state = TransportState::transitioning;
-        view.uri = request->mediaUri;
-        const auto waiting = waiting_.find(request->id);
-        view.metadata = waiting == waiting_.end() ? std::string() : waiting->second.metadata;
+        showRequest(view, *request);
         return view;
     }
-    view.state = mediaState();
-    view.failed = failed_;
-    if (!media_) {
+    if (queue_.empty()) {
         view.state = refusedToAll_ ? TransportState::stopped : TransportState::noMedia;
         view.failed = refusedToAll_;
         return view;
     }
-    view.uri = media_->uri;
-    view.metadata = media_->metadata;
+    view.state = mediaState();
+    view.failed = failed_;
+    showMedia(view, queue_.media(), queue_.trackNumber() - 1);
+    if (queue_.next()) {
+        view.nextUri = queue_.next()->uri;
+        view.nextMetadata = queue_.next()->metadata;
+    }
+    const MediaInfo& info = queue_.track().info;
+    view.hasNext = queue_.hasNext();
+    view.hasPrevious = queue_.hasPrevious();
     view.isImage = isImage();
-    view.protocolInfo =
-        report_.protocolInfo.empty() ? media_->info.protocolInfo : report_.protocolInfo;
+    view.protocolInfo = report_.protocolInfo.empty() ? info.protocolInfo : report_.protocolInfo;
+    view.durationSec = report_.durationSec != 0 ? report_.durationSec : info.durationSec;
+    view.sizeBytes = info.sizeBytes;
     view.canSeek = !view.isImage && allowsSeek(view.protocolInfo) && report_.movable;
-    view.durationSec = report_.durationSec != 0 ? report_.durationSec : media_->info.durationSec;
+    view.canSeekBytes = view.canSeek && allowsByteSeek(view.protocolInfo) && view.sizeBytes != 0 &&
+                        view.durationSec != 0;
+    view.supportedSpeeds = report_.supportedSpeeds;
     const bool running =
         view.state == TransportState::playing || view.state == TransportState::paused;
     view.positionSec = running ? report_.positionSec : 0;
     view.speed = running && !report_.speed.empty() ? report_.speed : "1";
     return view;
+}
+
+void Transport::showRequest(TransportView& view, const ControlRequest& request) const {
+    view.state = TransportState::transitioning;
+    const auto waiting = waiting_.find(request.id);
+    if (waiting == waiting_.end()) {
+        view.uri = request.mediaUri;
+        return;
+    }
+    const Media& media = waiting->second.media;
+    showMedia(view, media, media.start);
+    if (waiting->second.next) {
+        view.nextUri = waiting->second.next->uri;
+        view.nextMetadata = waiting->second.next->metadata;
+    }
+}
+
+void Transport::showMedia(TransportView& view, const Media& media, std::size_t index) {
+    const Track& track = media.tracks[index];
+    view.uri = media.uri;
+    view.metadata = media.metadata;
+    view.trackNumber = index + 1;
+    view.trackCount = media.tracks.size();
+    view.trackUri = track.uri;
+    // A controller looks for what it sent itself.
+    view.trackMetadata = media.tracks.size() == 1 ? media.metadata : track.metadata;
 }
 
 } // namespace vantor

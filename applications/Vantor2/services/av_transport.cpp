@@ -14,8 +14,18 @@ ActionOutcome done(int error) {
     return {error, {}};
 }
 
-std::string trackCount(const TransportView& view) {
-    return view.uri.empty() ? "0" : "1";
+std::string count(std::size_t number) {
+    return std::to_string(number);
+}
+
+// Of a list only the track's duration is known.
+std::string mediaDuration(const TransportView& view) {
+    return formatTime(view.trackCount == 1 ? view.durationSec : 0);
+}
+
+// DLNA's byte position: texts, empty where the size is not known.
+std::string bytes(const TransportView& view, std::uint64_t number) {
+    return view.sizeBytes == 0 ? std::string() : std::to_string(number);
 }
 
 const char* playMedium(const TransportView& view) {
@@ -28,12 +38,12 @@ const char* statusText(const TransportView& view) {
 
 ActionOutcome mediaInfo(const TransportView& view) {
     return {0,
-            {{"NrTracks", trackCount(view)},
-             {"MediaDuration", formatTime(view.durationSec)},
+            {{"NrTracks", count(view.trackCount)},
+             {"MediaDuration", mediaDuration(view)},
              {"CurrentURI", view.uri},
              {"CurrentURIMetaData", view.metadata},
-             {"NextURI", kNotImplemented},
-             {"NextURIMetaData", kNotImplemented},
+             {"NextURI", view.nextUri},
+             {"NextURIMetaData", view.nextMetadata},
              {"PlayMedium", playMedium(view)},
              {"RecordMedium", kNotImplemented},
              {"WriteStatus", kNotImplemented}}};
@@ -41,10 +51,10 @@ ActionOutcome mediaInfo(const TransportView& view) {
 
 ActionOutcome positionInfo(const TransportView& view) {
     return {0,
-            {{"Track", trackCount(view)},
+            {{"Track", count(view.trackNumber)},
              {"TrackDuration", formatTime(view.durationSec)},
-             {"TrackMetaData", view.metadata},
-             {"TrackURI", view.uri},
+             {"TrackMetaData", view.trackMetadata},
+             {"TrackURI", view.trackUri},
              {"RelTime", formatTime(view.positionSec)},
              {"AbsTime", formatTime(view.positionSec)},
              {"RelCount", kNoCounter},
@@ -58,6 +68,13 @@ ActionOutcome transportInfo(const TransportView& view) {
              {"CurrentSpeed", view.speed}}};
 }
 
+ActionOutcome bytePositionInfo(const TransportView& view) {
+    return {0,
+            {{"TrackSize", bytes(view, view.sizeBytes)},
+             {"RelByte", bytes(view, view.positionBytes())},
+             {"AbsByte", bytes(view, view.positionBytes())}}};
+}
+
 void addReadingActions(ActionTable& table, Transport& transport) {
     const auto addView = [&](const char* name, ActionOutcome (*write)(const TransportView&)) {
         table[name] = [&transport, write](const Controller& controller, const ActionArguments&) {
@@ -67,14 +84,16 @@ void addReadingActions(ActionTable& table, Transport& transport) {
     addView("GetMediaInfo", mediaInfo);
     addView("GetTransportInfo", transportInfo);
     addView("GetPositionInfo", positionInfo);
+    addView("X_DLNA_GetBytePositionInfo", bytePositionInfo);
     addView("GetDeviceCapabilities", [](const TransportView&) -> ActionOutcome {
         return {0,
                 {{"PlayMedia", "NONE,NETWORK"},
                  {"RecMedia", kNotImplemented},
                  {"RecQualityModes", kNotImplemented}}};
     });
-    addView("GetTransportSettings", [](const TransportView&) -> ActionOutcome {
-        return {0, {{"PlayMode", "NORMAL"}, {"RecQualityMode", kNotImplemented}}};
+    addView("GetTransportSettings", [](const TransportView& view) -> ActionOutcome {
+        return {0,
+                {{"PlayMode", playModeText(view.playMode)}, {"RecQualityMode", kNotImplemented}}};
     });
     addView("GetCurrentTransportActions", [](const TransportView& view) -> ActionOutcome {
         return {0, {{"Actions", view.possibleActions()}}};
@@ -104,18 +123,24 @@ ActionTable avTransportActions(Transport& transport) {
         return done(transport.seek(controller, arguments["Unit"], arguments["Target"]));
     };
     table["Next"] = [&transport](const Controller& controller, const ActionArguments&) {
-        return done(transport.skip(controller));
+        return done(transport.next(controller));
     };
-    table["Previous"] = table["Next"];
-    // The table of arguments lets nothing but NORMAL pass, which is what holds already.
-    table["SetPlayMode"] = [](const Controller&, const ActionArguments&) {
-        return done(0);
+    table["Previous"] = [&transport](const Controller& controller, const ActionArguments&) {
+        return done(transport.previous(controller));
+    };
+    table["SetNextAVTransportURI"] = [&transport](const Controller& controller,
+                                                  const ActionArguments& arguments) {
+        return done(
+            transport.setNextUri(controller, arguments["NextURI"], arguments["NextURIMetaData"]));
+    };
+    table["SetPlayMode"] = [&transport](const Controller& controller,
+                                        const ActionArguments& arguments) {
+        return done(transport.setPlayMode(controller, arguments["NewPlayMode"]));
     };
     return table;
 }
 
 StateVariables avTransportVariables(const TransportView& view) {
-    const std::string duration = formatTime(view.durationSec);
     return {
         {"TransportState", transportStateText(view.state)},
         {"TransportStatus", statusText(view)},
@@ -123,21 +148,21 @@ StateVariables avTransportVariables(const TransportView& view) {
         {"RecordStorageMedium", kNotImplemented},
         {"PossiblePlaybackStorageMedia", "NONE,NETWORK"},
         {"PossibleRecordStorageMedia", kNotImplemented},
-        {"CurrentPlayMode", "NORMAL"},
+        {"CurrentPlayMode", playModeText(view.playMode)},
         {"TransportPlaySpeed", view.speed},
         {"RecordMediumWriteStatus", kNotImplemented},
         {"CurrentRecordQualityMode", kNotImplemented},
         {"PossibleRecordQualityModes", kNotImplemented},
-        {"NumberOfTracks", trackCount(view)},
-        {"CurrentTrack", trackCount(view)},
-        {"CurrentTrackDuration", duration},
-        {"CurrentMediaDuration", duration},
-        {"CurrentTrackMetaData", view.metadata},
-        {"CurrentTrackURI", view.uri},
+        {"NumberOfTracks", count(view.trackCount)},
+        {"CurrentTrack", count(view.trackNumber)},
+        {"CurrentTrackDuration", formatTime(view.durationSec)},
+        {"CurrentMediaDuration", mediaDuration(view)},
+        {"CurrentTrackMetaData", view.trackMetadata},
+        {"CurrentTrackURI", view.trackUri},
         {"AVTransportURI", view.uri},
         {"AVTransportURIMetaData", view.metadata},
-        {"NextAVTransportURI", kNotImplemented},
-        {"NextAVTransportURIMetaData", kNotImplemented},
+        {"NextAVTransportURI", view.nextUri},
+        {"NextAVTransportURIMetaData", view.nextMetadata},
         {"CurrentTransportActions", view.possibleActions()},
     };
 }

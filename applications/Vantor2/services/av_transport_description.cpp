@@ -1,6 +1,7 @@
 // AVTransport:1, the actions that the standard requires and the optional ones that controllers use.
 #include "services/service_description.h"
 
+#include "renderer/play_queue.h"
 #include "renderer/play_speed.h"
 
 namespace vantor {
@@ -45,7 +46,7 @@ std::vector<ServiceVariable> variables() {
         choice("RecordStorageMedium", {"NOT_IMPLEMENTED"}),
         text("PossiblePlaybackStorageMedia"),
         text("PossibleRecordStorageMedia"),
-        choice("CurrentPlayMode", {"NORMAL"}, kPlayModeNotSupported),
+        choice("CurrentPlayMode", playModeTexts(), kPlayModeNotSupported),
         choice("TransportPlaySpeed", playSpeedTexts(), kPlaySpeedNotSupported),
         choice("RecordMediumWriteStatus", {"NOT_IMPLEMENTED"}),
         choice("CurrentRecordQualityMode", {"NOT_IMPLEMENTED"}),
@@ -66,8 +67,12 @@ std::vector<ServiceVariable> variables() {
         number("AbsoluteCounterPosition", DataType::i4),
         text("CurrentTransportActions"),
         lastChange,
-        choice("A_ARG_TYPE_SeekMode", {"TRACK_NR", "REL_TIME", "ABS_TIME"}, kSeekModeNotSupported),
+        choice("A_ARG_TYPE_SeekMode", {"TRACK_NR", "REL_TIME", "ABS_TIME", "X_DLNA_REL_BYTE"},
+               kSeekModeNotSupported),
         text("A_ARG_TYPE_SeekTarget"),
+        text("X_DLNA_RelativeBytePosition"),
+        text("X_DLNA_AbsoluteBytePosition"),
+        text("X_DLNA_CurrentTrackSize"),
         instance,
     };
 }
@@ -78,6 +83,9 @@ std::vector<ServiceAction> actions() {
         {"SetAVTransportURI",
          {instance, in("CurrentURI", "AVTransportURI"),
           in("CurrentURIMetaData", "AVTransportURIMetaData")}},
+        {"SetNextAVTransportURI",
+         {instance, in("NextURI", "NextAVTransportURI"),
+          in("NextURIMetaData", "NextAVTransportURIMetaData")}},
         {"GetMediaInfo",
          {instance, out("NrTracks", "NumberOfTracks"), out("MediaDuration", "CurrentMediaDuration"),
           out("CurrentURI", "AVTransportURI"), out("CurrentURIMetaData", "AVTransportURIMetaData"),
@@ -94,6 +102,10 @@ std::vector<ServiceAction> actions() {
           out("TrackMetaData", "CurrentTrackMetaData"), out("TrackURI", "CurrentTrackURI"),
           out("RelTime", "RelativeTimePosition"), out("AbsTime", "AbsoluteTimePosition"),
           out("RelCount", "RelativeCounterPosition"), out("AbsCount", "AbsoluteCounterPosition")}},
+        {"X_DLNA_GetBytePositionInfo",
+         {instance, out("TrackSize", "X_DLNA_CurrentTrackSize"),
+          out("RelByte", "X_DLNA_RelativeBytePosition"),
+          out("AbsByte", "X_DLNA_AbsoluteBytePosition")}},
         {"GetDeviceCapabilities",
          {instance, out("PlayMedia", "PossiblePlaybackStorageMedia"),
           out("RecMedia", "PossibleRecordStorageMedia"),

@@ -66,7 +66,8 @@ TEST_F(Actions, AnswerUnknownActionsWith401) {
 TEST_F(Actions, CheckTheInstance) {
     for (const char* action :
          {"GetMediaInfo", "GetTransportInfo", "GetPositionInfo", "Stop", "GetDeviceCapabilities",
-          "GetTransportSettings", "Pause", "Next", "Previous", "GetCurrentTransportActions"}) {
+          "GetTransportSettings", "Pause", "Next", "Previous", "GetCurrentTransportActions",
+          "X_DLNA_GetBytePositionInfo"}) {
         EXPECT_EQ(error(kAvt, action, in("InstanceID", "1")), 718) << action;
         EXPECT_EQ(error(kAvt, action, in("InstanceID", "none")), 402) << action;
         EXPECT_EQ(error(kAvt, action, ""), 402) << action;

@@ -177,36 +177,6 @@ TEST_F(TheSettings, AreRefusedWithTheVariablesName) {
     EXPECT_FALSE(read());
 }
 
-constexpr const char* kDidl =
-    "<DIDL-Lite xmlns=\"urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/\" "
-    "xmlns:dc=\"http://purl.org/dc/elements/1.1/\" "
-    "xmlns:upnp=\"urn:schemas-upnp-org:metadata-1-0/upnp/\">"
-    "<item id=\"1\" parentID=\"0\" restricted=\"1\"><dc:title>A &amp; B</dc:title>"
-    "<upnp:class>object.item.videoItem</upnp:class>"
-    "<res protocolInfo=\"http-get:*:image/jpeg:*\">http://a/cover.jpg</res>"
-    "<res protocolInfo=\"http-get:*:video/mp4:DLNA.ORG_OP=01\" duration=\"0:01:40.500\">"
-    "http://a/film.mp4</res></item></DIDL-Lite>";
-
-TEST(MediaInformation, ComesFromTheResourceThatIsPlayed) {
-    const MediaInfo info = readMediaInfo(kDidl, "http://a/film.mp4");
-    EXPECT_TRUE(info.readable);
-    EXPECT_EQ(info.title, "A & B");
-    EXPECT_EQ(info.mimeType, "video/mp4");
-    EXPECT_EQ(info.durationSec, 100u);
-    EXPECT_NE(info.protocolInfo.find("DLNA.ORG_OP=01"), std::string::npos);
-    EXPECT_EQ(readMediaInfo(kDidl, "http://a/other").mimeType, "image/jpeg") << "else the first";
-}
-
-TEST(MediaInformation, IsEmptyForWhatIsNoDidl) {
-    for (const char* text : {"", "NOT_IMPLEMENTED", "<DIDL-Lite>", "<a/>",
-                             "<DIDL-Lite><item>&</item></DIDL-Lite>", "<!DOCTYPE a><DIDL-Lite/>"}) {
-        const MediaInfo info = readMediaInfo(text, "http://a/film.mp4");
-        EXPECT_FALSE(info.readable) << text;
-        EXPECT_EQ(info.title, "");
-        EXPECT_EQ(info.mimeType, "");
-    }
-}
-
 TEST(MediaInformation, SaysWhatCanBePlayed) {
     EXPECT_TRUE(isPlayableMimeType(""));
     EXPECT_TRUE(isPlayableMimeType("video/mp4"));

@@ -19,9 +19,10 @@ public:
 /// Notes every command; accepts it at once unless told otherwise.
 class NotingPlayer : public PlayerPort {
 public:
-    void open(const std::string& uri, const std::string& metadata, CommandDone done) override {
-        lastMetadata = metadata;
-        note("open " + uri, std::move(done));
+    void open(const MediaOrder& order, CommandDone done) override {
+        lastMetadata = order.trackInfo;
+        lastOrder = order;
+        note("open " + order.trackUri, std::move(done));
     }
     void play(const std::string& speed, CommandDone done) override {
         note("play " + speed, std::move(done));
@@ -49,6 +50,7 @@ public:
 
     std::vector<std::string> commands;
     std::string lastMetadata;
+    MediaOrder lastOrder;
     bool answersAtOnce = true;
 
 private:
@@ -60,6 +62,17 @@ private:
         }
     }
     std::vector<CommandDone> waiting_;
+};
+
+/// Notes what is fetched; a test answers.
+class NotingPlaylists : public PlaylistPort {
+public:
+    void fetch(const std::string& uri, Fetched whenDone) override {
+        fetched.push_back(uri);
+        done = std::move(whenDone);
+    }
+    std::vector<std::string> fetched;
+    Fetched done;
 };
 
 class NotingSound : public SoundPort {

@@ -17,7 +17,7 @@ class TheServices : public testing::Test {
 protected:
     TheServices()
         : permission(clock, [] {}),
-          transport(clock, permission, player, [] {}),
+          transport(clock, permission, player, playlists, [] {}),
           rendering(permission, sound, [] {}) {}
 
     std::vector<std::pair<const ServiceDescription*, ActionTable>> all() {
@@ -29,6 +29,7 @@ protected:
 
     SteadyClock clock;
     NotingPlayer player;
+    NotingPlaylists playlists;
     NotingSound sound;
     Permission permission;
     Transport transport;

@@ -1,79 +1,15 @@
 // The transport and the viewer's permission, with a player that takes notes.
-#include "renderer/transport.h"
-
-#include <gtest/gtest.h>
-
-#include "applications/Vantor2/noting_ports.h"
+#include "transport_fixture.h"
 
 namespace vantor {
 namespace {
-
-using Commands = std::vector<std::string>;
-
-constexpr const char* kFilm = "http://192.0.2.1/film.mp4";
-constexpr const char* kSong = "http://192.0.2.1/song.mp3";
-
-std::string didl(const std::string& title, const std::string& protocolInfo) {
-    return "<DIDL-Lite xmlns=\"urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/\" "
-           "xmlns:dc=\"http://purl.org/dc/elements/1.1/\" "
-           "xmlns:upnp=\"urn:schemas-upnp-org:metadata-1-0/upnp/\">"
-           "<item id=\"1\" parentID=\"0\" restricted=\"1\"><dc:title>" +
-           title + "</dc:title><upnp:class>object.item</upnp:class><res protocolInfo=\"" +
-           protocolInfo +
-           "\" duration=\"0:01:40\">http://192.0.2.1/film.mp4</res></item></DIDL-Lite>";
-}
-
-PlayerReport reported(int state) {
-    PlayerReport report;
-    report.state = state;
-    report.speed = "1";
-    report.protocolInfo = "http-get:*:video/mp4:*";
-    report.durationSec = 100;
-    return report;
-}
-
-class ATransport : public testing::Test {
-protected:
-    ATransport()
-        : permission(clock, [this] { ++recordChanges; }),
-          transport(clock, permission, player, [this] { ++viewChanges; }) {}
-
-    TransportState state(const Controller& controller) const {
-        return transport.view(controller).state;
-    }
-    std::uint32_t firstId() const { return permission.requests().front().id; }
-    void passTime(std::chrono::seconds time) {
-        clock.shift += time;
-        permission.checkDeadlines();
-        transport.checkDeadlines();
-    }
-    /// The phone's film plays with the viewer's permission.
-    void playFilm() {
-        ASSERT_EQ(transport.setUri(phone, kFilm, ""), 0);
-        ASSERT_EQ(transport.play(phone, "1"), 0);
-        ASSERT_TRUE(permission.allow(firstId()));
-        transport.playerChanged(reported(5));
-        transport.playerChanged(reported(4));
-        ASSERT_EQ(state(phone), TransportState::playing);
-        player.taken();
-    }
-
-    const Controller phone{"192.0.2.10", "phone"};
-    const Controller tablet{"192.0.2.11", "tablet"};
-    SteadyClock clock;
-    NotingPlayer player;
-    int recordChanges = 0;
-    int viewChanges = 0;
-    Permission permission;
-    Transport transport;
-};
 
 TEST_F(ATransport, BeginsWithoutMedia) {
     EXPECT_EQ(state(phone), TransportState::noMedia);
     EXPECT_EQ(transport.play(phone, "1"), 701);
     EXPECT_EQ(transport.pause(phone), 701);
     EXPECT_EQ(transport.seek(phone, "REL_TIME", "0:00:01"), 701);
-    EXPECT_EQ(transport.skip(phone), 701);
+    EXPECT_EQ(transport.next(phone), 701);
     EXPECT_EQ(transport.stop(phone), 0);
     EXPECT_EQ(player.taken(), Commands{});
 }
@@ -221,7 +157,7 @@ TEST_F(ATransport, RefusesOthersOnSomebodyElsesMedia) {
     EXPECT_EQ(transport.pause(tablet), 606);
     EXPECT_EQ(transport.stop(tablet), 606);
     EXPECT_EQ(transport.seek(tablet, "REL_TIME", "0:00:05"), 606);
-    EXPECT_EQ(transport.skip(tablet), 606);
+    EXPECT_EQ(transport.next(tablet), 606);
     EXPECT_EQ(transport.setUri(tablet, "", ""), 606);
     EXPECT_EQ(state(tablet), TransportState::playing) << "reading is for everybody";
     EXPECT_EQ(player.taken(), Commands{});
@@ -394,7 +330,7 @@ TEST_F(ATransport, SeeksWithinTheMedia) {
     EXPECT_EQ(transport.seek(phone, "REL_TIME", "0:01:41"), 711);
     EXPECT_EQ(transport.seek(phone, "REL_TIME", "soon"), 711);
     EXPECT_EQ(transport.seek(phone, "TRACK_NR", "2"), 711);
-    EXPECT_EQ(transport.skip(phone), 711);
+    EXPECT_EQ(transport.next(phone), 711);
 }
 
 TEST_F(ATransport, DoesNotSeekWhereTheServerCannot) {

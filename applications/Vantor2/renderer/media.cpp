@@ -1,0 +1,113 @@
+#include "renderer/media.h"
+
+#include <algorithm>
+
+#include "common/text.h"
+#include "renderer/didl.h"
+
+namespace vantor {
+
+namespace {
+
+bool canPlay(const MediaResource& resource, const std::string& formats) {
+    return isPlayableAddress(resource.uri) && isPlayableMimeType(resource.mimeType) &&
+           isAmongFormats(resource.mimeType, formats);
+}
+
+// "video", "audio", "image", "application".
+std::string_view kindOf(const MediaResource& resource) {
+    return std::string_view(resource.mimeType).substr(0, resource.mimeType.find('/'));
+}
+
+// The resource with the wanted address if it can be played, else the first of its kind that can (a
+// film's cover is no film), else the wanted one after all: the player has the last word.
+const MediaResource* choose(const MediaItem& item, const std::string& uri,
+                            const std::string& formats) {
+    const auto& all = item.resources;
+    const auto named = std::find_if(
+        all.begin(), all.end(), [&](const MediaResource& resource) { return resource.uri == uri; });
+    if (named != all.end() && canPlay(*named, formats)) {
+        return &*named;
+    }
+    const auto other = std::find_if(all.begin(), all.end(), [&](const MediaResource& resource) {
+        const bool sameKind =
+            named == all.end() || kindOf(*named).empty() || kindOf(*named) == kindOf(resource);
+        return sameKind && canPlay(resource, formats);
+    });
+    if (other != all.end()) {
+        return &*other;
+    }
+    return named != all.end() ? &*named : (all.empty() ? nullptr : &all.front());
+}
+
+Track trackOf(const MediaItem& item, const MediaResource* resource) {
+    Track track;
+    track.metadata = item.didl;
+    track.info.title = item.title;
+    if (resource != nullptr) {
+        track.uri = resource->uri;
+        track.info.mimeType = resource->mimeType;
+        track.info.protocolInfo = resource->protocolInfo;
+        track.info.durationSec = resource->durationSec;
+        track.info.sizeBytes = resource->sizeBytes;
+    }
+    return track;
+}
+
+// An item whose resources do not name the address still describes it: many controllers send the
+// media server's own description of what they serve again from elsewhere.
+Track onlyTrack(const MediaItem& item, const std::string& uri, const std::string& formats) {
+    const bool named =
+        std::any_of(item.resources.begin(), item.resources.end(),
+                    [&](const MediaResource& resource) { return resource.uri == uri; });
+    Track track = trackOf(item, choose(item, uri, formats));
+    if (!named) {
+        track.uri = uri;
+    }
+    return track;
+}
+
+} // namespace
+
+Media describeMedia(const std::string& uri, const std::string& metadata,
+                    const std::string& formats) {
+    Media media;
+    media.uri = uri;
+    media.metadata = metadata;
+    const std::vector<MediaItem> items = readDidl(metadata);
+    if (items.size() <= 1) {
+        Track track;
+        track.uri = uri;
+        media.tracks.push_back(items.empty() ? track : onlyTrack(items.front(), uri, formats));
+        return media;
+    }
+    for (const MediaItem& item : items) {
+        const MediaResource* resource = choose(item, uri, formats);
+        if (resource == nullptr || !isPlayableAddress(resource->uri)) {
+            continue;
+        }
+        if (resource->uri == uri) {
+            media.start = media.tracks.size();
+        }
+        media.tracks.push_back(trackOf(item, resource));
+    }
+    if (media.tracks.empty()) {
+        media.tracks.push_back({uri, "", {}});
+    }
+    return media;
+}
+
+bool isAmongFormats(const std::string& mimeType, std::string_view formats) {
+    if (mimeType.empty() || formats.empty()) {
+        return true;
+    }
+    while (!formats.empty()) {
+        const std::string offered = mimeTypeOf(text::takeEntry(formats, ','));
+        if (offered.empty() || offered == mimeType) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace vantor

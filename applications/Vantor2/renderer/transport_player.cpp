@@ -1,0 +1,292 @@
+// What happens between the renderer and the player: opening, starting, following, failing.
+#include <utility>
+
+#include "base/log.h"
+#include "renderer/playlist.h"
+#include "renderer/transport.h"
+
+namespace vantor {
+
+namespace {
+
+// The player's states.
+enum PlayerState : int { kStopped = 1, kEnded = 2, kPaused = 3, kPlaying = 4, kOpening = 5 };
+
+} // namespace
+
+void Transport::load(Media media) {
+    permission_.noteAdmitted(media.owner);
+    forgetRefusal(media.owner);
+    refusedToAll_ = false;
+    queue_.load(std::move(media));
+    openTrack();
+}
+
+void Transport::openTrack() {
+    const bool active = !queue_.empty() && mediaState() != TransportState::stopped;
+    failed_ = false;
+    opened_ = false;
+    fresh_ = true;
+    playWanted_ = false;
+    resolving_ = false;
+    expecting_ = Expecting::nothing;
+    early_.reset();
+    ++generation_;
+    if (isPlaylist(queue_.track())) {
+        if (active) {
+            player_.stop([](bool) {}); // what was there before is over
+        }
+        report_ = PlayerReport();
+        resolvePlaylist();
+        return;
+    }
+    report_ = PlayerReport();
+    sendTrack();
+}
+
+void Transport::sendTrack() {
+    const Media& media = queue_.media();
+    const Track& track = queue_.track();
+    MediaOrder order;
+    order.trackUri = track.uri;
+    order.trackInfo = track.metadata;
+    order.mediaUri = media.tracks.size() > 1 ? media.uri : track.uri;
+    // The description of a long list would travel with every track of it; the track's own will do.
+    order.mediaInfo = media.tracks.size() > 1 ? std::string() : track.metadata;
+    player_.open(order, [this, generation = generation_](bool accepted) {
+        if (generation != generation_ || queue_.empty()) {
+            return;
+        }
+        if (!accepted) {
+            fail("the player did not take the media");
+            return;
+        }
+        opened_ = true;
+        if (early_) {
+            apply(*std::exchange(early_, std::nullopt));
+        }
+    });
+}
+
+void Transport::resolvePlaylist() {
+    resolving_ = true;
+    playlists_.fetch(queue_.track().uri,
+                     [this, generation = generation_](const std::optional<std::string>& text) {
+                         if (generation == generation_ && resolving_) {
+                             playlistArrived(text);
+                         }
+                     });
+}
+
+void Transport::playlistArrived(const std::optional<std::string>& text) {
+    resolving_ = false;
+    Media media = queue_.media();
+    std::vector<Track> tracks =
+        text ? readPlaylist(*text, queue_.track().uri, formats_) : std::vector<Track>();
+    if (tracks.empty()) {
+        fail(text ? "the playlist names nothing that can be played"
+                  : "the playlist cannot be fetched");
+        return;
+    }
+    media.tracks = std::move(tracks);
+    media.start = 0;
+    std::optional<Media> next = queue_.next();
+    queue_.load(std::move(media));
+    queue_.setNext(std::move(next));
+    const bool play = playWanted_;
+    openTrack();
+    if (play) {
+        start(resolvedSpeed_);
+    }
+    changed_();
+}
+
+// To another track, in the state of the one before.
+void Transport::changeTrack() {
+    const bool goesOn =
+        mediaState() == TransportState::playing || mediaState() == TransportState::transitioning;
+    openTrack();
+    if (goesOn) {
+        start("1");
+    }
+    changed_();
+}
+
+// The track has ended. Nothing starts on behalf of somebody who may not start anything any more.
+bool Transport::playFollowing() {
+    const bool admitted = permission_.check(ControlKind::player, queue_.media().owner) ==
+                          Permission::Verdict::admitted;
+    if (!admitted || !queue_.toFollowing()) {
+        return false;
+    }
+    openTrack();
+    start("1");
+    changed_();
+    return true;
+}
+
+void Transport::start(const std::string& speed) {
+    if (resolving_) {
+        playWanted_ = true;
+        resolvedSpeed_ = speed;
+        return;
+    }
+    expecting_ = Expecting::start;
+    expectingUntil_ = clock_.now() + kStartPatience;
+    sawOpening_ = report_.state == kOpening;
+    playWanted_ = true;
+    failed_ = false;
+    fresh_ = false;
+    player_.play(speed, [this, generation = generation_](bool accepted) {
+        if (!accepted && generation == generation_ && expecting_ == Expecting::start) {
+            fail("the player refused to play");
+        }
+    });
+}
+
+void Transport::halt() {
+    if (resolving_) {
+        playWanted_ = false; // nothing has reached the player yet
+        return;
+    }
+    expecting_ = Expecting::stop;
+    expectingUntil_ = clock_.now() + kStopPatience;
+    playWanted_ = false;
+    fresh_ = false;
+    player_.stop([this, generation = generation_](bool accepted) {
+        if (!accepted && generation == generation_ && expecting_ == Expecting::stop) {
+            logWarning("the player refused to stop");
+            expecting_ = Expecting::nothing;
+            changed_();
+        }
+    });
+}
+
+void Transport::clear() {
+    if (!queue_.empty() && mediaState() != TransportState::stopped) {
+        halt();
+    }
+    queue_.clear();
+    ++generation_;
+    resolving_ = false;
+    expecting_ = Expecting::nothing;
+    failed_ = false;
+    report_ = PlayerReport();
+    changed_();
+}
+
+void Transport::fail(const std::string& reason) {
+    logWarning(reason + ": " + (queue_.empty() ? std::string() : queue_.track().uri));
+    failed_ = true;
+    fresh_ = false;
+    playWanted_ = false;
+    expecting_ = Expecting::nothing;
+    changed_();
+}
+
+void Transport::playerChanged(const PlayerReport& report) {
+    if (!report.formats.empty() && report.formats != formats_) {
+        formats_ = report.formats;
+        changed_();
+    }
+    if (queue_.empty() || resolving_) {
+        return;
+    }
+    if (opened_) {
+        apply(report);
+        return;
+    }
+    // Most of what comes now is still about the media before; only these can be about ours.
+    if (report.state == kOpening || (report.state == kStopped && report.errorCode != 0)) {
+        early_ = report;
+    }
+}
+
+bool Transport::isResting(const PlayerReport& report) const {
+    return report.state == kStopped || (report.state == kEnded && !isImage());
+}
+
+void Transport::apply(const PlayerReport& report) {
+    // A player that dies when nothing plays any more has not failed to play. Nor has one that is
+    // taken from a shown photo by a TV which is being switched off: that lets nobody in before.
+    const bool dismissed =
+        report_.state == kEnded && permission_.policy(ControlKind::player) == ControlPolicy::nobody;
+    const bool rested = expecting_ == Expecting::nothing && (isResting(report_) || dismissed);
+    report_ = report;
+    if (report.state == kOpening) {
+        sawOpening_ = true;
+    }
+    if (report.state == kStopped && report.errorCode != 0 && expecting_ != Expecting::stop &&
+        !rested) {
+        fail("playing failed (" + std::to_string(report.errorCode) + " " + report.errorMessage +
+             ")");
+        return;
+    }
+    const bool resting = isResting(report);
+    if (expecting_ == Expecting::nothing && report.state == kEnded && resting && playWanted_ &&
+        playFollowing()) {
+        return;
+    }
+    switch (expecting_) {
+    case Expecting::start:
+        // A stop that comes before the opening is the end of what was there before.
+        if (report.state == kOpening || (resting && !sawOpening_)) {
+            break;
+        }
+        expecting_ = Expecting::nothing;
+        break;
+    case Expecting::stop:
+        if (resting) {
+            expecting_ = Expecting::nothing;
+        }
+        break;
+    case Expecting::nothing:
+        failed_ = failed_ && resting;
+        break;
+    }
+    if (expecting_ == Expecting::nothing) {
+        if (resting) {
+            fresh_ = fresh_ && !playWanted_;
+            playWanted_ = false;
+        } else if (report.state == kPlaying) {
+            fresh_ = false;
+            playWanted_ = true;
+        }
+    }
+    changed_();
+}
+
+void Transport::playerGone() {
+    if (queue_.empty() || resolving_) {
+        return;
+    }
+    const TransportState state = mediaState();
+    report_ = PlayerReport();
+    fresh_ = false;
+    if (state != TransportState::stopped) {
+        fail("the player has gone");
+    } else {
+        expecting_ = Expecting::nothing;
+        changed_();
+    }
+}
+
+std::optional<TimePoint> Transport::deadline() const {
+    return expecting_ == Expecting::nothing ? std::nullopt
+                                            : std::optional<TimePoint>(expectingUntil_);
+}
+
+void Transport::checkDeadlines() {
+    if (expecting_ == Expecting::nothing || clock_.now() < expectingUntil_) {
+        return;
+    }
+    // A player that opens has limits of its own; one that does nothing has failed.
+    if (expecting_ == Expecting::start && !sawOpening_) {
+        fail("the player does not start");
+        return;
+    }
+    expecting_ = Expecting::nothing;
+    changed_();
+}
+
+} // namespace vantor
