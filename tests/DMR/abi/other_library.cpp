@@ -1,4 +1,11 @@
-// A library that is not ours: the check of exported symbols must refuse it.
+// A library that is not ours: the checks of exported symbols and of static constructors must refuse
+// it.
+namespace {
+
+int* const gAllocated = new int(1);
+
+} // namespace
+
 extern "C" [[gnu::visibility("default")]] int somethingElse() {
-    return 0;
+    return *gAllocated;
 }
