@@ -45,7 +45,6 @@ RendererDevice::RendererDevice(const DeviceIdentity& identity, const RendererClo
                   }),
       transport_(clock, permission_, player, playlists_, [this] { transportChanged(); }),
       rendering_(permission_, sound, [this] { renderingChanged(); }),
-      sink_(sinkProtocolInfo()),
       notify_(limits.subscriptions),
       quota_(limits.subscriptionsPerHost, limits.subscriptions),
       transportEvents_(
@@ -60,14 +59,15 @@ RendererDevice::RendererDevice(const DeviceIdentity& identity, const RendererClo
                                         [this](const EventPeer&) {
                                             return renderingControlVariables(rendering_);
                                         })),
-      connectionEvents_(notify_, quota_,
-                        {[this](const EventPeer&) { return connectionManagerVariables(sink_); },
-                         [](const EventState& changed) { return changed; },
-                         std::chrono::milliseconds(0)}),
+      connectionEvents_(
+          notify_, quota_,
+          {[this](const EventPeer&) {
+               return connectionManagerVariables(sinkProtocolInfo(transport_.formats()));
+           },
+           [](const EventState& changed) { return changed; }, std::chrono::milliseconds(0)}),
       transportControl_(avTransportDescription(), avTransportActions(transport_)),
       renderingControl_(renderingControlDescription(), renderingControlActions(rendering_)),
-      connectionControl_(connectionManagerDescription(),
-                         connectionManagerActions(transport_, sink_)),
+      connectionControl_(connectionManagerDescription(), connectionManagerActions(transport_)),
       server_(serverProduct(identity.version), limits.guard) {
     addDocuments(identity);
     addServices();
@@ -116,6 +116,10 @@ void RendererDevice::setOnNetwork(bool on) {
 void RendererDevice::transportChanged() {
     armDeadline();
     transportEvents_.stateChanged();
+    if (announcedFormats_ != transport_.formats()) {
+        announcedFormats_ = transport_.formats();
+        connectionEvents_.stateChanged();
+    }
 }
 
 void RendererDevice::renderingChanged() {

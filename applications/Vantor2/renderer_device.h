@@ -63,7 +63,7 @@ private:
     PlaylistFetcher playlists_;
     Transport transport_;
     Rendering rendering_;
-    std::string sink_;
+    std::string announcedFormats_;
 
     NotifySender notify_;
     SubscriptionQuota quota_;

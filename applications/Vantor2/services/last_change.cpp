@@ -7,7 +7,7 @@ namespace vantor {
 namespace {
 
 bool belongsToChannel(const std::string& variable) {
-    return variable == "Volume" || variable == "Mute";
+    return variable == "Volume" || variable == "VolumeDB" || variable == "Mute";
 }
 
 } // namespace

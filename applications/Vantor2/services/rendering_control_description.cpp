@@ -1,5 +1,5 @@
 // RenderingControl:1 with volume and mute of the master channel.
-#include "services/service_description.h"
+#include "services/renderer_services.h"
 
 namespace vantor {
 
@@ -15,6 +15,13 @@ std::vector<ServiceVariable> variables() {
         {"LastChange", DataType::text, true, {}, {}, kArgumentValueInvalid, 0},
         {"Mute", DataType::boolean, false, {}, {}, kArgumentValueInvalid, 0},
         {"Volume", DataType::ui2, false, {}, {{0, 100, 1}}, kArgumentValueOutOfRange, 0},
+        {"VolumeDB",
+         DataType::i2,
+         false,
+         {},
+         {{kLeastDecibels, 0, 1}},
+         kArgumentValueOutOfRange,
+         0},
         {"A_ARG_TYPE_Channel", DataType::text, false, {"Master"}, {}, kInvalidChannel, 0},
         {"A_ARG_TYPE_InstanceID", DataType::ui4, false, {}, {}, 0, kInvalidInstance},
         {"A_ARG_TYPE_PresetName", DataType::text, false, {"FactoryDefaults"}, {}, kInvalidName, 0},
@@ -31,6 +38,10 @@ std::vector<ServiceAction> actions() {
         {"SetMute", {instance, channel, {"DesiredMute", true, "Mute"}}},
         {"GetVolume", {instance, channel, {"CurrentVolume", false, "Volume"}}},
         {"SetVolume", {instance, channel, {"DesiredVolume", true, "Volume"}}},
+        {"GetVolumeDB", {instance, channel, {"CurrentVolume", false, "VolumeDB"}}},
+        {"SetVolumeDB", {instance, channel, {"DesiredVolume", true, "VolumeDB"}}},
+        {"GetVolumeDBRange",
+         {instance, channel, {"MinValue", false, "VolumeDB"}, {"MaxValue", false, "VolumeDB"}}},
     };
 }
 

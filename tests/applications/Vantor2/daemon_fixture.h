@@ -33,6 +33,7 @@ namespace vantor {
 
 constexpr const char* kAvt = "urn:schemas-upnp-org:service:AVTransport:1";
 constexpr const char* kRcs = "urn:schemas-upnp-org:service:RenderingControl:1";
+constexpr const char* kCms = "urn:schemas-upnp-org:service:ConnectionManager:1";
 
 /// Waits until `condition` holds; false when it does not within `limit`.
 inline bool waitUntil(const std::function<bool()>& condition,
@@ -144,6 +145,7 @@ public:
         spec.layout = &ContentPlayerServiceTemplate;
         spec.instance = "main";
         spec.initial = playerRecord(1);
+        spec.initial.setText("mMedia.mDLNAProfile", "http-get:*:video/mp4:*");
         spec.argumentLayouts = {&ContentPlayerServiceURIExTemplate};
         spec.onCommand = [this](const statebus::Command& command) {
             const auto* text = std::get_if<std::string>(&command.argument);

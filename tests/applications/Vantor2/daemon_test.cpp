@@ -51,8 +51,9 @@ protected:
             "<s:Body><u:" +
             action + " xmlns:u=\"" + service + "\">" + arguments + "</u:" + action +
             "></s:Body></s:Envelope>";
-        const std::string path =
-            service == kAvt ? "/AVTransport/control" : "/RenderingControl/control";
+        const std::string path = service == kAvt   ? "/AVTransport/control"
+                                 : service == kRcs ? "/RenderingControl/control"
+                                                   : "/ConnectionManager/control";
         return httpExchange(
             port, "POST " + path + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port) +
                       "\r\nUser-Agent: " + agent + "\r\nConnection: close\r\nSOAPAction: \"" +
@@ -158,6 +159,17 @@ TEST_F(TheDaemon, TakesAFilmThroughPermissionToThePlayer) {
     EXPECT_TRUE(tv->waitForNote("mMaster.mfMute=1"));
     EXPECT_TRUE(succeeded(call(kAvt, "Stop", kInstance)));
     EXPECT_TRUE(tv->waitForNote("stop"));
+}
+
+TEST_F(TheDaemon, OffersWhatThePlayerSaysThatItOpens) {
+    start();
+    const auto sink = [&] {
+        return element(call(kCms, "GetProtocolInfo", ""), "Sink");
+    };
+    EXPECT_NE(sink().find("image/jpeg"), std::string::npos) << "the usual formats until it says";
+    tv->publishPlayer();
+    EXPECT_TRUE(waitUntil([&] { return sink().find("image/jpeg") == std::string::npos; }));
+    EXPECT_NE(sink().find("http-get:*:video/mp4:*"), std::string::npos);
 }
 
 TEST_F(TheDaemon, TellsTheControllerOfTheNo) {

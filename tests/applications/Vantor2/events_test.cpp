@@ -191,6 +191,19 @@ TEST_F(Events, OfTheOtherServicesBeginWithTheirs) {
     EXPECT_NE(connections.events[0].body.find("<CurrentConnectionIDs>0<"), std::string::npos);
 }
 
+TEST_F(Events, TellWhatThePlayerCanOpenWhenThatChanges) {
+    Subscriber subscriber;
+    ASSERT_EQ(statusOf(subscribe(subscriber, "ConnectionManager")), 200);
+    ASSERT_TRUE(subscriber.waitFor(1));
+    PlayerReport resting;
+    resting.formats = "http-get:*:audio/mpeg:*";
+    device->transport().playerChanged(resting);
+    ASSERT_TRUE(subscriber.waitFor(2));
+    EXPECT_NE(subscriber.events[1].body.find("DLNA.ORG_PN=MP3"), std::string::npos);
+    EXPECT_EQ(subscriber.events[1].body.find("SourceProtocolInfo"), std::string::npos);
+    EXPECT_EQ(subscriber.events[1].body.find("video/mp4"), std::string::npos);
+}
+
 TEST_F(Events, GatherWhatHappensWithinTheInterval) {
     Subscriber subscriber;
     subscribe(subscriber);

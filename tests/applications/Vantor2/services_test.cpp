@@ -23,8 +23,7 @@ protected:
     std::vector<std::pair<const ServiceDescription*, ActionTable>> all() {
         return {{&avTransportDescription(), avTransportActions(transport)},
                 {&renderingControlDescription(), renderingControlActions(rendering)},
-                {&connectionManagerDescription(),
-                 connectionManagerActions(transport, sinkProtocolInfo())}};
+                {&connectionManagerDescription(), connectionManagerActions(transport)}};
     }
 
     SteadyClock clock;
@@ -215,6 +214,45 @@ TEST_F(TheServices, AskForSoundControlUnderThatPolicy) {
     EXPECT_EQ(sound.commands, (std::vector<std::string>{"volume 30", "mute"}));
     EXPECT_EQ(rendering.setVolume(phone, 31), 0);
     EXPECT_TRUE(permission.requests().empty()) << "it is let in now";
+}
+
+TEST(TheVolumeInDecibels, IsTheVolumeOnACubicScale) {
+    EXPECT_EQ(decibelsOf(100), 0);
+    EXPECT_EQ(decibelsOf(50), -4624) << "18 dB less";
+    EXPECT_EQ(decibelsOf(10), -15360) << "60 dB less";
+    EXPECT_EQ(decibelsOf(0), kLeastDecibels);
+    for (unsigned volume = 0; volume <= 100; ++volume) {
+        EXPECT_EQ(volumeOf(decibelsOf(volume)), volume);
+    }
+    EXPECT_EQ(volumeOf(kLeastDecibels + 1), 1u) << "only the least is silence";
+}
+
+TEST_F(TheServices, SetTheSoundInDecibelsToo) {
+    rendering.soundChanged(100, false);
+    ActionTable table = renderingControlActions(rendering);
+    const Controller phone{"192.0.2.1", "phone"};
+    const SoapArguments quieter = {{"DesiredVolume", "-4624"}};
+    EXPECT_EQ(table.at("SetVolumeDB")(phone, ActionArguments(quieter)).error, 0);
+    EXPECT_EQ(sound.commands, std::vector<std::string>{"volume 50"});
+    const SoapArguments none;
+    EXPECT_EQ(table.at("GetVolumeDB")(phone, ActionArguments(none)).results.front().second,
+              "-4624");
+    const SoapArguments tooLoud = {
+        {"InstanceID", "0"}, {"Channel", "Master"}, {"DesiredVolume", "1"}};
+    const auto& service = renderingControlDescription();
+    EXPECT_EQ(checkArguments(service, *service.findAction("SetVolumeDB"), tooLoud), 601);
+}
+
+TEST(TheSink, NamesWhatThePlayerOpensAndTheProfilesThatBelongToIt) {
+    const std::string sink = sinkProtocolInfo("http-get:*:audio/mpeg:*,http-get:*:video/webm:*");
+    EXPECT_NE(sink.find("http-get:*:audio/mpeg:DLNA.ORG_PN=MP3,"), std::string::npos);
+    EXPECT_NE(sink.find("http-get:*:video/webm:*"), std::string::npos);
+    EXPECT_EQ(sink.find("JPEG_LRG"), std::string::npos);
+    EXPECT_EQ(sink.find("video/mp4"), std::string::npos);
+    EXPECT_NE(sink.find("audio/x-mpegurl"), std::string::npos);
+    EXPECT_NE(sinkProtocolInfo("").find("http-get:*:image/jpeg:DLNA.ORG_PN=JPEG_LRG"),
+              std::string::npos);
+    EXPECT_NE(sinkProtocolInfo("").find("http-get:*:video/mp4:*"), std::string::npos);
 }
 
 } // namespace
