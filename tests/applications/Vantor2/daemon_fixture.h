@@ -145,7 +145,7 @@ public:
         spec.layout = &ContentPlayerServiceTemplate;
         spec.instance = "main";
         spec.initial = playerRecord(1);
-        spec.initial.setText("mMedia.mDLNAProfile", "http-get:*:video/mp4:*");
+        spec.initial->setText("mMedia.mDLNAProfile", "http-get:*:video/mp4:*");
         spec.argumentLayouts = {&ContentPlayerServiceURIExTemplate};
         spec.onCommand = [this](const statebus::Command& command) {
             const auto* text = std::get_if<std::string>(&command.argument);
