@@ -50,8 +50,8 @@ int MediaRendererService_deny_operation(zeSBusManager* aManager, const char* aIn
 int MediaRendererService_setfriendlyname(zeSBusManager* aManager, const char* aInstance,
                                          const char* aName);
 
-// Registrations return what the manager answered. A locked record is null when none is known; any
-// non-zero `aChanged` counts as true.
+// Registrations return what the manager answered, false without one. A locked record is null when
+// none is known; any non-zero `aChanged` counts as true. A null record is not unlocked.
 
 bool ContentPlayerService_RegisterToStateChange(zeSBusManager* aManager, const char* aInstance,
                                                 zeSBusStateChangeHandler aHandler, void* aUser);

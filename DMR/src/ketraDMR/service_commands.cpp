@@ -23,10 +23,30 @@ int sendToRenderer(zeSBusCommand&& aCommand, zeSBusManager* aManager, const char
                 aInstance);
 }
 
+bool subscribe(zeSBusManager* aManager, const zeSBusStateTemplate& aTemplate, const char* aInstance,
+               zeSBusStateChangeHandler aHandler, void* aUser) {
+    return aManager != nullptr &&
+           aManager->RegisterToStateChange(&aTemplate, aInstance, aHandler, aUser);
+}
+
+bool unsubscribe(zeSBusManager* aManager, const zeSBusStateTemplate& aTemplate,
+                 const char* aInstance, zeSBusStateChangeHandler aHandler) {
+    return aManager != nullptr &&
+           aManager->UnregisterToStateChange(&aTemplate, aInstance, aHandler);
+}
+
 template <typename State>
 const State* lockState(zeSBusManager* aManager, const zeSBusStateTemplate& aTemplate,
                        const char* aInstance) {
-    return static_cast<const State*>(aManager->LockState(typeOf(aTemplate), aInstance));
+    return aManager != nullptr
+               ? static_cast<const State*>(aManager->LockState(typeOf(aTemplate), aInstance))
+               : nullptr;
+}
+
+void unlockState(zeSBusManager* aManager, const zeSBusStateSerializable* aState, int aChanged) {
+    if (aManager != nullptr && aState != nullptr) {
+        aManager->UnlockState(aState, aChanged != 0);
+    }
 }
 
 } // namespace
@@ -121,13 +141,12 @@ int MediaRendererService_setfriendlyname(zeSBusManager* aManager, const char* aI
 
 bool ContentPlayerService_RegisterToStateChange(zeSBusManager* aManager, const char* aInstance,
                                                 zeSBusStateChangeHandler aHandler, void* aUser) {
-    return aManager->RegisterToStateChange(&ContentPlayerServiceTemplate, aInstance, aHandler,
-                                           aUser);
+    return subscribe(aManager, ContentPlayerServiceTemplate, aInstance, aHandler, aUser);
 }
 
 bool ContentPlayerService_UnregisterToStateChange(zeSBusManager* aManager, const char* aInstance,
                                                   zeSBusStateChangeHandler aHandler) {
-    return aManager->UnregisterToStateChange(&ContentPlayerServiceTemplate, aInstance, aHandler);
+    return unsubscribe(aManager, ContentPlayerServiceTemplate, aInstance, aHandler);
 }
 
 const ContentPlayerService* ContentPlayerService_LockState(zeSBusManager* aManager,
@@ -137,17 +156,17 @@ const ContentPlayerService* ContentPlayerService_LockState(zeSBusManager* aManag
 
 void ContentPlayerService_UnlockState(zeSBusManager* aManager, const ContentPlayerService* aState,
                                       int aChanged) {
-    aManager->UnlockState(aState, aChanged != 0);
+    unlockState(aManager, aState, aChanged);
 }
 
 bool SoundService_RegisterToStateChange(zeSBusManager* aManager, const char* aInstance,
                                         zeSBusStateChangeHandler aHandler, void* aUser) {
-    return aManager->RegisterToStateChange(&SoundServiceTemplate, aInstance, aHandler, aUser);
+    return subscribe(aManager, SoundServiceTemplate, aInstance, aHandler, aUser);
 }
 
 bool SoundService_UnregisterToStateChange(zeSBusManager* aManager, const char* aInstance,
                                           zeSBusStateChangeHandler aHandler) {
-    return aManager->UnregisterToStateChange(&SoundServiceTemplate, aInstance, aHandler);
+    return unsubscribe(aManager, SoundServiceTemplate, aInstance, aHandler);
 }
 
 const SoundService* SoundService_LockState(zeSBusManager* aManager, const char* aInstance) {
@@ -155,18 +174,17 @@ const SoundService* SoundService_LockState(zeSBusManager* aManager, const char* 
 }
 
 void SoundService_UnlockState(zeSBusManager* aManager, const SoundService* aState, int aChanged) {
-    aManager->UnlockState(aState, aChanged != 0);
+    unlockState(aManager, aState, aChanged);
 }
 
 bool MediaRendererService_RegisterToStateChange(zeSBusManager* aManager, const char* aInstance,
                                                 zeSBusStateChangeHandler aHandler, void* aUser) {
-    return aManager->RegisterToStateChange(&MediaRendererServiceTemplate, aInstance, aHandler,
-                                           aUser);
+    return subscribe(aManager, MediaRendererServiceTemplate, aInstance, aHandler, aUser);
 }
 
 bool MediaRendererService_UnregisterToStateChange(zeSBusManager* aManager, const char* aInstance,
                                                   zeSBusStateChangeHandler aHandler) {
-    return aManager->UnregisterToStateChange(&MediaRendererServiceTemplate, aInstance, aHandler);
+    return unsubscribe(aManager, MediaRendererServiceTemplate, aInstance, aHandler);
 }
 
 const MediaRendererService* MediaRendererService_LockState(zeSBusManager* aManager,
@@ -176,5 +194,5 @@ const MediaRendererService* MediaRendererService_LockState(zeSBusManager* aManag
 
 void MediaRendererService_UnlockState(zeSBusManager* aManager, const MediaRendererService* aState,
                                       int aChanged) {
-    aManager->UnlockState(aState, aChanged != 0);
+    unlockState(aManager, aState, aChanged);
 }

@@ -222,6 +222,24 @@ TEST_F(ThePlayerDeathTest, IsExecutedInTheChildWithoutArgumentsAndWithItsLibrari
                 "execv(\"/applications/DLNA/release/bin/zeGStreamerPlayer\", null)\n");
 }
 
+TEST_F(ThePlayerDeathTest, IsNobodyWhomItsOwnChildCouldKill) {
+    // What runs at the child's exit may end the service's life once more. Process 0 would be the
+    // whole group.
+    nextForkAnswers(0);
+    system().onExecv = [](const char*, char* const*) {
+        return EACCES;
+    };
+    system().onExit = [](int) {
+        fake::Journal::instance().clear();
+        KetraSrv_DLNA::kill_zeGStreamerPlayer();
+    };
+    EXPECT_ENDS(KetraSrv_DLNA::launch_zeGStreamerPlayer(), 1,
+                "-> Original env = /usr/x:/y\n"
+                "strEnv (add dlna lib path to head) = /vxlib/DLNA:/vendor/lib/DLNA:/usr/x:/y\n"
+                "===========launch zeGStreamerPlayer\n"
+                "Launch zeGStreamerPlayer fail: ErrCode = 13, Permission denied\n");
+}
+
 TEST_F(ThePlayerDeathTest, EndsTheChildWhenItIsMissing) {
     nextForkAnswers(0);
     system().onExecv = [](const char*, char* const*) {

@@ -1,4 +1,5 @@
 // The renderer daemon: started, hidden, killed and renamed, step by step.
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <string>
@@ -156,6 +157,18 @@ TEST_F(AKill, WaitsUntilTheDaemonReportsItselfInvisible) {
                              trace("DMR_KillVantor2", "DMRVisibleFlag = 0\n") + killed());
     EXPECT_EQ(calls(), Calls({hiding(), "sleep(1)", "sleep(1)", "sleep(1)", kIgnoreChildren,
                               killing(4711)}));
+}
+
+TEST_F(AKill, OfADaemonThatStaysVisibleWaitsHoweverLongThatIs) {
+    constexpr int kManySeconds = 20000;
+    process() = 4711;
+    Access::visible(dmr()) = 1;
+    system().maxSleeps = kManySeconds;
+    hidesAfter(kManySeconds);
+    EXPECT_EQ(dmr().DMR_KillVantor2(), TRUE);
+    const Calls all = calls();
+    EXPECT_EQ(std::count(all.begin(), all.end(), "sleep(1)"), kManySeconds);
+    EXPECT_EQ(all.back(), killing(4711));
 }
 
 TEST_F(AKill, TakesTheResultOfTheSignalAsItIs) {

@@ -286,6 +286,23 @@ TEST_F(Finalising, StopsThePlayerOnceASecondUntilItIsNoLongerBusy) {
     KetraSrv_DLNADMR::DestroyInstance();
 }
 
+TEST_F(Finalising, StopsAPlayerThatDoesNotListenHoweverOftenThatIs) {
+    constexpr int kManySeconds = 20000;
+    Access::playerState(dmr()) = 4;
+    system().maxSleeps = kManySeconds;
+    int slept = 0;
+    system().onSleep = [&](unsigned) {
+        if (++slept == kManySeconds) {
+            Access::playerState(dmr()) = 1;
+        }
+    };
+    dmr().MediaPlayer_Finalize();
+    const Calls all = ordered();
+    EXPECT_EQ(std::count(all.begin(), all.end(), dmrtest::command("stop")), kManySeconds);
+    KetraSrv_DLNA::launch_zeGStreamerPlayer();
+    KetraSrv_DLNADMR::DestroyInstance();
+}
+
 TEST_F(Finalising, StopsNoPlayerThatStoppedOrFinished) {
     for (const U32 idle : {1u, 2u}) {
         Access::playerState(dmr()) = idle;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "DMR/support/bare_fixture.h"
 #include "DMR/support/printed.h"
 #include "DMR/support/renderer_fixture.h"
 
@@ -23,6 +24,20 @@ TEST_F(AnAudioTrack, BelowTheNumberOfTracksIsSent) {
         EXPECT_EQ(dmr().MM_Interface_ChangeAudioTrack(kMovie, index), TRUE);
         EXPECT_EQ(printed(), "");
         EXPECT_EQ(calls(), Calls({custom("AudioTrackIndex", std::to_string(index))}));
+    }
+}
+
+using AnAudioTrackOfAnotherService = dmrtest::Bare;
+
+TEST_F(AnAudioTrackOfAnotherService, IsCountedByItsOwnMetadataQuery) {
+    for (const char* const answer : {"2", ""}) {
+        auto* const service = new Access::Answering(answer);
+        KetraSrv_DLNADMR::m_pInstance = service;
+        Access::mediaInfo(*service) = "nb-audio-track:1";
+        EXPECT_EQ(service->MM_Interface_ChangeAudioTrack(kMovie, 1), *answer != '\0');
+        EXPECT_EQ(service->asked, "2,22;");
+        KetraSrv_DLNA::launch_zeGStreamerPlayer();
+        KetraSrv_DLNADMR::DestroyInstance();
     }
 }
 

@@ -72,6 +72,20 @@ TEST_F(ANotice, OfAnUnknownTypeIsPrintedAndChangesNothing) {
     }
 }
 
+TEST_F(ANotice, WithoutANameIsPrintedAsOneThatIsEmptyAndChangesNothing) {
+    for (const bool added : {true, false}) {
+        ConsoleStatusMon::RemoteSBusState_Callback(&manager(), &link(), nullptr, added);
+        EXPECT_EQ(console(), std::string("Service '' ") + (added ? "added\n" : "removed\n"));
+    }
+    EXPECT_EQ(fake::Journal::instance().lines({fake::Kind::kRegistration}), Calls());
+}
+
+TEST_F(ANotice, WithoutAManagerIsPrintedAndSubscribesToNothing) {
+    ConsoleStatusMon::RemoteSBusState_Callback(nullptr, &link(), "ContentPlayerService$main", true);
+    EXPECT_EQ(console(), "Service 'ContentPlayerService$main' added\n");
+    EXPECT_EQ(fake::Journal::instance().lines({fake::Kind::kRegistration}), Calls());
+}
+
 TEST_F(ANotice, IsHandledUnderTheLock) {
     bus().notice("SoundService$main", true);
     EXPECT_EQ(calls(), Calls({"added \"SoundService$main\"", "zeMutex_Lock(mutex1) = 0",

@@ -152,6 +152,18 @@ protected:
         fake::failNext(fake::Failable::kRegisterToStateChange);                                    \
         EXPECT_FALSE(aType##_RegisterToStateChange(&manager(), "main", &ignoreChange, nullptr));   \
     }                                                                                              \
+    TEST_F(AStateWrapper, OfA##aType##WithoutAManagerOrARecordDoesNothing) {                       \
+        bus().appear(statebus::Record(aType##Template), "main");                                   \
+        const aType* record = aType##_LockState(&manager(), "main");                               \
+        asked();                                                                                   \
+        EXPECT_FALSE(aType##_RegisterToStateChange(nullptr, "main", &ignoreChange, nullptr));      \
+        EXPECT_FALSE(aType##_UnregisterToStateChange(nullptr, "main", &ignoreChange));             \
+        EXPECT_EQ(aType##_LockState(nullptr, "main"), nullptr);                                    \
+        aType##_UnlockState(nullptr, record, 1);                                                   \
+        aType##_UnlockState(&manager(), nullptr, 1);                                               \
+        EXPECT_EQ(asked(), Calls());                                                               \
+        aType##_UnlockState(&manager(), record, 0);                                                \
+    }                                                                                              \
     TEST_F(AStateWrapper, LocksAndUnlocksTheLast##aType) {                                         \
         EXPECT_EQ(aType##_LockState(&manager(), "main"), nullptr);                                 \
         bus().appear(statebus::Record(aType##Template), "main");                                   \

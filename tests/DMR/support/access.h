@@ -31,6 +31,23 @@ struct KetraTestAccess {
     static U32& positionSec(KetraSrv_DLNADMR& service) { return service.m_u32PlayPositionSec; }
     static std::string& mediaInfo(KetraSrv_DLNADMR& service) { return service.mMediaInfoStr; }
 
+    /// A service that answers metadata queries itself: whoever goes by the table comes by here.
+    class Answering : public KetraSrv_DLNADMR {
+    public:
+        explicit Answering(std::string answer) : answer_(std::move(answer)) {}
+        BOOL MM_Interface_GetMetaData(EN_MM_INTERFACE_MEDIA_TYPE mediaType,
+                                      EN_MM_INTERFACE_META_DATA item,
+                                      std::string& answer) override {
+            asked += std::to_string(mediaType) + "," + std::to_string(item) + ";";
+            answer = answer_;
+            return answer_.empty() ? FALSE : TRUE;
+        }
+        std::string asked;
+
+    private:
+        const std::string answer_;
+    };
+
     static zeMultiMBusEngine*& engine(ConsoleStatusMon& link) { return link.mEngine; }
     static zeSBusManager*& manager(ConsoleStatusMon& link) { return link.mManager; }
     static ConsoleStatusMon::InstanceList& players(ConsoleStatusMon& link) {
