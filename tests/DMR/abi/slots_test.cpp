@@ -12,8 +12,10 @@
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <link.h>
 #include <unistd.h>
 
+#include "ConsoleStatusMon.h"
 #include "KetraSrv_DLNADMR.h"
 
 namespace {
@@ -33,6 +35,19 @@ KetraSrv_DLNADMR& service() {
 
 void* const* tableOf(const void* aObject) {
     return *static_cast<void* const* const*>(aObject);
+}
+
+/// Offset to the object's start, and the type.
+constexpr std::size_t kWordsInFrontOfATable = 2;
+
+/// Size of an object's virtual table in the shipped library, with what stands in front of it.
+std::size_t wordsOfTable(const void* aObject) {
+    Dl_info info;
+    void* entry = nullptr;
+    if (dladdr1(tableOf(aObject), &info, &entry, RTLD_DL_SYMENT) == 0 || entry == nullptr) {
+        return 0;
+    }
+    return static_cast<const ElfW(Sym)*>(entry)->st_size / sizeof(void*);
 }
 
 /// Calls what stands in a slot with the arguments as they are.
@@ -484,6 +499,19 @@ TEST(TheTableOfTheService, EndsWithTwoSpareOperations) {
     EXPECT_EQ(callSlot<BOOL>(kSlotBeforeOperations + kOperations + 1), FALSE);
     EXPECT_EQ(callSlot<BOOL>(kSlotBeforeOperations + kOperations + 2), FALSE);
 }
+
+TEST(TheTableOfTheService, HasNoSlotBehindTheSpareOperations) {
+    EXPECT_EQ(wordsOfTable(&service()), kWordsInFrontOfATable + 8 + kOperations + 2);
+}
+
+TEST(TheTableOfTheLink, HoldsItsDestructorsOnly) {
+    const ConsoleStatusMon link;
+    EXPECT_EQ(wordsOfTable(&link), kWordsInFrontOfATable + 2);
+}
+
+// The classes between the service base and the service add operations and nothing else.
+static_assert(sizeof(KetraSrv_MMInterface) == sizeof(KetraSrv));
+static_assert(sizeof(KetraSrv_DLNAMMInterface) == sizeof(KetraSrv));
 
 TEST(TheTableOfTheService, HasEveryOperationInItsSlotByName) {
     for (const Operation& operation : kFatalCalls) {

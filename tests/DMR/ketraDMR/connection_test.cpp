@@ -1,6 +1,8 @@
 // The bus link connects and disconnects: in which order, and what is left when a step fails.
 #include "ConsoleStatusMon.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <type_traits>
 
@@ -58,6 +60,17 @@ TEST_F(ALink, IsCreatedUnconnectedAndControlledByTheLocalPlayer) {
     EXPECT_TRUE(Access::renderers(link).empty());
     expectDisconnected(link);
     EXPECT_EQ(calls(), Calls());
+}
+
+TEST_F(ALink, KeepsItsMembersInTheirOrder) {
+    ConsoleStatusMon link;
+    const void* const members[] = {&Access::engine(link),          &Access::manager(link),
+                                   &Access::players(link),         &Access::sounds(link),
+                                   &Access::renderers(link),       &Access::mutex(link),
+                                   &Access::controlledByDMP(link), &Access::lastPlayerState(link),
+                                   &Access::playerCallback(link),  &Access::soundCallback(link),
+                                   &Access::rendererCallback(link)};
+    EXPECT_TRUE(std::is_sorted(std::begin(members), std::end(members)));
 }
 
 TEST_F(ALink, StoresItsThreeCallbacksAndTheirUser) {
