@@ -1,20 +1,9 @@
-// push_film.js LOCATION URI: the package upnp-mediarenderer-client pushes a film, pauses, resumes,
-// seeks and stops it, each step when the event of the one before has come. One JSON object a step.
+// push_film_client.js LOCATION URI: the package upnp-mediarenderer-client pushes a film, pauses,
+// resumes, seeks and stops it, each step when the event of the one before has come. One JSON object a
+// step.
 'use strict';
 
-const http = require('http');
-
-// Two things that the package needs around it. It opens a connection for every call and says so,
-// which the agent of newer Node versions keeps all the same and then finds closed; and it never
-// answers the events that it receives.
-http.globalAgent = new http.Agent({ keepAlive: false });
-const createServer = http.createServer;
-http.createServer = (listener) =>
-    createServer((request, response) => {
-        request.on('end', () => response.end());
-        listener(request, response);
-    });
-
+require('./around_the_client');
 const Client = require('upnp-mediarenderer-client');
 
 const [location, uri] = process.argv.slice(2);
