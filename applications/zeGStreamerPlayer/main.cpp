@@ -1,15 +1,18 @@
 // zeGStreamerPlayer: plays what it is told to over the state bus. Started without arguments, also
-// without an argument vector; its settings are in the environment.
+// without an argument vector; its settings are in the environment. It starts itself once more, with
+// an argument, as the worker that runs GStreamer.
 
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <string_view>
 
 #include "process/log.h"
 #include "process/player_process.h"
 #include "process/settings.h"
+#include "worker/media_worker.h"
 
-int main() {
+int main(int argc, char** argv) {
     player::setProgramName("zeGStreamerPlayer");
     // A reader of the log or a server that goes away is no reason to end.
     std::signal(SIGPIPE, SIG_IGN);
@@ -17,6 +20,9 @@ int main() {
         const player::Settings settings =
             player::readSettings([](const char* name) -> const char* { return std::getenv(name); });
         player::setLogLevel(settings.logLevel);
+        if (argc > 1 && std::string_view(argv[1]) == player::kWorkerArgument) {
+            return player::runMediaWorker(settings);
+        }
         player::PlayerProcess process(settings);
         return static_cast<int>(process.run());
     } catch (const std::exception& error) {

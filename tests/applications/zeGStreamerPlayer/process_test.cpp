@@ -2,10 +2,12 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -73,6 +75,37 @@ protected:
         return states;
     }
 
+    /// The media worker: the player's only child. 0 while there is none.
+    pid_t worker() const {
+        const std::string self = std::to_string(player_->pid());
+        std::ifstream children("/proc/" + self + "/task/" + self + "/children");
+        pid_t child = 0;
+        children >> child;
+        return child;
+    }
+
+    /// Waits for a worker that is not `old`; 0 when none comes within a second.
+    pid_t replacementOf(pid_t old) const {
+        const auto end = std::chrono::steady_clock::now() + seconds(1);
+        pid_t now = worker();
+        while ((now == 0 || now == old) && std::chrono::steady_clock::now() < end) {
+            now = worker();
+        }
+        return now == old ? 0 : now;
+    }
+
+    void expectLossAndRecovery(pid_t old) {
+        ASSERT_TRUE(watcher_.waitFor([](const std::vector<Notice>& notices) {
+            return notices.back().state == kPlayerStopped && notices.back().error == 120;
+        })) << player_->error();
+        EXPECT_TRUE(watcher_.notices().back().profile);
+        EXPECT_NE(replacementOf(old), 0);
+        ASSERT_TRUE(
+            watcher_.command("seturi", kInstance, server_.address("/good/film.webm").c_str()));
+        ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+        EXPECT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
+    }
+
     bool custom(const char* word, const char* argument) {
         zeSBusState* const state =
             zeSBusState::New(&ContentPlayerServiceCustomCommandTemplate, nullptr);
@@ -124,6 +157,67 @@ TEST_F(ThePlayerProcess, LeavesItsWillWhenItIsKilled) {
     EXPECT_EQ(will.state, kPlayerStopped);
     EXPECT_EQ(will.error, 120);
     EXPECT_FALSE(will.profile);
+}
+
+TEST_F(ThePlayerProcess, ReplacesAMediaWorkerThatIsKilled) {
+    startPlaying();
+    const pid_t old = worker();
+    ASSERT_NE(old, 0);
+    kill(old, SIGKILL);
+    expectLossAndRecovery(old);
+}
+
+TEST_F(ThePlayerProcess, ReplacesAMediaWorkerThatCrashesAtRest) {
+    start();
+    const pid_t old = worker();
+    ASSERT_NE(old, 0);
+    // Only a worker that has lived for a second is replaced at once.
+    ASSERT_TRUE(custom("Snapshot", "first.png"));
+    const auto end = std::chrono::steady_clock::now() + seconds(10);
+    while (!std::filesystem::exists(folder_.path() + "/first.png") &&
+           std::chrono::steady_clock::now() < end) {
+        poll(nullptr, 0, 10);
+    }
+    kill(old, SIGSEGV);
+    pid_t now = 0;
+    while (now == 0 && std::chrono::steady_clock::now() < end) {
+        now = replacementOf(old);
+    }
+    EXPECT_NE(now, 0);
+    ASSERT_TRUE(watcher_.command("seturi", kInstance, server_.address("/good/film.mp4").c_str()));
+    ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+    EXPECT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
+    EXPECT_EQ(states(), (std::vector<int>{1, 5, 4}));
+}
+
+TEST_F(ThePlayerProcess, ReplacesAMediaWorkerThatStandsStillForTenSeconds) {
+    startPlaying();
+    const pid_t old = worker();
+    ASSERT_NE(old, 0);
+    const auto began = std::chrono::steady_clock::now();
+    kill(old, SIGSTOP);
+    expectLossAndRecovery(old);
+    EXPECT_GE(std::chrono::steady_clock::now() - began, seconds(9));
+}
+
+TEST_F(ThePlayerProcess, TakesItsMediaWorkerAlongWhenItIsKilled) {
+    startPlaying();
+    const pid_t child = worker();
+    ASSERT_NE(child, 0);
+    kill(child, SIGSTOP); // it cannot notice anything by itself
+    kill(player_->pid(), SIGKILL);
+    const auto end = std::chrono::steady_clock::now() + seconds(10);
+    const auto alive = [child] {
+        std::ifstream status("/proc/" + std::to_string(child) + "/stat");
+        std::string number;
+        std::string name;
+        std::string state;
+        return status >> number >> name >> state && state != "Z";
+    };
+    while (alive() && std::chrono::steady_clock::now() < end) {
+        poll(nullptr, 0, 10);
+    }
+    EXPECT_FALSE(alive());
 }
 
 TEST_F(ThePlayerProcess, SaysThatItStopsBeforeItEnds) {

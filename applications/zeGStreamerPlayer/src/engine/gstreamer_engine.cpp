@@ -10,6 +10,7 @@ namespace player {
 namespace {
 
 constexpr unsigned kTimerMs = 200;
+constexpr std::chrono::seconds kEndingLimit{10};
 
 /// Elements that open further addresses which the media itself names: a playlist from the network
 /// must not make this machine read its own files.
@@ -36,7 +37,7 @@ GStreamerEngine::GStreamerEngine(Settings settings, TaskQueue& logicQueue,
       thread_([this] { run(); }) {}
 
 GStreamerEngine::~GStreamerEngine() {
-    if (thread_.joinable() && !shutDown(kStandstill)) {
+    if (thread_.joinable() && !shutDown(kEndingLimit)) {
         logError("the media thread does not end");
         std::_Exit(EXIT_FAILURE);
     }
@@ -55,7 +56,6 @@ void GStreamerEngine::run() {
         neverUse(element);
     }
     logDebug("GStreamer is ready");
-    ready_ = true;
     g_main_loop_run(loop_);
     g_main_context_pop_thread_default(context_);
     const std::lock_guard<std::mutex> lock(endedMutex_);
@@ -83,18 +83,8 @@ bool GStreamerEngine::shutDown(std::chrono::milliseconds limit) {
     return true;
 }
 
-bool GStreamerEngine::responds() {
-    const auto now = std::chrono::steady_clock::now();
-    if (pingAnswered_ || !ready_) {
-        // Looking for plug-ins on the first start of all may take long; nothing hangs then.
-        pinged_ = now;
-        if (ready_) {
-            pingAnswered_ = false;
-            queue_.post([this] { pingAnswered_ = true; });
-        }
-        return true;
-    }
-    return now - pinged_ < kStandstill;
+void GStreamerEngine::ping(std::function<void()> pong) {
+    queue_.post([this, pong = std::move(pong)] { logicQueue_.post(pong); });
 }
 
 void GStreamerEngine::open(Session session, const std::string& uri) {

@@ -1,10 +1,9 @@
 // The media engine on GStreamer: a thread of its own that owns one pipeline at a time.
 //
-// The thread that gives the orders never waits for GStreamer; it watches over it instead. A media
-// thread that stands still cannot be helped from inside: the process has to be replaced.
+// The thread that gives the orders never waits for GStreamer. A media thread that stands still
+// cannot be helped from inside: the process has to be replaced.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -23,8 +22,6 @@ namespace player {
 
 class GStreamerEngine final : public MediaEngine {
 public:
-    /// Longest time for which the media thread may be deaf.
-    static constexpr std::chrono::seconds kStandstill{10};
     /// Longest time for which a media that nobody wants any more may finish its last step.
     static constexpr std::chrono::seconds kClosingLimit{2};
 
@@ -44,8 +41,9 @@ public:
     void saveScreen(const std::string& path,
                     std::function<void(const std::string& error)> done) override;
 
-    /// To be asked about once a second. False: the media thread has been deaf for too long.
-    bool responds();
+    /// Calls `pong` on the logic's thread, by way of the media thread: who gets no answer knows
+    /// that it stands still, or that GStreamer is not ready yet.
+    void ping(std::function<void()> pong);
     /// Takes the pipeline down and ends the thread. False when that takes longer than `limit`; then
     /// the thread is still there and the process has to end without destructors.
     bool shutDown(std::chrono::milliseconds limit);
@@ -79,10 +77,6 @@ private:
     GSource* timer_ = nullptr;
     unsigned volume_ = 100;
     bool mute_ = false;
-
-    std::atomic<bool> ready_{false};
-    std::atomic<bool> pingAnswered_{true};
-    std::chrono::steady_clock::time_point pinged_;
 
     std::mutex endedMutex_;
     std::condition_variable endedCondition_;

@@ -22,7 +22,7 @@ PlayerProcess::PlayerProcess(const Settings& settings)
     : settings_(settings),
       loop_(g_main_loop_new(nullptr, FALSE)),
       queue_(nullptr),
-      engine_(settings, queue_, [this](const EngineEvent& event) { player_.onEvent(event); }),
+      engine_(queue_, [this](const EngineEvent& event) { player_.onEvent(event); }),
       player_(Player::Surroundings{engine_, [] { return std::chrono::steady_clock::now(); },
                                    [this](const PlayerStatus& status) {
                                        logDebug(std::string("state ") + wordOf(status.state) +
@@ -67,11 +67,7 @@ ExitCode PlayerProcess::run() {
     // Whoever follows the records must not take a film for running that nobody plays any more.
     player_.stop();
     service_.reset();
-    if (!engine_.shutDown(kGoodbyeLimit)) {
-        // GStreamer may crash when it is interrupted; the system takes back what it holds.
-        logDebug("ending without waiting for the media");
-        std::_Exit(static_cast<int>(exitCode_));
-    }
+    engine_.shutDown(kGoodbyeLimit);
     return exitCode_;
 }
 
@@ -112,11 +108,7 @@ void PlayerProcess::onConnection(bool connected) {
 
 void PlayerProcess::tick() {
     player_.tick();
-    if (!engine_.responds()) {
-        // No goodbye: the last will says that the player is lost, and why nothing plays.
-        logError("the media thread stands still");
-        std::_Exit(static_cast<int>(ExitCode::kMediaLost));
-    }
+    engine_.tick();
     if (busAwaySince_ && std::chrono::steady_clock::now() - *busAwaySince_ >= kBusPatience) {
         logError("there was no bus for " + std::to_string(kBusPatience.count()) + " seconds");
         end(ExitCode::kBusLost);

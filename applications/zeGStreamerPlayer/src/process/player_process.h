@@ -11,20 +11,19 @@
 
 #include "bus/player_service.h"
 #include "common/lifeline.h"
-#include "engine/gstreamer_engine.h"
 #include "logic/player.h"
 #include "logic/sound.h"
 #include "process/settings.h"
 #include "process/task_queue.h"
+#include "worker/worker_engine.h"
 
 namespace player {
 
 /// How the process ends.
 enum class ExitCode : int {
-    kAsTold = 0,    ///< "exit", SIGTERM, SIGINT, or the starter ended
-    kFailed = 1,    ///< could not even begin
-    kBusLost = 2,   ///< no bus for ten seconds
-    kMediaLost = 3, ///< the media thread stands still; only a new process can play again
+    kAsTold = 0,  ///< "exit", SIGTERM, SIGINT, or the starter ended
+    kFailed = 1,  ///< could not even begin
+    kBusLost = 2, ///< no bus for ten seconds
 };
 
 class PlayerProcess {
@@ -36,8 +35,7 @@ public:
     PlayerProcess(const PlayerProcess&) = delete;
     PlayerProcess& operator=(const PlayerProcess&) = delete;
 
-    /// Serves until told to end. Leaves the process without destructors when the media thread
-    /// stands still.
+    /// Serves until told to end.
     ExitCode run();
 
 private:
@@ -55,7 +53,7 @@ private:
     const Settings settings_;
     GMainLoop* loop_;
     TaskQueue queue_;
-    GStreamerEngine engine_;
+    WorkerEngine engine_;
     Player player_;
     Sound sound_;
     std::optional<PlayerService> service_;

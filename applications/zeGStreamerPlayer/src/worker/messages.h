@@ -1,0 +1,71 @@
+// What the bus process and the media worker say to each other: the media engine's orders one way,
+// its events the other way, each a message of its own on a socket that keeps messages apart.
+//
+// The worker takes in media from strangers, so what it says is read as strictly as what comes from
+// the network. Pure.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "engine/media_engine.h"
+
+namespace player {
+
+struct OpenOrder {
+    Session session;
+    std::string uri;
+};
+struct PlayOrder {
+    Session session;
+};
+struct PauseOrder {
+    Session session;
+};
+struct SeekOrder {
+    Session session;
+    std::int64_t positionMs;
+};
+struct SpeedOrder {
+    Session session;
+    Speed speed;
+};
+struct CloseOrder {
+    Session session;
+};
+struct VolumeOrder {
+    unsigned percent;
+    bool mute;
+};
+struct SaveScreenOrder {
+    std::uint64_t id; ///< comes back in SavedScreen
+    std::string path;
+};
+/// Asks for a Pong through the media thread.
+struct Ping {};
+
+using Order = std::variant<OpenOrder, PlayOrder, PauseOrder, SeekOrder, SpeedOrder, CloseOrder,
+                           VolumeOrder, SaveScreenOrder, Ping>;
+
+struct SavedScreen {
+    std::uint64_t id;
+    std::string error;
+};
+/// The media thread is alive; the first one says that GStreamer is ready.
+struct Pong {};
+
+using Answer = std::variant<EngineEvent, SavedScreen, Pong>;
+
+using Bytes = std::vector<std::uint8_t>;
+
+Bytes encode(const Order& order);
+Bytes encode(const Answer& answer);
+
+/// Nothing when the bytes are no such message.
+std::optional<Order> decodeOrder(const Bytes& bytes);
+std::optional<Answer> decodeAnswer(const Bytes& bytes);
+
+} // namespace player

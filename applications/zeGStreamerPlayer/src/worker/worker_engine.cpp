@@ -1,0 +1,241 @@
+#include "worker/worker_engine.h"
+
+#include <poll.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <utility>
+
+#include "process/log.h"
+#include "worker/media_worker.h"
+
+namespace player {
+namespace {
+
+/// A worker that ends as soon as it begins is not tried more often than this.
+constexpr std::chrono::milliseconds kNextAttempt{900};
+
+/// Starts this program once more, as a worker with `socket`. -1 when that fails.
+pid_t spawnWorker(int socket) {
+    char program[] = "/proc/self/exe";
+    char name[] = "zeGStreamerPlayer";
+    char role[] = "--media-worker";
+    static_assert(sizeof kWorkerArgument == sizeof role);
+    char* arguments[] = {name, role, nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, socket, kWorkerSocket);
+    pid_t worker = -1;
+    const int error = posix_spawn(&worker, program, &actions, nullptr, arguments, environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (error != 0) {
+        logError(std::string("the media worker cannot be started: ") + std::strerror(error));
+        return -1;
+    }
+    return worker;
+}
+
+} // namespace
+
+WorkerEngine::WorkerEngine(TaskQueue& queue, std::function<void(const EngineEvent&)> onEvent)
+    : queue_(queue), onEvent_(std::move(onEvent)) {
+    start();
+}
+
+WorkerEngine::~WorkerEngine() {
+    end();
+}
+
+void WorkerEngine::start() {
+    started_ = Clock::now();
+    int pair[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair) != 0) {
+        logError(std::string("no connection to a media worker: ") + std::strerror(errno));
+        return;
+    }
+    worker_ = spawnWorker(pair[1]);
+    ::close(pair[1]);
+    if (worker_ < 0) {
+        ::close(pair[0]);
+        return;
+    }
+    ready_ = false;
+    waiting_ = false;
+    channel_ = std::make_unique<Channel>(
+        pair[0], [this](const Bytes& bytes) { onMessage(bytes); }, [this] { onLost(); });
+    send(volume_);
+    send(Ping{});
+    waiting_ = true;
+    asked_ = Clock::now();
+}
+
+void WorkerEngine::send(const Order& order) {
+    if (channel_ && !channel_->send(encode(order)) && worker_ > 0) {
+        // It has not listened for so long that it is as good as gone; that it is comes in order.
+        logError("the media worker does not listen");
+        kill(worker_, SIGKILL);
+    }
+}
+
+/// Ends the worker if it still runs; how it ended.
+std::string WorkerEngine::reap() {
+    if (worker_ <= 0) {
+        return "not there";
+    }
+    kill(worker_, SIGKILL);
+    int status = 0;
+    while (waitpid(worker_, &status, 0) < 0 && errno == EINTR) {
+    }
+    worker_ = -1;
+    return WIFSIGNALED(status) ? std::string("signal ") + strsignal(WTERMSIG(status))
+                               : "status " + std::to_string(WEXITSTATUS(status));
+}
+
+void WorkerEngine::end() {
+    channel_.reset();
+    (void)reap();
+}
+
+void WorkerEngine::onLost() {
+    // The socket closes a moment before the process is gone: let it end in its own way.
+    siginfo_t ignored;
+    const auto end = Clock::now() + std::chrono::milliseconds(100);
+    ignored.si_pid = 0;
+    while (waitid(P_PID, static_cast<id_t>(worker_), &ignored, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           ignored.si_pid == 0 && Clock::now() < end) {
+        poll(nullptr, 0, 1);
+    }
+    channel_.reset();
+    logError("the media worker is lost: " + reap());
+    const bool early = Clock::now() - started_ < kNextAttempt;
+    const Session session = std::exchange(session_, 0);
+    auto pictures = std::exchange(pictures_, {});
+    if (!early) {
+        start();
+    }
+    for (const auto& [id, done] : pictures) {
+        done("the media worker was lost");
+    }
+    if (session != 0) {
+        onEvent_(EngineEvent{session,
+                             EngineFailed{PlayerError::kPlayerLost, "the media worker was lost"}});
+    }
+}
+
+void WorkerEngine::onMessage(const Bytes& bytes) {
+    const std::optional<Answer> answer = decodeAnswer(bytes);
+    if (!answer) {
+        logError("the media worker does not make sense");
+        kill(worker_, SIGKILL);
+        return;
+    }
+    if (const auto* const event = std::get_if<EngineEvent>(&*answer)) {
+        onEvent_(*event);
+    } else if (const auto* const saved = std::get_if<SavedScreen>(&*answer)) {
+        auto found = pictures_.extract(saved->id);
+        if (!found.empty()) {
+            found.mapped()(saved->error);
+        }
+    } else {
+        ready_ = true;
+        waiting_ = false;
+    }
+}
+
+void WorkerEngine::tick() {
+    const auto now = Clock::now();
+    if (!channel_) {
+        if (now - started_ >= kNextAttempt) {
+            start();
+        }
+    } else if (!waiting_) {
+        waiting_ = true;
+        asked_ = now;
+        send(Ping{});
+    } else if (now - asked_ >= (ready_ ? kStandstill : kStarting)) {
+        logError("the media worker stands still");
+        kill(worker_, SIGKILL);
+    }
+}
+
+void WorkerEngine::shutDown(std::chrono::milliseconds limit) {
+    if (!channel_) {
+        return;
+    }
+    // No more orders; it carries out what it has and closes its end.
+    const int socket = channel_->socket();
+    shutdown(socket, SHUT_WR);
+    const auto end = Clock::now() + limit;
+    for (;;) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
+        pollfd ready{socket, POLLIN, 0};
+        char message;
+        if (left <= 0 || (poll(&ready, 1, static_cast<int>(left)) < 0 && errno != EINTR) ||
+            (ready.revents != 0 && recv(socket, &message, 1, MSG_DONTWAIT | MSG_TRUNC) == 0)) {
+            break;
+        }
+    }
+    this->end();
+}
+
+void WorkerEngine::open(Session session, const std::string& uri) {
+    if (!channel_) {
+        start();
+    }
+    session_ = session;
+    if (!channel_) {
+        queue_.post([this, session] {
+            onEvent_(EngineEvent{
+                session, EngineFailed{PlayerError::kPlayerLost, "there is no media worker"}});
+        });
+        return;
+    }
+    send(OpenOrder{session, uri});
+}
+
+void WorkerEngine::play(Session session) {
+    send(PlayOrder{session});
+}
+
+void WorkerEngine::pause(Session session) {
+    send(PauseOrder{session});
+}
+
+void WorkerEngine::seek(Session session, std::int64_t positionMs) {
+    send(SeekOrder{session, positionMs});
+}
+
+void WorkerEngine::setSpeed(Session session, Speed speed) {
+    send(SpeedOrder{session, speed});
+}
+
+void WorkerEngine::close(Session session) {
+    if (session_ == session) {
+        session_ = 0;
+    }
+    send(CloseOrder{session});
+}
+
+void WorkerEngine::setVolume(unsigned percent, bool mute) {
+    volume_ = VolumeOrder{percent, mute};
+    send(volume_);
+}
+
+void WorkerEngine::saveScreen(const std::string& path,
+                              std::function<void(const std::string& error)> done) {
+    if (!channel_) {
+        queue_.post([done = std::move(done)] { done("there is no media worker"); });
+        return;
+    }
+    const std::uint64_t id = ++lastPicture_;
+    pictures_[id] = std::move(done);
+    send(SaveScreenOrder{id, path});
+}
+
+} // namespace player

@@ -1,0 +1,72 @@
+// The media engine as the bus process sees it: a worker process that runs GStreamer, and is
+// replaced when it crashes, is killed or stands still. Main loop's thread.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "engine/media_engine.h"
+#include "process/task_queue.h"
+#include "worker/channel.h"
+#include "worker/messages.h"
+
+namespace player {
+
+class WorkerEngine final : public MediaEngine {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// Longest time for which the worker may be deaf.
+    static constexpr std::chrono::seconds kStandstill{10};
+    /// Longest time for it to begin: the first start of all looks at every plug-in.
+    static constexpr std::chrono::seconds kStarting{60};
+
+    /// Starts the worker; `onEvent` is called on the default main context.
+    WorkerEngine(TaskQueue& queue, std::function<void(const EngineEvent&)> onEvent);
+    /// Ends the worker at once; see shutDown for the orderly way.
+    ~WorkerEngine() override;
+
+    void open(Session session, const std::string& uri) override;
+    void play(Session session) override;
+    void pause(Session session) override;
+    void seek(Session session, std::int64_t positionMs) override;
+    void setSpeed(Session session, Speed speed) override;
+    void close(Session session) override;
+    void setVolume(unsigned percent, bool mute) override;
+    void saveScreen(const std::string& path,
+                    std::function<void(const std::string& error)> done) override;
+
+    /// To be called about twice a second: looks after the worker.
+    void tick();
+    /// Lets the worker finish what it was told, for `limit` at most, and ends it.
+    void shutDown(std::chrono::milliseconds limit);
+
+private:
+    void start();
+    void send(const Order& order);
+    void onMessage(const Bytes& bytes);
+    void onLost();
+    void end();
+    std::string reap();
+
+    TaskQueue& queue_;
+    std::function<void(const EngineEvent&)> onEvent_;
+    std::unique_ptr<Channel> channel_;
+    pid_t worker_ = -1;
+    bool ready_ = false;   ///< the worker has spoken
+    bool waiting_ = false; ///< for a Pong
+    Clock::time_point asked_;
+    Clock::time_point started_;
+    Session session_ = 0; ///< what the worker plays
+    VolumeOrder volume_{100, false};
+    std::uint64_t lastPicture_ = 0;
+    std::map<std::uint64_t, std::function<void(const std::string& error)>> pictures_;
+};
+
+} // namespace player

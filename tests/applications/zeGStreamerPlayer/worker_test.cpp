@@ -1,0 +1,130 @@
+// What the bus process and the media worker say to each other, and what the worker may not open.
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/temporary_folder.h"
+#include "worker/messages.h"
+#include "worker/sandbox.h"
+
+namespace {
+
+using namespace player;
+
+template <class What> What eventBack(const What& what) {
+    const std::optional<Answer> answer = decodeAnswer(encode(Answer(EngineEvent{7, what})));
+    const auto& event = std::get<EngineEvent>(answer.value());
+    EXPECT_EQ(event.session, 7u);
+    return std::get<What>(event.what);
+}
+
+template <class What> What orderBack(const What& what) {
+    return std::get<What>(decodeOrder(encode(Order(what))).value());
+}
+
+TEST(AMessage, CarriesEveryFactOfAMedia) {
+    MediaFacts facts;
+    facts.kind = MediaKind::kVideo;
+    facts.mimeType = "video/mp4";
+    facts.durationMs = 1234567890123;
+    facts.durationExact = facts.seekable = facts.backward = true;
+    facts.width = 1920;
+    facts.height = 1080;
+    facts.frameRateThousandths = 29970;
+    facts.imageType = ImageType::kPngInterlaced;
+    facts.videoCodec = "H.264";
+    facts.videoTrack = 1;
+    facts.audioCodec = "AAC";
+    facts.audioTracks = 3;
+    facts.audioTrack = 2;
+    facts.sampleRate = 48000;
+    facts.channels = 6;
+    facts.bitrate = 320000;
+    facts.title = "\xE4\xF6 not UTF-8";
+    facts.album = std::string("with a \0 in it", 14);
+    facts.artist = "\xE2\x99\xAB";
+    facts.genre = "g";
+    facts.dateIso = "2024-05-06";
+    EXPECT_EQ(eventBack(EngineOpened{facts}).facts, facts);
+    EXPECT_EQ(eventBack(EngineFacts{facts}).facts, facts);
+}
+
+TEST(AMessage, CarriesEveryEvent) {
+    EXPECT_EQ(eventBack(EngineAnswered{"a", "b"}).contentFeatures, "b");
+    (void)eventBack(EnginePlaying{});
+    (void)eventBack(EnginePaused{});
+    EXPECT_EQ(eventBack(EngineBuffering{42}).percent, 42);
+    EXPECT_EQ(eventBack(EnginePosition{-1}).positionMs, -1);
+    const EngineMoved moved = eventBack(EngineMoved{true, 5000, *Speed::fromText("1/2")});
+    EXPECT_TRUE(moved.done);
+    EXPECT_STREQ(moved.speed.text(), "1/2");
+    EXPECT_EQ(eventBack(EngineEnded{99}).positionMs, 99);
+    EXPECT_EQ(eventBack(EngineFailed{PlayerError::kNoDecoder, "d"}).error, PlayerError::kNoDecoder);
+    EXPECT_EQ(std::get<SavedScreen>(*decodeAnswer(encode(Answer(SavedScreen{3, "e"})))).error, "e");
+    EXPECT_TRUE(std::holds_alternative<Pong>(*decodeAnswer(encode(Answer(Pong{})))));
+}
+
+TEST(AMessage, CarriesEveryOrder) {
+    EXPECT_EQ(orderBack(OpenOrder{1, "http://h/\xFF"}).uri, "http://h/\xFF");
+    EXPECT_EQ(orderBack(PlayOrder{~Session{0}}).session, ~Session{0});
+    EXPECT_EQ(orderBack(PauseOrder{2}).session, 2u);
+    EXPECT_EQ(orderBack(SeekOrder{2, 1500}).positionMs, 1500);
+    EXPECT_STREQ(orderBack(SpeedOrder{2, *Speed::fromText("-32")}).speed.text(), "-32");
+    EXPECT_EQ(orderBack(CloseOrder{3}).session, 3u);
+    EXPECT_TRUE(orderBack(VolumeOrder{35, true}).mute);
+    EXPECT_EQ(orderBack(SaveScreenOrder{9, "p"}).path, "p");
+    (void)orderBack(Ping{});
+}
+
+TEST(AMessage, IsReadStrictly) {
+    const Bytes good = encode(Order(OpenOrder{1, "http://h/"}));
+    for (std::size_t size = 0; size < good.size(); ++size) {
+        EXPECT_FALSE(decodeOrder(Bytes(good.begin(), good.begin() + static_cast<long>(size))))
+            << size;
+    }
+    EXPECT_FALSE(decodeOrder(encode(Answer(EngineEvent{1, EngineAnswered{"a", "b"}}))));
+    EXPECT_FALSE(decodeAnswer(good));
+    EXPECT_FALSE(decodeAnswer(Bytes{0x92, 0x63, 0xC0})); // there is no alternative 99
+    // A speed that nobody knows.
+    Bytes speed = encode(Order(SpeedOrder{1, *Speed::fromText("2")}));
+    speed.back() = '3';
+    EXPECT_FALSE(decodeOrder(speed));
+}
+
+bool canRead(const std::string& path) {
+    return std::ifstream(path).good();
+}
+
+TEST(TheSandbox, LeavesTheWorkerWhatItNeedsAndNothingElse) {
+    const test::TemporaryFolder mine;
+    const test::TemporaryFolder copies;
+    std::ofstream(mine.path() + "/diary") << "secret";
+    ASSERT_TRUE(canRead(mine.path() + "/diary"));
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        Settings settings;
+        settings.downloadDir = copies.path();
+        // The bits say what went wrong; 128: this kernel has no such rules.
+        int wrong = enterSandbox(settings) ? 0 : 128;
+        if (wrong == 0) {
+            wrong |= canRead(mine.path() + "/diary") ? 1 : 0;
+            wrong |= std::ofstream(mine.path() + "/new").good() ? 2 : 0;
+            wrong |= std::ofstream(copies.path() + "/copy").good() ? 0 : 4;
+            wrong |= canRead("/etc/hostname") ? 0 : 8;
+            wrong |= canRead("/proc/self/status") ? 0 : 16;
+            wrong |= std::ofstream("/etc/ketra-test").good() ? 32 : 0;
+        }
+        _exit(wrong);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+} // namespace
