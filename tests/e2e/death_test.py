@@ -71,7 +71,7 @@ class Death(HouseTest):
         for playing in (False, True):
             tv = self.playing_television() if playing else self.television("--allow")
             for program in ("Vantor2", "zeGStreamerPlayer"):
-                until(lambda: len(companion_pids(program)) == 1, f"one {program}", 5)
+                until(lambda: companion_pids(program), program, 5)
             tv.process.send_signal(signal.SIGKILL)
             tv.ended()
             for program in ("Vantor2", "zeGStreamerPlayer"):

@@ -395,7 +395,10 @@ class HouseTest(unittest.TestCase):
 
 def kill(pids):
     for pid in pids:
-        os.kill(pid, signal.SIGKILL)
+        try:
+            os.kill(pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass  # it went with the one before it
 
 
 def free_port():

@@ -24,7 +24,9 @@ using statebus::Record;
 class TheVocabulary : public testing::Test {
 protected:
     bool send(const std::string& word, Command::Argument argument = {}) {
-        CommandTargets targets{player_, sound_,
+        CommandTargets targets{player_,
+                               sound_,
+                               picture_,
                                [this](const std::string& path) {
                                    saved_ = path;
                                    return path != "forbidden";
@@ -63,6 +65,7 @@ protected:
                                         }}};
     Sound sound_{engine_, [](const SoundStatus&) {
                  }};
+    Picture picture_{engine_};
 };
 
 TEST_F(TheVocabulary, OpensAnAddress) {
@@ -139,6 +142,62 @@ TEST_F(TheVocabulary, ChangesTheVolume) {
     EXPECT_FALSE(sendCustom("Volume", "MAX"));
     EXPECT_FALSE(sendCustom("Paint", "red"));
     EXPECT_FALSE(send("customcommand", Record(ContentPlayerServiceCustomCommandTemplate)));
+}
+
+TEST_F(TheVocabulary, AdjustsThePicture) {
+    engine_.taken();
+    EXPECT_TRUE(sendCustom("Zoom", "Zoomx4"));
+    EXPECT_EQ(engine_.view.zoomSteps, 2);
+    EXPECT_TRUE(sendCustom("Rotate", "270"));
+    EXPECT_EQ(engine_.view.quarterTurns, 3);
+    EXPECT_TRUE(sendCustom("DisplayAspectRatio", "8"));
+    EXPECT_EQ(engine_.view.ratio, AspectRatio::kDotByDot);
+    EXPECT_TRUE(sendCustom("MOVE_DIRECTION", "LEFT"));
+    EXPECT_TRUE(sendCustom("MOVE_OFFSET", "40"));
+    EXPECT_TRUE(sendCustom("MOVE_SET", ""));
+    EXPECT_TRUE(sendCustom("MOVE_SET", "")); // there is no move left
+    EXPECT_EQ(engine_.taken(), "view; view; view; move -40 0; move 0 0");
+    for (const auto& [word, value] : {std::pair{"DispRect_s32X", "-5"},
+                                      {"DispRect_s32Y", "10"},
+                                      {"DispRect_u16Height", "1080"},
+                                      {"DispRect_u16Width", "1920"},
+                                      {"CropRect_s32X", "1"},
+                                      {"CropRect_s32Y", "2"},
+                                      {"CropRect_u16Height", "3"},
+                                      {"CropRect_u16Width", "4"},
+                                      {"bVideoMute", "1"},
+                                      {"bKeepRatio", "0"}}) {
+        EXPECT_TRUE(sendCustom(word, value)) << word;
+    }
+    EXPECT_EQ(engine_.taken(), "");
+    EXPECT_TRUE(sendCustom("SetCropDisplayRectangle", ""));
+    EXPECT_EQ(engine_.taken(), "view");
+    EXPECT_EQ(engine_.view.display, (Rectangle{-5, 10, 1920, 1080}));
+    EXPECT_EQ(engine_.view.crop, (Rectangle{1, 2, 4, 3}));
+    EXPECT_TRUE(engine_.view.mute);
+    EXPECT_FALSE(engine_.view.keepRatio);
+    for (const auto& [word, value] : {std::pair{"Zoom", "x2"},
+                                      {"Rotate", "90"},
+                                      {"DisplayAspectRatio", "9"},
+                                      {"MOVE_DIRECTION", "UPWARDS"},
+                                      {"MOVE_OFFSET", ""},
+                                      {"DispRect_u16Width", "65536"},
+                                      {"DispRect_u16Width", "-1"},
+                                      {"DispRect_s32X", "2147483648"},
+                                      {"bVideoMute", "2"}}) {
+        EXPECT_FALSE(sendCustom(word, value)) << word << value;
+    }
+    EXPECT_EQ(engine_.taken(), "");
+}
+
+TEST_F(TheVocabulary, BeginsNewMediaUprightAndAtItsOwnSize) {
+    sendCustom("Zoom", "Zoomx4");
+    sendCustom("Rotate", "270");
+    sendCustom("DisplayAspectRatio", "5");
+    send("seturi", std::string("http://h/next.mp4"));
+    EXPECT_EQ(engine_.view.zoomSteps, 0);
+    EXPECT_EQ(engine_.view.quarterTurns, 0);
+    EXPECT_EQ(engine_.view.ratio, AspectRatio::k16To9);
 }
 
 TEST_F(TheVocabulary, SavesTheScreenWhereThatIsAllowed) {

@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/colours.h"
 #include "support/media_server.h"
 #include "support/recorded_player.h"
 #include "support/temporary_folder.h"
@@ -23,8 +24,12 @@ namespace {
 using player::PlayerError;
 using player::PlayerState;
 using player::Speed;
+using test::isBlack;
+using test::isBlue;
+using test::isGreen;
+using test::isRed;
+using test::isWhite;
 using test::milliseconds;
-using test::Pixel;
 using test::seconds;
 
 class APlayer : public testing::Test {
@@ -46,22 +51,6 @@ protected:
     test::RecordedPlayer player_{folder_.path()};
 };
 
-bool isRed(Pixel pixel) {
-    return pixel.red > 180 && pixel.green < 80 && pixel.blue < 80;
-}
-bool isGreen(Pixel pixel) {
-    return pixel.green > 180 && pixel.red < 80 && pixel.blue < 80;
-}
-bool isBlue(Pixel pixel) {
-    return pixel.blue > 180 && pixel.red < 80 && pixel.green < 80;
-}
-bool isWhite(Pixel pixel) {
-    return pixel.red > 200 && pixel.green > 200 && pixel.blue > 200;
-}
-bool isBlack(Pixel pixel) {
-    return pixel.red < 40 && pixel.green < 40 && pixel.blue < 40;
-}
-
 TEST_F(APlayer, LoadsAndPlaysAFilm) {
     playUntilPlaying("/good/film.mp4");
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
@@ -69,8 +58,8 @@ TEST_F(APlayer, LoadsAndPlaysAFilm) {
     EXPECT_EQ(player_.last().track.title, "film.mp4");
     EXPECT_EQ(player_.last().track.durationSec, 20u);
     EXPECT_TRUE(isRed(player_.screen().middle()));
-    EXPECT_EQ(player_.screen().width, 320);
-    EXPECT_EQ(player_.screen().height, 180);
+    EXPECT_EQ(player_.screen().width, test::kScreenWidth);
+    EXPECT_EQ(player_.screen().height, test::kScreenHeight);
 }
 
 TEST_F(APlayer, TellsWhatAFilmIs) {
@@ -118,9 +107,12 @@ TEST_F(APlayer, ShowsAPhotoUntilItIsStopped) {
     EXPECT_NE(player_.last().infoText.find("video/image_width:400"), std::string::npos);
     EXPECT_NE(player_.last().infoText.find("image-type:0"), std::string::npos);
     test::Picture screen = player_.screen();
-    EXPECT_EQ(screen.width, 400);
-    EXPECT_EQ(screen.height, 300);
     EXPECT_TRUE(isBlue(screen.middle()));
+    // 4:3 on a 16:9 screen: bars on both sides.
+    EXPECT_TRUE(isBlack(screen.at(70, 180)));
+    EXPECT_TRUE(isBlue(screen.at(90, 180)));
+    EXPECT_TRUE(isBlue(screen.at(550, 180)));
+    EXPECT_TRUE(isBlack(screen.at(570, 180)));
     EXPECT_FALSE(player_->pause());
     EXPECT_FALSE(player_->seek(0));
     EXPECT_TRUE(player_->stop());

@@ -144,7 +144,7 @@ TEST_F(ThePlayerProcess, PlaysWhatTheBusTellsIt) {
     // The picture was taken before the stop that came after it.
     gst_init(nullptr, nullptr);
     const test::Picture picture = test::readPicture(folder_.path() + "/now.png");
-    ASSERT_EQ(picture.width, 320) << player_->error();
+    ASSERT_EQ(picture.width, 1920) << player_->error();
     EXPECT_GT(picture.middle().blue, 180);
 }
 

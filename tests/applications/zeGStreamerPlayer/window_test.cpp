@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "support/bus_watcher.h"
+#include "support/colours.h"
 #include "support/media_server.h"
 #include "support/private_bus.h"
 #include "support/program.h"
@@ -69,24 +70,14 @@ protected:
     std::unique_ptr<Program> player_;
 };
 
-bool isRed(test::Pixel pixel) {
-    return pixel.red > 180 && pixel.green < 80 && pixel.blue < 80;
-}
-bool isBlue(test::Pixel pixel) {
-    return pixel.blue > 180 && pixel.red < 80 && pixel.green < 80;
-}
-bool isBlack(test::Pixel pixel) {
-    return pixel.red < 40 && pixel.green < 40 && pixel.blue < 40;
-}
-
 TEST_F(ThePlayersWindow, ShowsFilmsAndPhotosAndClosesWithThePlayer) {
     play("/good/film.mp4");
-    EXPECT_TRUE(waitForWindow(isRed)) << player_->error();
+    EXPECT_TRUE(waitForWindow(test::isRed)) << player_->error();
     play("/good/photo.jpg");
-    EXPECT_TRUE(waitForWindow(isBlue)) << player_->error();
+    EXPECT_TRUE(waitForWindow(test::isBlue)) << player_->error();
     player_->signal(SIGTERM);
     EXPECT_EQ(player_->waitForExit(), 0) << player_->error();
-    EXPECT_TRUE(waitForWindow(isBlack));
+    EXPECT_TRUE(waitForWindow(test::isBlack));
 }
 
 } // namespace

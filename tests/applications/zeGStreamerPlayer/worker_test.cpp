@@ -77,6 +77,24 @@ TEST(AMessage, CarriesEveryOrder) {
     EXPECT_STREQ(orderBack(SpeedOrder{2, *Speed::fromText("-32")}).speed.text(), "-32");
     EXPECT_EQ(orderBack(CloseOrder{3}).session, 3u);
     EXPECT_TRUE(orderBack(VolumeOrder{35, true}).mute);
+    View view;
+    view.zoomSteps = -3;
+    view.quarterTurns = 3;
+    view.crop = {-5, 10, 1920, 1080};
+    view.display = {1, 2, 3, 4};
+    view.mute = true;
+    view.keepRatio = false;
+    view.ratio = AspectRatio::kDotByDot;
+    const View back = orderBack(ViewOrder{view}).view;
+    EXPECT_EQ(back.zoomSteps, -3);
+    EXPECT_EQ(back.quarterTurns, 3);
+    EXPECT_EQ(back.crop, view.crop);
+    EXPECT_EQ(back.display, view.display);
+    EXPECT_TRUE(back.mute);
+    EXPECT_FALSE(back.keepRatio);
+    EXPECT_EQ(back.ratio, AspectRatio::kDotByDot);
+    EXPECT_EQ(orderBack(MoveOrder{-3, 4}).right, -3);
+    EXPECT_EQ(orderBack(MoveOrder{-3, 4}).down, 4);
     EXPECT_EQ(orderBack(SaveScreenOrder{9, "p"}).path, "p");
     (void)orderBack(Ping{});
 }

@@ -35,6 +35,7 @@ bool setMedia(CommandTargets& targets, const std::string& mediaUri, const std::s
     if (!complaints.empty()) {
         targets.log("the description of " + mediaUri + " is ignored: " + complaints);
     }
+    targets.picture.beginMedia();
     return targets.player.setMedia(std::move(request));
 }
 
@@ -119,6 +120,9 @@ bool onCustomCommand(const Argument& argument, CommandTargets& targets) {
         if (word == known) {
             return action(textOf(custom->mArgument), targets);
         }
+    }
+    if (Picture::knows(word)) {
+        return targets.picture.set(word, textOf(custom->mArgument));
     }
     targets.log("the custom command " + word + " is not known");
     return false;

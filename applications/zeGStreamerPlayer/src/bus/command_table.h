@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "logic/picture.h"
 #include "logic/player.h"
 #include "logic/sound.h"
 #include "statebus/publisher.h"
@@ -14,6 +15,7 @@ namespace player {
 struct CommandTargets {
     Player& player;
     Sound& sound;
+    Picture& picture;
     /// Writes a picture of the screen to the file asked for; false when that is not allowed.
     std::function<bool(const std::string& path)> saveScreen;
     /// Ends the player.

@@ -56,7 +56,9 @@ void GStreamerEngine::run() {
         neverUse(element);
     }
     logDebug("GStreamer is ready");
+    screen_ = std::make_unique<Screen>(settings_);
     g_main_loop_run(loop_);
+    screen_.reset();
     g_main_context_pop_thread_default(context_);
     const std::lock_guard<std::mutex> lock(endedMutex_);
     ended_ = true;
@@ -117,6 +119,7 @@ void GStreamerEngine::retire() {
     session_ = 0;
     closingSince_ = std::chrono::steady_clock::now();
     pipeline_->retire();
+    screen_->clear();
 }
 
 /// Takes down what nobody wants any more as soon as that is safe, and opens what is wanted next.
@@ -133,7 +136,7 @@ void GStreamerEngine::settle() {
         next_.reset();
         session_ = opening.session;
         pipeline_ = std::make_unique<Pipeline>(
-            settings_, opening.uri, context_, queue_, [this, opening](auto what) {
+            settings_, opening.uri, *screen_, context_, queue_, [this, opening](auto what) {
                 if (session_ == opening.session) {
                     logicQueue_.post([this, event = EngineEvent{opening.session, std::move(what)}] {
                         onEvent_(event);
@@ -205,11 +208,18 @@ void GStreamerEngine::setVolume(unsigned percent, bool mute) {
     });
 }
 
+void GStreamerEngine::setView(const View& view) {
+    queue_.post([this, view] { screen_->setView(view); });
+}
+
+void GStreamerEngine::moveView(int right, int down) {
+    queue_.post([this, right, down] { screen_->moveView(right, down); });
+}
+
 void GStreamerEngine::saveScreen(const std::string& path,
                                  std::function<void(const std::string& error)> done) {
     queue_.post([this, path, done = std::move(done)] {
-        const GstOwner<GstSample> sample(pipeline_ && session_ != 0 ? pipeline_->screen()
-                                                                    : nullptr);
+        const GstOwner<GstSample> sample(screen_->shown());
         std::string error = writePng(sample.get(), path);
         logicQueue_.post([done, error = std::move(error)] { done(error); });
     });

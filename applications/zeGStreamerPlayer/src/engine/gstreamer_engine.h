@@ -15,6 +15,7 @@
 
 #include "engine/media_engine.h"
 #include "engine/pipeline.h"
+#include "engine/screen.h"
 #include "process/settings.h"
 #include "process/task_queue.h"
 
@@ -38,6 +39,8 @@ public:
     void setSpeed(Session session, Speed speed) override;
     void close(Session session) override;
     void setVolume(unsigned percent, bool mute) override;
+    void setView(const View& view) override;
+    void moveView(int right, int down) override;
     void saveScreen(const std::string& path,
                     std::function<void(const std::string& error)> done) override;
 
@@ -69,6 +72,7 @@ private:
     TaskQueue queue_;
 
     // Media thread only.
+    std::unique_ptr<Screen> screen_; ///< while GStreamer is there
     std::unique_ptr<Pipeline> pipeline_;
     Session session_ = 0; ///< of pipeline_, 0 while it is being closed
     std::chrono::steady_clock::time_point closingSince_;

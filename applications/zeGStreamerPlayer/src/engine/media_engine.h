@@ -10,6 +10,7 @@
 #include <string>
 #include <variant>
 
+#include "engine/view.h"
 #include "logic/player_error.h"
 #include "logic/speed.h"
 #include "metadata/media_facts.h"
@@ -83,6 +84,11 @@ public:
     virtual void close(Session session) = 0;
     /// Volume in percent on a scale that sounds even; holds for every session.
     virtual void setVolume(unsigned percent, bool mute) = 0;
+    /// How the picture is seen; holds for every session.
+    virtual void setView(const View& view) = 0;
+    /// Moves the view by pixels of the screen, to the edges of the picture at most. A new session
+    /// begins in the middle.
+    virtual void moveView(int right, int down) = 0;
     /// Writes what is on the screen to a PNG file; `done` gets an empty text or the reason why not,
     /// on the logic's thread.
     virtual void saveScreen(const std::string& path,

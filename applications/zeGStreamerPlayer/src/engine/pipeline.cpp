@@ -8,6 +8,7 @@
 
 #include <gio/gio.h>
 #include <gst/audio/streamvolume.h>
+#include <gst/video/video.h>
 
 #include "engine/facts_reader.h"
 #include "engine/gstreamer_errors.h"
@@ -81,6 +82,15 @@ void trustCertificatesOf(GstElement* source, const std::string& file) {
     g_object_unref(database);
 }
 
+/// Turns photos and films the way in which the camera says that it was held.
+GstElement* makeUpright() {
+    GstElement* const flip = gst_element_factory_make("videoflip", "upright");
+    if (flip != nullptr) {
+        g_object_set(flip, "video-direction", GST_VIDEO_ORIENTATION_AUTO, nullptr);
+    }
+    return flip;
+}
+
 /// The copy has a name only for the moment in which it is opened: nothing is left behind, however
 /// the process ends.
 void onCopyCreated(GObject* buffer, GParamSpec*, gpointer) {
@@ -94,8 +104,8 @@ void onCopyCreated(GObject* buffer, GParamSpec*, gpointer) {
 
 } // namespace
 
-Pipeline::Pipeline(const Settings& settings, const std::string& uri, GMainContext* context,
-                   TaskQueue& queue, Report report)
+Pipeline::Pipeline(const Settings& settings, const std::string& uri, Screen& screen,
+                   GMainContext* context, TaskQueue& queue, Report report)
     : settings_(settings),
       queue_(queue),
       report_(std::move(report)),
@@ -109,8 +119,8 @@ Pipeline::Pipeline(const Settings& settings, const std::string& uri, GMainContex
     unsigned flags = 0;
     g_object_get(playbin_.get(), "flags", &flags, nullptr);
     g_object_set(playbin_.get(), "uri", uri.c_str(), "flags", flags | kPlayFlagDownload,
-                 "video-sink", makeVideoSink(settings), "audio-sink", makeAudioSink(settings),
-                 nullptr);
+                 "video-sink", screen.sinkForNewMedia(), "video-filter", makeUpright(),
+                 "audio-sink", makeAudioSink(settings), nullptr);
     g_signal_connect(playbin_.get(), "source-setup", G_CALLBACK(&Pipeline::onSourceSetup), this);
     g_signal_connect(playbin_.get(), "element-setup", G_CALLBACK(&Pipeline::onElementSetup), this);
 
@@ -559,14 +569,6 @@ std::int64_t Pipeline::endMs() const {
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - sampledAt_);
     return sampledMs_ +
            static_cast<std::int64_t>(static_cast<double>(since.count()) * speed_.rate());
-}
-
-GstSample* Pipeline::screen() const {
-    GstSample* sample = nullptr;
-    if (playbin_ && opened_) {
-        g_object_get(playbin_.get(), "sample", &sample, nullptr);
-    }
-    return sample;
 }
 
 } // namespace player

@@ -16,6 +16,7 @@
 
 #include "engine/gst_handles.h"
 #include "engine/media_engine.h"
+#include "engine/screen.h"
 #include "process/settings.h"
 #include "process/task_queue.h"
 
@@ -30,8 +31,8 @@ public:
     static constexpr std::chrono::seconds kStepLimit{20};
 
     /// Starts opening at once. `queue` belongs to the media thread's context.
-    Pipeline(const Settings& settings, const std::string& uri, GMainContext* context,
-             TaskQueue& queue, Report report);
+    Pipeline(const Settings& settings, const std::string& uri, Screen& screen,
+             GMainContext* context, TaskQueue& queue, Report report);
     /// Takes the pipeline down; may block as long as GStreamer does.
     ~Pipeline();
     Pipeline(const Pipeline&) = delete;
@@ -50,8 +51,6 @@ public:
     bool idle() const { return step_ == Step::kNone; }
     /// Called several times a second: position reports, late facts, the limit of a step.
     void onTimer();
-    /// What the screen shows; null when it is black. The caller owns it.
-    GstSample* screen() const;
 
 private:
     enum class Step { kNone, kOpen, kMove, kChangeState };

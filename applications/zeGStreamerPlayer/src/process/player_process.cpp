@@ -32,11 +32,13 @@ PlayerProcess::PlayerProcess(const Settings& settings)
                                        }
                                    },
                                    logInfo}),
-      sound_(engine_, [this](const SoundStatus& status) {
-          if (service_) {
-              service_->announceSound(status);
-          }
-      }) {}
+      sound_(engine_,
+             [this](const SoundStatus& status) {
+                 if (service_) {
+                     service_->announceSound(status);
+                 }
+             }),
+      picture_(engine_) {}
 
 PlayerProcess::~PlayerProcess() {
     for (const unsigned source : sources_) {
@@ -134,9 +136,12 @@ bool PlayerProcess::saveScreen(const std::string& path) {
 PlayerService::Handlers PlayerProcess::busHandlers() {
     PlayerService::Handlers handlers;
     handlers.onPlayerCommand = [this](const statebus::Command& command) {
-        CommandTargets targets{player_, sound_,
+        CommandTargets targets{player_,
+                               sound_,
+                               picture_,
                                [this](const std::string& path) { return saveScreen(path); },
-                               [this] { end(ExitCode::kAsTold); }, logWarning};
+                               [this] { end(ExitCode::kAsTold); },
+                               logWarning};
         const bool accepted = carryOut(command, targets);
         logDebug("command " + command.word + (accepted ? " accepted" : " refused"));
         return accepted;

@@ -11,6 +11,7 @@
 
 #include "bus/player_service.h"
 #include "common/lifeline.h"
+#include "logic/picture.h"
 #include "logic/player.h"
 #include "logic/sound.h"
 #include "process/settings.h"
@@ -56,6 +57,7 @@ private:
     WorkerEngine engine_;
     Player player_;
     Sound sound_;
+    Picture picture_;
     std::optional<PlayerService> service_;
     std::optional<companion::Lifeline> lifeline_;
     std::optional<std::chrono::steady_clock::time_point> busAwaySince_;

@@ -6,6 +6,23 @@
 #include "logic/numbers.h"
 
 namespace player {
+namespace {
+
+/// A size that makes no sense leaves the usual one.
+void readScreenSize(const std::string& text, Settings& settings) {
+    constexpr std::uint32_t kLargest = 8192;
+    const std::size_t cross = text.find('x');
+    const auto width = decimalNumber(std::string_view(text).substr(0, cross));
+    const auto height = cross == std::string::npos
+                            ? std::nullopt
+                            : decimalNumber(std::string_view(text).substr(cross + 1));
+    if (width && height && *width > 0 && *height > 0 && *width <= kLargest && *height <= kLargest) {
+        settings.screenWidth = static_cast<int>(*width);
+        settings.screenHeight = static_cast<int>(*height);
+    }
+}
+
+} // namespace
 
 Settings readSettings(const std::function<const char*(const char* name)>& lookup) {
     const auto text = [&lookup](const char* name) {
@@ -15,6 +32,7 @@ Settings readSettings(const std::function<const char*(const char* name)>& lookup
     Settings settings;
     settings.videoSink = text("KETRA_VIDEO_SINK");
     settings.audioSink = text("KETRA_AUDIO_SINK");
+    readScreenSize(text("KETRA_SCREEN_SIZE"), settings);
     settings.snapshotDir = text("KETRA_SNAPSHOT_DIR");
     settings.downloadDir = text("KETRA_DOWNLOAD_DIR");
     if (settings.downloadDir.empty()) {

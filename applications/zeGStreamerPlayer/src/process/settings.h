@@ -3,10 +3,11 @@
 //
 //   KETRA_VIDEO_SINK     GStreamer element for the picture   (automatic, without display: none)
 //   KETRA_AUDIO_SINK     GStreamer element for the sound     (automatic)
-//   KETRA_SNAPSHOT_DIR   folder into which pictures of the screen may be written   (none: refused)
-//   KETRA_DOWNLOAD_DIR   folder for the copy that lets a film be played backwards  (TMPDIR, /tmp)
-//   KETRA_DOWNLOAD_LIMIT_MB  largest film of which a copy is kept   (half of what is free there)
-//   KETRA_CA_FILE        certificates (PEM) to be trusted for https   (the system's)
+//   KETRA_SCREEN_SIZE    WIDTHxHEIGHT of the screen, in whose pixels rectangles are given
+//   (1920x1080) KETRA_SNAPSHOT_DIR   folder into which pictures of the screen may be written (none:
+//   refused) KETRA_DOWNLOAD_DIR   folder for the copy that lets a film be played backwards (TMPDIR,
+//   /tmp) KETRA_DOWNLOAD_LIMIT_MB  largest film of which a copy is kept   (half of what is free
+//   there) KETRA_CA_FILE        certificates (PEM) to be trusted for https   (the system's)
 //   KETRA_LOG            error, warning, info or debug   (info)
 #pragma once
 
@@ -22,6 +23,8 @@ namespace player {
 struct Settings {
     std::string videoSink;
     std::string audioSink;
+    int screenWidth = 1920;
+    int screenHeight = 1080;
     std::string snapshotDir;
     std::string downloadDir;
     std::optional<std::uint64_t> downloadLimitBytes;

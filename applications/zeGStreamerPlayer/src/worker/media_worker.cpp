@@ -64,6 +64,8 @@ private:
     void on(const SpeedOrder& order) { engine_.setSpeed(order.session, order.speed); }
     void on(const CloseOrder& order) { engine_.close(order.session); }
     void on(const VolumeOrder& order) { engine_.setVolume(order.percent, order.mute); }
+    void on(const ViewOrder& order) { engine_.setView(order.view); }
+    void on(const MoveOrder& order) { engine_.moveView(order.right, order.down); }
     void on(const SaveScreenOrder& order) {
         engine_.saveScreen(order.path, [this, id = order.id](const std::string& error) {
             answer(SavedScreen{id, error});

@@ -91,6 +91,10 @@ void from_json(const Json& json, EngineEvent& event) {
     event.what = toVariant<decltype(event.what)>(json.at("what"));
 }
 
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Rectangle, x, y, width, height)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(View, zoomSteps, quarterTurns, crop, display, mute, keepRatio,
+                                   ratio)
+
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(OpenOrder, session, uri)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PlayOrder, session)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PauseOrder, session)
@@ -98,6 +102,8 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SeekOrder, session, positionMs)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SpeedOrder, session, speed)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(CloseOrder, session)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(VolumeOrder, percent, mute)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ViewOrder, view)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MoveOrder, right, down)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SaveScreenOrder, id, path)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SavedScreen, id, error)
 

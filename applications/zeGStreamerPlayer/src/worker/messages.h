@@ -40,6 +40,13 @@ struct VolumeOrder {
     unsigned percent;
     bool mute;
 };
+struct ViewOrder {
+    View view;
+};
+struct MoveOrder {
+    int right;
+    int down;
+};
 struct SaveScreenOrder {
     std::uint64_t id; ///< comes back in SavedScreen
     std::string path;
@@ -48,7 +55,7 @@ struct SaveScreenOrder {
 struct Ping {};
 
 using Order = std::variant<OpenOrder, PlayOrder, PauseOrder, SeekOrder, SpeedOrder, CloseOrder,
-                           VolumeOrder, SaveScreenOrder, Ping>;
+                           VolumeOrder, ViewOrder, MoveOrder, SaveScreenOrder, Ping>;
 
 struct SavedScreen {
     std::uint64_t id;

@@ -69,6 +69,7 @@ void WorkerEngine::start() {
     channel_ = std::make_unique<Channel>(
         pair[0], [this](const Bytes& bytes) { onMessage(bytes); }, [this] { onLost(); });
     send(volume_);
+    send(view_);
     send(Ping{});
     waiting_ = true;
     asked_ = Clock::now();
@@ -225,6 +226,15 @@ void WorkerEngine::close(Session session) {
 void WorkerEngine::setVolume(unsigned percent, bool mute) {
     volume_ = VolumeOrder{percent, mute};
     send(volume_);
+}
+
+void WorkerEngine::setView(const View& view) {
+    view_ = ViewOrder{view};
+    send(view_);
+}
+
+void WorkerEngine::moveView(int right, int down) {
+    send(MoveOrder{right, down});
 }
 
 void WorkerEngine::saveScreen(const std::string& path,

@@ -39,6 +39,8 @@ public:
     void setSpeed(Session session, Speed speed) override;
     void close(Session session) override;
     void setVolume(unsigned percent, bool mute) override;
+    void setView(const View& view) override;
+    void moveView(int right, int down) override;
     void saveScreen(const std::string& path,
                     std::function<void(const std::string& error)> done) override;
 
@@ -65,6 +67,7 @@ private:
     Clock::time_point started_;
     Session session_ = 0; ///< what the worker plays
     VolumeOrder volume_{100, false};
+    ViewOrder view_;
     std::uint64_t lastPicture_ = 0;
     std::map<std::uint64_t, std::function<void(const std::string& error)>> pictures_;
 };

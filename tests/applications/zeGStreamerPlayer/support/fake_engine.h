@@ -27,6 +27,13 @@ public:
     void setVolume(unsigned percent, bool mute) override {
         orders.push_back("volume " + std::to_string(percent) + (mute ? " mute" : ""));
     }
+    void setView(const player::View& now) override {
+        view = now;
+        orders.push_back("view");
+    }
+    void moveView(int right, int down) override {
+        orders.push_back("move " + std::to_string(right) + " " + std::to_string(down));
+    }
     void saveScreen(const std::string& path,
                     std::function<void(const std::string& error)> done) override {
         orders.push_back("save " + path);
@@ -42,6 +49,7 @@ public:
         return text;
     }
 
+    player::View view;
     player::Session session = 0; ///< the one that was opened last
     std::vector<std::string> orders;
 

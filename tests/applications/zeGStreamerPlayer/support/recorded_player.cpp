@@ -66,6 +66,8 @@ player::Settings RecordedPlayer::plainSettings(const std::string& folder) {
     player::Settings settings;
     settings.videoSink = "fakesink";
     settings.audioSink = "fakesink";
+    settings.screenWidth = kScreenWidth;
+    settings.screenHeight = kScreenHeight;
     settings.downloadDir = folder;
     settings.downloadLimitBytes = 1 << 30;
     return settings;

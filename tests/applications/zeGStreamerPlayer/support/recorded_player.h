@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/gstreamer_engine.h"
+#include "logic/picture.h"
 #include "logic/player.h"
 #include "process/settings.h"
 #include "process/task_queue.h"
@@ -39,6 +40,10 @@ Picture readPicture(const std::string& path);
 /// What an X display shows now; width 0 when it cannot be asked. GStreamer must be initialised.
 Picture grabDisplay(const std::string& display);
 
+/// The screen of a recorded player.
+constexpr int kScreenWidth = 640;
+constexpr int kScreenHeight = 360;
+
 class RecordedPlayer {
 public:
     /// `copyLimit`: largest film of which a copy is kept, in bytes.
@@ -68,6 +73,7 @@ public:
     Picture screen();
 
     player::GStreamerEngine& engine() { return engine_; }
+    player::Picture& picture() { return picture_; }
 
 private:
     std::string folder_;
@@ -76,6 +82,7 @@ private:
     std::string log_;
     player::GStreamerEngine engine_;
     player::Player player_;
+    player::Picture picture_{engine_};
 };
 
 } // namespace test

@@ -1,0 +1,200 @@
+// What the viewer's adjustments do to the pixels of the screen, which is 640 by 360 here.
+
+#include <sstream>
+#include <string>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "support/colours.h"
+#include "support/media_server.h"
+#include "support/recorded_player.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+using player::PlayerState;
+using player::Speed;
+
+class APicture : public testing::Test, public testing::WithParamInterface<const char*> {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(player_.setMedia(server_.address(GetParam())));
+        ASSERT_TRUE(player_->play(Speed()));
+        ASSERT_TRUE(player_.waitUntil([this] {
+            return player_.last().state == PlayerState::kFinished ||
+                   player_.last().state == PlayerState::kPlaying;
+        })) << player_.states();
+    }
+
+    bool set(const std::string& word, const std::string& value) {
+        return player_.picture().set(word, value);
+    }
+
+    void move(const std::string& direction, const std::string& offset) {
+        EXPECT_TRUE(set("MOVE_DIRECTION", direction));
+        EXPECT_TRUE(set("MOVE_OFFSET", offset));
+        EXPECT_TRUE(set("MOVE_SET", ""));
+    }
+
+    void setRectangles(const std::string& crop, const std::string& display,
+                       const std::string& mute = "0", const std::string& keepRatio = "1") {
+        for (const auto& [prefix, values] :
+             {std::pair{"CropRect_", crop}, {"DispRect_", display}}) {
+            std::istringstream words(values);
+            for (const char* side : {"s32X", "s32Y", "u16Height", "u16Width"}) {
+                std::string value;
+                words >> value;
+                EXPECT_TRUE(set(std::string(prefix) + side, value)) << side << value;
+            }
+        }
+        EXPECT_TRUE(set("bVideoMute", mute));
+        EXPECT_TRUE(set("bKeepRatio", keepRatio));
+        EXPECT_TRUE(set("SetCropDisplayRectangle", ""));
+    }
+
+    /// The colours near the corners, row by row: upper left, upper right, lower left, lower right.
+    std::string corners() { return at(20, 620, 20, 340); }
+
+    std::string at(int left, int right, int top, int bottom) {
+        const test::Picture picture = player_.screen();
+        if (picture.width != test::kScreenWidth || picture.height != test::kScreenHeight) {
+            return "no picture";
+        }
+        std::string colours;
+        for (const int y : {top, bottom}) {
+            for (const int x : {left, right}) {
+                colours += test::colourOf(picture.at(x, y));
+            }
+        }
+        return colours;
+    }
+
+    test::TemporaryFolder folder_;
+    test::MediaServer server_{KETRA_TEST_MEDIA};
+    test::RecordedPlayer player_{folder_.path()};
+};
+
+TEST_P(APicture, FillsTheScreen) {
+    EXPECT_EQ(corners(), "rgbw");
+    EXPECT_EQ(at(315, 325, 175, 185), "rgbw");
+}
+
+TEST_P(APicture, IsTurnedClockwise) {
+    ASSERT_TRUE(set("Rotate", "180"));
+    EXPECT_EQ(corners(), "wbgr");
+    // Upright now, so 202 pixels wide: from 219 to 421.
+    ASSERT_TRUE(set("Rotate", "090"));
+    EXPECT_EQ(at(225, 415, 20, 340), "brwg");
+    EXPECT_EQ(at(210, 430, 20, 340), "kkkk");
+    ASSERT_TRUE(set("Rotate", "270"));
+    EXPECT_EQ(at(225, 415, 20, 340), "gwrb");
+    ASSERT_TRUE(set("Rotate", "000"));
+    EXPECT_EQ(corners(), "rgbw");
+    EXPECT_FALSE(set("Rotate", "90"));
+}
+
+TEST_P(APicture, IsZoomedAroundItsMiddle) {
+    ASSERT_TRUE(set("Zoom", "Zoom/2"));
+    EXPECT_EQ(corners(), "kkkk");
+    EXPECT_EQ(at(170, 470, 100, 260), "rgbw");
+    ASSERT_TRUE(set("Zoom", "Zoom/8"));
+    EXPECT_EQ(at(270, 370, 150, 210), "kkkk");
+    EXPECT_EQ(at(290, 350, 165, 195), "rgbw");
+    ASSERT_TRUE(set("Zoom", "Zoomx8"));
+    EXPECT_EQ(corners(), "rgbw");
+    EXPECT_EQ(at(300, 340, 160, 200), "rgbw");
+    EXPECT_FALSE(set("Zoom", "Zoomx3"));
+}
+
+TEST_P(APicture, IsMovedToItsEdgesWhenItIsZoomed) {
+    move("RIGHT", "100"); // there is nothing to move yet
+    EXPECT_EQ(corners(), "rgbw");
+    ASSERT_TRUE(set("Zoom", "Zoomx2"));
+    move("RIGHT", "1000");
+    EXPECT_EQ(corners(), "ggww");
+    move("DOWN", "1000");
+    EXPECT_EQ(corners(), "wwww");
+    move("LEFT", "320"); // from the edge, not from where 1000 pixels would have led
+    EXPECT_EQ(corners(), "bwbw");
+    move("UP", "1000");
+    move("LEFT", "1000");
+    EXPECT_EQ(corners(), "rrrr");
+    EXPECT_FALSE(set("MOVE_DIRECTION", "OVER"));
+    EXPECT_FALSE(set("MOVE_OFFSET", "-1"));
+}
+
+TEST_P(APicture, IsCutAndPlacedByRectanglesThatComeTogether) {
+    EXPECT_TRUE(set("DispRect_u16Width", "10"));
+    EXPECT_EQ(corners(), "rgbw"); // not yet
+    // The right half of the picture, in the left half of the screen.
+    setRectangles("160 0 180 160", "0 0 360 320", "0", "0");
+    EXPECT_EQ(at(20, 300, 20, 340), "ggww");
+    EXPECT_EQ(at(340, 620, 20, 340), "kkkk");
+    setRectangles("0 0 0 0", "0 0 0 0");
+    EXPECT_EQ(corners(), "rgbw");
+}
+
+TEST_P(APicture, KeepsItsRatioInARectangleOrNot) {
+    setRectangles("0 0 0 0", "0 0 360 320");
+    EXPECT_EQ(at(20, 300, 100, 260), "rgbw");
+    EXPECT_EQ(at(20, 300, 70, 290), "kkkk");
+    setRectangles("0 0 0 0", "0 0 360 320", "0", "0");
+    EXPECT_EQ(at(20, 300, 70, 290), "rgbw");
+}
+
+TEST_P(APicture, IsBlackWhileItIsMuted) {
+    setRectangles("0 0 0 0", "0 0 0 0", "1");
+    EXPECT_EQ(corners(), "kkkk");
+    setRectangles("0 0 0 0", "0 0 0 0", "0");
+    EXPECT_EQ(corners(), "rgbw");
+}
+
+TEST_P(APicture, IsShownInTheRatioThatTheViewerChooses) {
+    ASSERT_TRUE(set("DisplayAspectRatio", "3")); // 4:3 is 480 pixels wide
+    EXPECT_EQ(at(70, 570, 20, 340), "kkkk");
+    EXPECT_EQ(at(90, 550, 20, 340), "rgbw");
+    ASSERT_TRUE(set("DisplayAspectRatio", "8")); // 320 by 180 pixels in the middle
+    EXPECT_EQ(at(170, 470, 100, 260), "rgbw");
+    EXPECT_EQ(at(150, 490, 80, 280), "kkkk");
+    ASSERT_TRUE(set("DisplayAspectRatio", "0"));
+    EXPECT_EQ(corners(), "rgbw");
+    EXPECT_FALSE(set("DisplayAspectRatio", "9"));
+}
+
+TEST_P(APicture, IsAdjustedWithoutBeingStartedAgain) {
+    const std::string before = player_.states();
+    ASSERT_TRUE(set("Zoom", "Zoomx2"));
+    ASSERT_TRUE(set("Rotate", "090"));
+    EXPECT_NE(corners(), "rgbw");
+    EXPECT_EQ(player_.states(), before);
+}
+
+TEST_P(APicture, StartsAtItsOwnSizeWhenItIsNew) {
+    ASSERT_TRUE(set("Zoom", "Zoomx4"));
+    ASSERT_TRUE(set("Rotate", "180"));
+    move("UP", "1000");
+    player_.picture().beginMedia();
+    SetUp();
+    EXPECT_EQ(corners(), "rgbw");
+    ASSERT_TRUE(set("Zoom", "Zoomx2"));
+    EXPECT_EQ(at(300, 340, 160, 200), "rgbw");
+}
+
+INSTANTIATE_TEST_SUITE_P(OfAFilmAndAPhoto, APicture,
+                         testing::Values("/good/corners.mp4", "/good/corners.png"));
+
+/// Nothing moves in a film that is paused, but it can be looked at more closely.
+class APausedFilm : public APicture {};
+
+TEST_P(APausedFilm, IsZoomed) {
+    ASSERT_TRUE(player_->pause());
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPaused));
+    ASSERT_TRUE(set("Zoom", "Zoom/2"));
+    EXPECT_EQ(at(170, 470, 100, 260), "rgbw");
+    EXPECT_EQ(corners(), "kkkk");
+}
+
+INSTANTIATE_TEST_SUITE_P(ThatStandsStill, APausedFilm, testing::Values("/good/corners.mp4"));
+
+} // namespace
