@@ -1,10 +1,12 @@
 #include "daemon.h"
 
+#include <algorithm>
 #include <functional>
 
 #include <glib-unix.h>
 #include <unistd.h>
 
+#include "base/authority.h"
 #include "base/log.h"
 #include "base/main_thread.h"
 
@@ -142,8 +144,8 @@ ExitCode Daemon::start() {
 }
 
 bool Daemon::startNetwork(std::string& error) {
-    const auto place = choosePlace(networkPlaces(), settings_.networkInterface);
-    if (!place) {
+    const auto wanted = choosePlaces(networkPlaces(), settings_.networkInterface);
+    if (wanted.empty()) {
         error = settings_.networkInterface.empty()
                     ? "there is no network interface to serve on"
                     : "no such network interface or address: " + settings_.networkInterface;
@@ -151,9 +153,7 @@ bool Daemon::startNetwork(std::string& error) {
     }
     const DeviceIdentity identity{store_->uuid(), record_.friendlyName, KETRA_VERSION};
     device_ = std::make_unique<RendererDevice>(identity, clock_, bus_, bus_, [this] { publish(); });
-    if (!device_->listen(place->address, settings_.port, error)) {
-        error = "cannot serve on " + place->address + " port " + std::to_string(settings_.port) +
-                ": " + error;
+    if (!serveOn(wanted, error)) {
         return false;
     }
     record_.webServerPort = device_->port();
@@ -168,10 +168,49 @@ bool Daemon::startNetwork(std::string& error) {
     device.descriptionPath = kDescriptionPath;
     device.port = device_->port();
     device.server = serverProduct(KETRA_VERSION);
-    discovery_ = std::make_unique<Discovery>(*place, std::move(device));
-    logInfo("\"" + record_.friendlyName + "\" on " + place->interface + ", http://" +
-            place->address + ":" + std::to_string(device_->port()) + kDescriptionPath);
+    discovery_ = std::make_unique<Discovery>(std::move(device));
+    discovery_->setPlaces(places_);
+    networkWatch_ = std::make_unique<NetworkWatch>([this] { networkChanged(); });
     return true;
+}
+
+// Listens wherever it is wanted and possible; places_ are those. False when it is possible nowhere.
+bool Daemon::serveOn(const std::vector<NetworkPlace>& wanted, std::string& error) {
+    std::vector<NetworkPlace> served;
+    for (const NetworkPlace& place : wanted) {
+        const std::uint16_t port = device_->port() != 0 ? device_->port() : settings_.port;
+        std::string reason;
+        if (!device_->listensOn(place.address) && !device_->listen(place.address, port, reason)) {
+            error = "cannot serve on " + place.address + " port " + std::to_string(port) + ": " +
+                    reason;
+            if (device_->port() != 0) {
+                logWarning(error);
+            }
+            continue;
+        }
+        served.push_back(place);
+        if (std::find(places_.begin(), places_.end(), place) == places_.end()) {
+            logInfo("\"" + record_.friendlyName + "\" on " + place.interface + ", http://" +
+                    authorityOf(place.address, device_->port()) + kDescriptionPath);
+        }
+    }
+    places_ = std::move(served);
+    return !places_.empty();
+}
+
+// A network that went away may come back: the daemon waits for it, however long that takes.
+void Daemon::networkChanged() {
+    for (const NetworkPlace& place : places_) {
+        const auto now = networkPlaces();
+        if (std::find(now.begin(), now.end(), place) == now.end()) {
+            logInfo(place.address + " on " + place.interface + " has gone");
+        }
+    }
+    std::string error;
+    if (!serveOn(choosePlaces(networkPlaces(), settings_.networkInterface), error)) {
+        logWarning(error.empty() ? "there is no network to serve on at the moment" : error);
+    }
+    discovery_->setPlaces(places_);
 }
 
 void Daemon::end(ExitCode code) {

@@ -11,6 +11,7 @@
 #include "base/settings.h"
 #include "bus/bus_link.h"
 #include "discovery/discovery.h"
+#include "discovery/network_watch.h"
 #include "renderer_device.h"
 
 namespace vantor {
@@ -42,6 +43,8 @@ private:
 
     ExitCode start();
     bool startNetwork(std::string& error);
+    bool serveOn(const std::vector<NetworkPlace>& wanted, std::string& error);
+    void networkChanged();
     void end(ExitCode code);
     void sayGoodbye();
 
@@ -66,6 +69,8 @@ private:
     BusLink bus_;
     std::unique_ptr<RendererDevice> device_;
     std::unique_ptr<Discovery> discovery_;
+    std::unique_ptr<NetworkWatch> networkWatch_;
+    std::vector<NetworkPlace> places_;
     bool published_ = false;
 };
 

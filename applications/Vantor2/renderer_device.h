@@ -37,6 +37,7 @@ public:
 
     bool listen(const std::string& address, std::uint16_t port, std::string& error);
     std::uint16_t port() const { return server_.port(); }
+    bool listensOn(const std::string& address) const { return server_.listensOn(address); }
 
     /// Off: every request is refused, subscribers are forgotten, nobody is admitted any more.
     void setOnNetwork(bool on);

@@ -1,5 +1,4 @@
-// Makes the renderer known on the network, and takes it away again. GSSDP announces; searches are
-// answered by SearchResponder.
+// Makes the renderer known on every network that it lives on, and takes it away again.
 //
 // Main thread.
 #pragma once
@@ -8,47 +7,28 @@
 #include <string>
 #include <vector>
 
-#include <libgssdp/gssdp.h>
-#include <libsoup/soup.h>
-
-#include "base/glib_handles.h"
-#include "discovery/network_place.h"
-#include "discovery/search_responder.h"
+#include "discovery/announcer.h"
 
 namespace vantor {
 
-struct DiscoveredDevice {
-    std::string uuid;
-    std::string deviceType;
-    std::vector<std::string> serviceTypes;
-    /// Path and port of the description on the chosen address.
-    std::string descriptionPath;
-    std::uint16_t port = 0;
-    std::string server;
-};
-
 class Discovery {
 public:
-    Discovery(NetworkPlace place, DiscoveredDevice device);
-    ~Discovery();
-    Discovery(const Discovery&) = delete;
-    Discovery& operator=(const Discovery&) = delete;
+    explicit Discovery(DiscoveredDevice device) : device_(std::move(device)) {}
 
-    /// Announces the device and answers searches from now on. False with the reason in `error`.
+    /// Where the renderer lives from now on. While it is shown, new places are announced and those
+    /// that are gone are forgotten; no announcement reaches them any more.
+    void setPlaces(const std::vector<NetworkPlace>& places);
+
+    /// Announces the device everywhere and answers searches from now on. False with the reason in
+    /// `error` when that succeeds nowhere although there are places.
     bool show(std::string& error);
     /// Says goodbye; the datagrams have left when it returns. No search is answered any more.
     void hide();
 
 private:
-    void messageReceived(const char* host, unsigned port, int type, SoupMessageHeaders* headers);
-
-    NetworkPlace place_;
     DiscoveredDevice device_;
-    std::vector<Announcement> announcements_;
-    std::string location_;
-    GObjectPtr<GSSDPClient> client_;
-    GObjectPtr<GSSDPResourceGroup> group_;
-    std::unique_ptr<SearchResponder> responder_;
+    std::vector<std::unique_ptr<Announcer>> announcers_;
+    bool shown_ = false;
 };
 
 } // namespace vantor

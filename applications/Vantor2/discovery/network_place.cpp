@@ -1,5 +1,6 @@
 #include "discovery/network_place.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include <arpa/inet.h>
@@ -9,6 +10,29 @@
 
 namespace vantor {
 
+namespace {
+
+// Numeric text of an address that a renderer can be reached at; "" for any other.
+std::string usableAddress(const sockaddr* address) {
+    char text[INET6_ADDRSTRLEN];
+    if (address->sa_family == AF_INET) {
+        sockaddr_in ipv4;
+        std::memcpy(&ipv4, address, sizeof(ipv4));
+        return inet_ntop(AF_INET, &ipv4.sin_addr, text, sizeof(text)) != nullptr ? text : "";
+    }
+    if (address->sa_family == AF_INET6) {
+        sockaddr_in6 ipv6;
+        std::memcpy(&ipv6, address, sizeof(ipv6));
+        if (!IN6_IS_ADDR_LINKLOCAL(&ipv6.sin6_addr) &&
+            inet_ntop(AF_INET6, &ipv6.sin6_addr, text, sizeof(text)) != nullptr) {
+            return text;
+        }
+    }
+    return "";
+}
+
+} // namespace
+
 std::vector<NetworkPlace> networkPlaces() {
     std::vector<NetworkPlace> places;
     ifaddrs* all = nullptr;
@@ -16,34 +40,42 @@ std::vector<NetworkPlace> networkPlaces() {
         return places;
     }
     for (const ifaddrs* entry = all; entry != nullptr; entry = entry->ifa_next) {
-        if (entry->ifa_addr == nullptr || entry->ifa_addr->sa_family != AF_INET ||
-            (entry->ifa_flags & IFF_UP) == 0) {
-            continue;
-        }
-        sockaddr_in address;
-        std::memcpy(&address, entry->ifa_addr, sizeof(address));
-        char text[INET_ADDRSTRLEN];
-        if (inet_ntop(AF_INET, &address.sin_addr, text, sizeof(text)) != nullptr) {
-            places.push_back({entry->ifa_name, text, (entry->ifa_flags & IFF_LOOPBACK) != 0});
+        const std::string address =
+            entry->ifa_addr == nullptr ? std::string() : usableAddress(entry->ifa_addr);
+        if (!address.empty() && (entry->ifa_flags & IFF_UP) != 0) {
+            places.push_back({entry->ifa_name, address, (entry->ifa_flags & IFF_LOOPBACK) != 0});
         }
     }
     freeifaddrs(all);
     return places;
 }
 
-std::optional<NetworkPlace> choosePlace(const std::vector<NetworkPlace>& places,
-                                        const std::string& wanted) {
-    const NetworkPlace* fallback = nullptr;
-    for (const NetworkPlace& place : places) {
-        if (wanted.empty() ? !place.loopback
-                           : place.interface == wanted || place.address == wanted) {
-            return place;
+std::vector<NetworkPlace> choosePlaces(const std::vector<NetworkPlace>& places,
+                                       const std::string& wanted) {
+    const auto chosen = [&](auto fits) {
+        std::vector<NetworkPlace> found;
+        for (const NetworkPlace& place : places) {
+            const bool another =
+                std::none_of(found.begin(), found.end(), [&](const NetworkPlace& earlier) {
+                    return earlier.interface == place.interface &&
+                           earlier.isIpv6() == place.isIpv6();
+                });
+            if (fits(place) && another) {
+                found.push_back(place);
+            }
         }
-        if (wanted.empty() && fallback == nullptr) {
-            fallback = &place;
-        }
+        return found;
+    };
+    const auto needsIpv6 = [](const NetworkPlace& place) {
+        return !place.loopback || !place.isIpv6();
+    };
+    if (!wanted.empty()) {
+        return chosen([&](const NetworkPlace& place) {
+            return place.address == wanted || (place.interface == wanted && needsIpv6(place));
+        });
     }
-    return fallback == nullptr ? std::nullopt : std::optional<NetworkPlace>(*fallback);
+    const auto outside = chosen([](const NetworkPlace& place) { return !place.loopback; });
+    return outside.empty() ? chosen(needsIpv6) : outside;
 }
 
 } // namespace vantor

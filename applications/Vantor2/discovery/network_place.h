@@ -1,7 +1,7 @@
-// Where on the machine's networks the renderer lives: one interface and its IPv4 address.
+// Where on the machine's networks the renderer lives: interfaces and one address each of IPv4 and
+// IPv6.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,16 +9,25 @@ namespace vantor {
 
 struct NetworkPlace {
     std::string interface;
-    std::string address;
+    std::string address; ///< numeric
     bool loopback = false;
+
+    bool isIpv6() const { return address.find(':') != std::string::npos; }
 };
 
-/// IPv4 addresses of the interfaces that are up, in the system's order.
+inline bool operator==(const NetworkPlace& left, const NetworkPlace& right) {
+    return left.interface == right.interface && left.address == right.address;
+}
+
+/// Addresses of the interfaces that are up, in the system's order. Link-local ones of IPv6 are left
+/// out: an address that means nothing without the name of an interface breaks the controllers that
+/// find it in a description's place.
 std::vector<NetworkPlace> networkPlaces();
 
-/// The place that `wanted` (an interface or an address) names; without a wish the first that is not
-/// loopback, else loopback. Nothing when there is none.
-std::optional<NetworkPlace> choosePlace(const std::vector<NetworkPlace>& places,
-                                        const std::string& wanted);
+/// Those to serve on: of the interface, or the very address, that `wanted` names; without a wish of
+/// every interface that is not loopback, else of loopback, where IPv4 is enough. One address of
+/// each kind for an interface.
+std::vector<NetworkPlace> choosePlaces(const std::vector<NetworkPlace>& places,
+                                       const std::string& wanted);
 
 } // namespace vantor

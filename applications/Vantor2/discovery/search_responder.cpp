@@ -1,10 +1,12 @@
 #include "discovery/search_responder.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <utility>
 
 #include <arpa/inet.h>
+#include <net/if.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -19,6 +21,38 @@ namespace {
 // moment get all they ask for, a flood gets little.
 constexpr double kBurst = 200;
 constexpr double kPerSecond = 100;
+
+struct SocketAddress {
+    sockaddr_storage any{};
+    socklen_t size = 0;
+    sockaddr* get() { return reinterpret_cast<sockaddr*>(&any); }
+};
+
+// An IPv6 address of this link alone needs the interface beside it; GSSDP may have named it.
+bool numericAddress(const std::string& host, std::uint16_t port, const std::string& interface,
+                    SocketAddress& address) {
+    const std::string plain = host.substr(0, host.find('%'));
+    sockaddr_in ipv4{};
+    if (inet_pton(AF_INET, plain.c_str(), &ipv4.sin_addr) == 1) {
+        ipv4.sin_family = AF_INET;
+        ipv4.sin_port = htons(port);
+        std::memcpy(&address.any, &ipv4, sizeof(ipv4));
+        address.size = sizeof(ipv4);
+        return true;
+    }
+    sockaddr_in6 ipv6{};
+    if (inet_pton(AF_INET6, plain.c_str(), &ipv6.sin6_addr) != 1) {
+        return false;
+    }
+    ipv6.sin6_family = AF_INET6;
+    ipv6.sin6_port = htons(port);
+    if (IN6_IS_ADDR_LINKLOCAL(&ipv6.sin6_addr)) {
+        ipv6.sin6_scope_id = if_nametoindex(interface.c_str());
+    }
+    std::memcpy(&address.any, &ipv6, sizeof(ipv6));
+    address.size = sizeof(ipv6);
+    return true;
+}
 
 } // namespace
 
@@ -46,22 +80,21 @@ std::vector<Announcement> matching(const std::vector<Announcement>& announcement
     return found;
 }
 
-SearchResponder::SearchResponder(const std::string& address,
-                                 std::vector<Announcement> announcements, std::string location,
-                                 std::string server, unsigned maxAge)
+SearchResponder::SearchResponder(const NetworkPlace& place, std::vector<Announcement> announcements,
+                                 std::string location, std::string server, unsigned maxAge)
     : announcements_(std::move(announcements)),
       location_(std::move(location)),
       server_(std::move(server)),
       maxAge_(maxAge),
+      interface_(place.interface),
       allowance_(kBurst),
       countedAt_(std::chrono::steady_clock::now()) {
-    sockaddr_in from{};
-    from.sin_family = AF_INET;
-    if (inet_pton(AF_INET, address.c_str(), &from.sin_addr) != 1) {
+    SocketAddress from;
+    if (!numericAddress(place.address, 0, place.interface, from)) {
         return;
     }
-    socket_ = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (socket_ >= 0 && bind(socket_, reinterpret_cast<sockaddr*>(&from), sizeof(from)) != 0) {
+    socket_ = socket(from.any.ss_family, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (socket_ >= 0 && bind(socket_, from.get(), from.size) != 0) {
         close(std::exchange(socket_, -1));
     }
 }
@@ -92,10 +125,8 @@ std::string SearchResponder::message(const Announcement& announcement) const {
 
 void SearchResponder::answer(const std::string& searchTarget, const std::string& host,
                              std::uint16_t port) {
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_port = htons(port);
-    if (inet_pton(AF_INET, host.c_str(), &to.sin_addr) != 1) {
+    SocketAddress to;
+    if (!numericAddress(host, port, interface_, to)) {
         return;
     }
     for (const Announcement& announcement : matching(announcements_, searchTarget)) {
@@ -105,8 +136,7 @@ void SearchResponder::answer(const std::string& searchTarget, const std::string&
         }
         const std::string text = message(announcement);
         // Datagrams may get lost anyway; who searches repeats it.
-        (void)!sendto(socket_, text.data(), text.size(), 0, reinterpret_cast<sockaddr*>(&to),
-                      sizeof(to));
+        (void)!sendto(socket_, text.data(), text.size(), 0, to.get(), to.size);
     }
 }
 

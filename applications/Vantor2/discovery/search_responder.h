@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "discovery/network_place.h"
+
 namespace vantor {
 
 /// What is announced: a search target and the unique name that goes with it.
@@ -27,8 +29,8 @@ std::vector<Announcement> matching(const std::vector<Announcement>& announcement
 
 class SearchResponder {
 public:
-    /// `address` is where answers come from.
-    SearchResponder(const std::string& address, std::vector<Announcement> announcements,
+    /// `place` is where answers come from.
+    SearchResponder(const NetworkPlace& place, std::vector<Announcement> announcements,
                     std::string location, std::string server, unsigned maxAge);
     ~SearchResponder();
     SearchResponder(const SearchResponder&) = delete;
@@ -46,6 +48,7 @@ private:
     std::string location_;
     std::string server_;
     unsigned maxAge_;
+    std::string interface_;
     int socket_ = -1;
     double allowance_;
     std::chrono::steady_clock::time_point countedAt_;

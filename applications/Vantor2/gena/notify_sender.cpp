@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "base/authority.h"
+
 namespace vantor {
 
 namespace {
@@ -70,10 +72,10 @@ bool isCallbackAllowed(const std::string& url, const std::string& peerAddress) {
         return false;
     }
     const char* host = g_uri_get_host(uri);
-    const bool allowed = std::string("http") == g_uri_get_scheme(uri) &&
-                         g_uri_get_userinfo(uri) == nullptr && host != nullptr &&
-                         host == peerAddress && g_hostname_is_ip_address(host) != FALSE &&
-                         g_uri_get_port(uri) != 0;
+    const bool allowed =
+        std::string("http") == g_uri_get_scheme(uri) && g_uri_get_userinfo(uri) == nullptr &&
+        host != nullptr && !canonicalHost(host).empty() &&
+        canonicalHost(host) == canonicalHost(peerAddress) && g_uri_get_port(uri) != 0;
     g_uri_unref(uri);
     return allowed;
 }

@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "base/authority.h"
 #include "base/log.h"
 #include "guard/drain.h"
 
@@ -65,14 +66,6 @@ ConnectionGuard::ConnectionGuard(SoupServer* server, GuardLimits limits,
       limits_(limits),
       isOwnAuthority_(std::move(isOwnAuthority)),
       timer_([this] { checkDeadlines(); }) {
-    GSList* listeners = soup_server_get_listeners(server);
-    for (GSList* item = listeners; item != nullptr; item = item->next) {
-        if (listen(g_socket_get_fd(G_SOCKET(item->data)), kBacklog) != 0) {
-            logWarning("the queue of waiting connections stays short");
-        }
-    }
-    g_slist_free(listeners);
-
     using Handler = void (*)(SoupServer*, SoupServerMessage*, gpointer);
     const Handler started = [](SoupServer*, SoupServerMessage* message, gpointer self) {
         static_cast<ConnectionGuard*>(self)->requestStarted(message);
@@ -83,6 +76,16 @@ ConnectionGuard::ConnectionGuard(SoupServer* server, GuardLimits limits,
     g_signal_connect(server, "request-started", G_CALLBACK(started), this);
     g_signal_connect(server, "request-finished", G_CALLBACK(finished), this);
     g_signal_connect(server, "request-aborted", G_CALLBACK(finished), this);
+}
+
+void ConnectionGuard::widenBacklog() {
+    GSList* listeners = soup_server_get_listeners(server_.get());
+    for (GSList* item = listeners; item != nullptr; item = item->next) {
+        if (listen(g_socket_get_fd(G_SOCKET(item->data)), kBacklog) != 0) {
+            logWarning("the queue of waiting connections stays short");
+        }
+    }
+    g_slist_free(listeners);
 }
 
 ConnectionGuard::~ConnectionGuard() {
@@ -295,7 +298,7 @@ bool ConnectionGuard::isForUs(SoupServerMessage* message) const {
         return true;
     }
     const int port = g_uri_get_port(uri);
-    return isOwnAuthority_(std::string(uriHost) + ":" + std::to_string(port < 0 ? 80 : port));
+    return isOwnAuthority_(authorityOf(uriHost, static_cast<unsigned>(port < 0 ? 80 : port)));
 }
 
 void ConnectionGuard::headersArrived(Connection& connection, SoupServerMessage* message) {

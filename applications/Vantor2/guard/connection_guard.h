@@ -45,6 +45,10 @@ public:
     ConnectionGuard(const ConnectionGuard&) = delete;
     ConnectionGuard& operator=(const ConnectionGuard&) = delete;
 
+    /// Makes the queues of waiting connections of the server's listeners long enough. After each
+    /// new listener.
+    void widenBacklog();
+
     /// The numeric address of a request's sender, taken when it connected (libsoup cannot tell any
     /// more when the sender has gone meanwhile).
     std::string peerOf(SoupServerMessage* message) const;

@@ -4,6 +4,8 @@
 
 #include <libsoup/soup.h>
 
+#include "base/authority.h"
+
 namespace vantor {
 
 namespace {
@@ -20,11 +22,6 @@ std::string joined(const std::vector<std::string>& words) {
         text += (text.empty() ? "" : ", ") + word;
     }
     return text;
-}
-
-// "host:port" or "host" as a Host header has it, compared with our own numeric address.
-bool namesAddress(const std::string& authority, const std::string& host, std::uint16_t port) {
-    return authority == host + ":" + std::to_string(port) || (port == 80 && authority == host);
 }
 
 } // namespace
@@ -63,14 +60,27 @@ bool HttpServer::listen(const std::string& address, std::uint16_t port, std::str
         g_error_free(failure);
         return false;
     }
-    GSList* uris = soup_server_get_uris(server_.get());
-    port_ = static_cast<std::uint16_t>(g_uri_get_port(static_cast<GUri*>(uris->data)));
-    g_slist_free_full(uris, reinterpret_cast<GDestroyNotify>(g_uri_unref));
-    guard_ = std::make_unique<ConnectionGuard>(
-        server_.get(), limits_, [address, port = port_](const std::string& authority) {
-            return namesAddress(authority, address, port);
-        });
+    if (!guard_) {
+        GSList* uris = soup_server_get_uris(server_.get());
+        port_ = static_cast<std::uint16_t>(g_uri_get_port(static_cast<GUri*>(uris->data)));
+        g_slist_free_full(uris, reinterpret_cast<GDestroyNotify>(g_uri_unref));
+        guard_ = std::make_unique<ConnectionGuard>(
+            server_.get(), limits_,
+            [this](const std::string& authority) { return isOwnAuthority(authority); });
+    }
+    guard_->widenBacklog();
+    addresses_.insert(address);
     return true;
+}
+
+// "host:port" or "host", as a Host header has it.
+bool HttpServer::isOwnAuthority(const std::string& authority) const {
+    std::size_t end = authority.rfind(':');
+    if (end == std::string::npos || (!authority.empty() && authority.back() == ']')) {
+        end = authority.size();
+    }
+    const std::string port = end < authority.size() ? authority.substr(end + 1) : "80";
+    return port == std::to_string(port_) && listensOn(canonicalHost(authority.substr(0, end)));
 }
 
 HttpReply HttpServer::reply(SoupServerMessage* message, const char* path) {

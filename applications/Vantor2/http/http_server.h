@@ -1,4 +1,5 @@
-// The daemon's HTTP server: one address, exact paths, a handler each that answers at once.
+// The daemon's HTTP server: some addresses with one port, exact paths, a handler each that answers
+// at once.
 //
 // Owns libsoup's server and the guard in front of it. The layers above see requests and replies,
 // never libsoup. Main thread.
@@ -9,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -51,8 +53,11 @@ public:
     /// Methods that `path` knows, and who answers them. Before listen.
     void addRoute(std::string path, std::vector<std::string> methods, Handler handler);
 
-    /// Listens on a numeric address; port 0 picks a free one. False with the reason in `error`.
+    /// Listens on a numeric address; port 0 picks a free one. False with the reason in `error`. May
+    /// be called for further addresses, whose port is the first one's. An address that goes away
+    /// and comes back is served again without a further call.
     bool listen(const std::string& address, std::uint16_t port, std::string& error);
+    bool listensOn(const std::string& address) const { return addresses_.count(address) != 0; }
     std::uint16_t port() const { return port_; }
 
     /// Closed, every request is answered with 503.
@@ -71,6 +76,9 @@ private:
     GObjectPtr<SoupServer> server_;
     GuardLimits limits_;
     std::unique_ptr<ConnectionGuard> guard_;
+    bool isOwnAuthority(const std::string& authority) const;
+
+    std::set<std::string> addresses_;
     std::map<std::string, Route> routes_;
     std::uint16_t port_ = 0;
     bool open_ = true;

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/authority.h"
 #include "base/device_store.h"
 #include "base/log.h"
 #include "base/settings.h"
@@ -197,6 +198,8 @@ TEST(ASpeed, IsOfferedWhenThePlayersListNamesIt) {
 TEST(ACallback, MayOnlyLeadBackToTheAsker) {
     EXPECT_TRUE(isCallbackAllowed("http://192.0.2.7:4004/a?b=c", "192.0.2.7"));
     EXPECT_TRUE(isCallbackAllowed("http://192.0.2.7/", "192.0.2.7"));
+    EXPECT_TRUE(isCallbackAllowed("http://[2001:DB8:0::7]:4004/", "2001:db8::7"));
+    EXPECT_FALSE(isCallbackAllowed("http://[2001:db8::8]:4004/", "2001:db8::7"));
     for (const char* url :
          {"http://192.0.2.8:4004/", "https://192.0.2.7/", "http://tv.example/", "192.0.2.7",
           "http://192.0.2.7@192.0.2.8/", "http://user@192.0.2.7/", "http://192.0.2.7.evil.example/",
@@ -240,15 +243,41 @@ TEST(ASearch, FindsWhatItAsksFor) {
     EXPECT_TRUE(matching(all, "urn:schemas-upnp-org:device:MediaServer:1").empty());
 }
 
-TEST(AnInterface, IsChosenByWishElseBeyondLoopback) {
+TEST(TheNetworks, AreChosenByWishElseBeyondLoopback) {
     const std::vector<NetworkPlace> places = {
-        {"lo", "127.0.0.1", true}, {"eth0", "192.0.2.5", false}, {"eth1", "198.51.100.5", false}};
-    EXPECT_EQ(choosePlace(places, "")->address, "192.0.2.5");
-    EXPECT_EQ(choosePlace(places, "eth1")->address, "198.51.100.5");
-    EXPECT_EQ(choosePlace(places, "127.0.0.1")->interface, "lo");
-    EXPECT_FALSE(choosePlace(places, "eth2"));
-    EXPECT_EQ(choosePlace({places[0]}, "")->interface, "lo");
-    EXPECT_FALSE(choosePlace({}, ""));
+        {"lo", "127.0.0.1", true},
+        {"eth0", "192.0.2.5", false},
+        {"eth0", "192.0.2.6", false},
+        {"eth1", "198.51.100.5", false},
+        {"lo", "::1", true},
+        {"eth0", "2001:db8::5", false},
+        {"eth0", "2001:db8::6", false},
+    };
+    const auto chosen = [&](const std::string& wanted) {
+        std::string text;
+        for (const NetworkPlace& place : choosePlaces(places, wanted)) {
+            text += place.address + " ";
+        }
+        return text;
+    };
+    EXPECT_EQ(chosen(""), "192.0.2.5 198.51.100.5 2001:db8::5 ");
+    EXPECT_EQ(chosen("eth1"), "198.51.100.5 ");
+    EXPECT_EQ(chosen("eth0"), "192.0.2.5 2001:db8::5 ");
+    EXPECT_EQ(chosen("2001:db8::6"), "2001:db8::6 ");
+    EXPECT_EQ(chosen("lo"), "127.0.0.1 ");
+    EXPECT_EQ(chosen("::1"), "::1 ");
+    EXPECT_EQ(chosen("eth2"), "");
+    EXPECT_EQ(choosePlaces({places[0], places[4]}, "").size(), 1u);
+    EXPECT_TRUE(choosePlaces({}, "").empty());
+}
+
+TEST(AnAuthority, NamesHostAndPort) {
+    EXPECT_EQ(authorityOf("192.0.2.1", 80), "192.0.2.1:80");
+    EXPECT_EQ(authorityOf("2001:db8::1", 80), "[2001:db8::1]:80");
+    EXPECT_EQ(canonicalHost("[2001:DB8:0::1]"), "2001:db8::1");
+    EXPECT_EQ(canonicalHost("192.0.2.1"), "192.0.2.1");
+    EXPECT_EQ(canonicalHost("evil.example"), "");
+    EXPECT_EQ(canonicalHost(""), "");
 }
 
 } // namespace

@@ -1,0 +1,23 @@
+#include "base/authority.h"
+
+#include <gio/gio.h>
+
+#include "base/glib_handles.h"
+
+namespace vantor {
+
+std::string authorityOf(const std::string& address, unsigned port) {
+    const std::string number = ":" + std::to_string(port);
+    return address.find(':') == std::string::npos ? address + number : "[" + address + "]" + number;
+}
+
+std::string canonicalHost(std::string host) {
+    if (host.size() >= 2 && host.front() == '[' && host.back() == ']') {
+        host = host.substr(1, host.size() - 2);
+    }
+    const GObjectPtr<GInetAddress> address(g_inet_address_new_from_string(host.c_str()));
+    const GText text(address ? g_inet_address_to_string(address.get()) : nullptr);
+    return text ? text.get() : "";
+}
+
+} // namespace vantor

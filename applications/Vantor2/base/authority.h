@@ -1,0 +1,15 @@
+// Host and port as HTTP writes them. Pure functions.
+#pragma once
+
+#include <string>
+
+namespace vantor {
+
+/// "192.0.2.1:80", "[2001:db8::1]:80".
+std::string authorityOf(const std::string& address, unsigned port);
+
+/// A numeric host in the form in which the system writes it: without brackets, and IPv6 as short as
+/// it gets. "" when it is no numeric address.
+std::string canonicalHost(std::string host);
+
+} // namespace vantor
