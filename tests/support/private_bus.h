@@ -12,7 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -22,10 +22,9 @@ namespace testing_support {
 class PrivateBus {
 public:
     explicit PrivateBus(std::string configuration = "") : configuration_(std::move(configuration)) {
-        char pattern[] = "/tmp/ketra-bus-XXXXXX";
-        if (mkdtemp(pattern) == nullptr)
+        folder_ = std::filesystem::temp_directory_path() / "ketra-bus-XXXXXX";
+        if (mkdtemp(folder_.data()) == nullptr)
             throw std::runtime_error("no temporary folder");
-        folder_ = pattern;
         if (!configuration_.empty())
             chmod(folder_.c_str(), 0755); // it may let other users in
         setenv("KETRA_BUS_ADDRESS", address().c_str(), 1);

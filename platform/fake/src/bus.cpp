@@ -29,6 +29,17 @@ Event eventOf(Event::What what, const std::string& fullName) {
     return {what, nullptr, typeOf(fullName), fullName, nullptr, 0};
 }
 
+/// What subscribers are told when they lose sight of an instance that lives on.
+void queueWill(Instance& instance) {
+    if (!instance.will)
+        return;
+    Event event = eventOf(Event::What::kChanged, instance.fullName);
+    event.record = std::make_shared<const statebus::Record>(*instance.will);
+    event.serial = ++instance.serial;
+    queueForAll(event);
+    ++instance.serial; // its own record is news again when it is back
+}
+
 void tellListeners(bool connected) {
     for (zeMultiMBusEngine* engine : bus().engines) {
         if (!engine->data()->started || !engine->data()->connectionListener)
@@ -200,8 +211,10 @@ void Bus::loseConnection() {
         if (!bus().connected)
             return;
         tellListeners(false);
-        for (const InstancePtr& instance : bus().instances)
+        for (const InstancePtr& instance : bus().instances) {
+            queueWill(*instance);
             queueForAll(eventOf(Event::What::kRemoved, instance->fullName));
+        }
         bus().connected = false;
     }
     pump();

@@ -10,7 +10,8 @@
 //   records of its instance were delivered and ten seconds have passed; after `removed` likewise.
 //   Its full name stays readable until the manager is deleted.
 // - A publisher that vanishes without a goodbye is followed by its last will (an ordinary change),
-//   then by `removed`.
+//   then by `removed`. When the bus itself dies that goes for every publisher; those that live
+//   appear again, with the records that they have by then, when the bus is back.
 // - Execute and SetValue block until the other side answered, work from any thread, and answer
 //   false, never hang, when the other side is gone, refuses, or does not answer within five
 //   seconds.

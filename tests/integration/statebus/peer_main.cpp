@@ -6,13 +6,16 @@
 //   title T    a title; "null" for none, "bytes" for one that is not UTF-8
 //   will E     a new last will with this error code; prints "done"
 //   quit       says goodbye and ends
-// It takes every command but "refuse", and prints none.
+// It takes every command but "refuse", and prints none but "hang", which it prints and never
+// answers.
 #include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <unistd.h>
 
 #include "ServiceRecords.h"
 #include "statebus/publisher.h"
@@ -40,6 +43,11 @@ std::unique_ptr<Publication> publishPlayer(zeMultiMBusEngine& engine, const std:
     spec.initial->setText("mTrack.mDLNAProfile", "http-get:*:video/mp4:*");
     spec.will = lastWill(120);
     spec.onCommand = [](const statebus::Command& command) {
+        if (command.word == "hang") {
+            std::cout << "hang" << std::endl;
+            for (;;)
+                pause();
+        }
         return command.word != "refuse";
     };
     std::string error;

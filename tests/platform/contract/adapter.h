@@ -18,6 +18,11 @@ public:
     World(const World&) = delete;
     World& operator=(const World&) = delete;
 
+    /// The bus dies at once, without a word to anybody.
+    void killBus();
+    /// A new bus takes its place.
+    void replaceBus();
+
 private:
     struct Data;
     std::unique_ptr<Data> data_;
@@ -36,6 +41,18 @@ public:
     virtual void freeze() = 0;
 };
 std::unique_ptr<RemotePublisher> startRemotePublisher(const std::string& instance);
+
+/// A publisher that keeps to no rule. Its instance of ContractState is there when it was started;
+/// the first record comes with the first send.
+class FaultyPublisher {
+public:
+    virtual ~FaultyPublisher() = default;
+    /// A record as it should be, with this mInt32.
+    virtual void send(int number) = 0;
+    /// One that is not well formed.
+    virtual void sendMalformed() = 0;
+};
+std::unique_ptr<FaultyPublisher> startFaultyPublisher(const std::string& instance);
 
 /// The bytes that the operator types until the input ends. Replaces what was not read.
 void setConsoleInput(const std::string& bytes);

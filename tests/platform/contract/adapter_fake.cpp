@@ -14,7 +14,31 @@ struct World::Data {
 World::World() : data_(std::make_unique<Data>()) {}
 World::~World() = default;
 
+void World::killBus() {
+    fake::Bus::instance().loseConnection();
+}
+
+void World::replaceBus() {
+    fake::Bus::instance().restoreConnection();
+}
+
 namespace {
+
+class FakeFaultyPublisher : public FaultyPublisher {
+public:
+    explicit FakeFaultyPublisher(const std::string& instance) : instance_(instance) {
+        fake::Bus::instance().appear(kContractState, instance_);
+    }
+    ~FakeFaultyPublisher() override { fake::Bus::instance().disappear(kContractState, instance_); }
+
+    void send(int number) override { fake::Bus::instance().deliver(stateWith(number), instance_); }
+    void sendMalformed() override {
+        fake::Bus::instance().deliverMalformed(kContractState, instance_);
+    }
+
+private:
+    std::string instance_;
+};
 
 class FakeRemotePublisher : public RemotePublisher {
 public:
@@ -45,6 +69,10 @@ private:
 
 std::unique_ptr<RemotePublisher> startRemotePublisher(const std::string& instance) {
     return std::make_unique<FakeRemotePublisher>(instance);
+}
+
+std::unique_ptr<FaultyPublisher> startFaultyPublisher(const std::string& instance) {
+    return std::make_unique<FakeFaultyPublisher>(instance);
 }
 
 void setConsoleInput(const std::string& bytes) {

@@ -17,6 +17,7 @@
 
 #include "middleware/event_loop.h"
 #include "support/private_bus.h"
+#include "support/raw_peer.h"
 
 namespace contract {
 
@@ -107,6 +108,43 @@ private:
     Program program_;
 };
 
+/// Speaks D-Bus itself, below everything that this platform would check.
+class LinuxFaultyPublisher : public FaultyPublisher {
+public:
+    explicit LinuxFaultyPublisher(const std::string& instance)
+        : path_("/tv/sbus/ContractState/" + instance), peer_(std::getenv("KETRA_BUS_ADDRESS")) {
+        peer_.own("tv.sbus.ContractState." + instance);
+    }
+
+    void send(int number) override {
+        signal([number](sd_bus_message* message) {
+            sd_bus_message_append(message, "a{sv}", 1, "mInt32", "i", number);
+        });
+    }
+    void sendMalformed() override {
+        signal([](sd_bus_message* message) {
+            sd_bus_message_append(message, "a{sv}", 2, "mInt32", "i", 7, "mText", "ay", 3, 'a', 0,
+                                  'b');
+        });
+    }
+
+private:
+    void signal(const testing_support::RawPeer::Fill& fill) {
+        // Whoever has just heard of it asks for its will and its record: it knows neither.
+        constexpr std::uint64_t kMicroseconds = 200 * 1000;
+        peer_.processFor(kMicroseconds);
+        ++serial_;
+        peer_.signal(path_, "Changed", [&](sd_bus_message* message) {
+            sd_bus_message_append(message, "t", serial_);
+            fill(message);
+        });
+    }
+
+    std::string path_;
+    testing_support::RawPeer peer_;
+    std::uint64_t serial_ = 0;
+};
+
 } // namespace
 
 struct World::Data {
@@ -117,8 +155,20 @@ World::World() : data_(std::make_unique<Data>()) {}
 
 World::~World() = default;
 
+void World::killBus() {
+    data_->bus.stop();
+}
+
+void World::replaceBus() {
+    data_->bus.start();
+}
+
 std::unique_ptr<RemotePublisher> startRemotePublisher(const std::string& instance) {
     return std::make_unique<LinuxRemotePublisher>(instance);
+}
+
+std::unique_ptr<FaultyPublisher> startFaultyPublisher(const std::string& instance) {
+    return std::make_unique<LinuxFaultyPublisher>(instance);
 }
 
 void setConsoleInput(const std::string& bytes) {

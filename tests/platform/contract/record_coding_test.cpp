@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -135,6 +136,26 @@ TEST_F(ARecord, OfAnOlderProgramHasZeroWhereItKnowsNothing) {
     expected.setNumber("mInt32", 7);
     expected.setText("mText", "old");
     EXPECT_EQ(sentAndReceived(before), expected);
+}
+
+TEST_F(ARecord, ThatIsNotWellFormedCostsOneConsoleLineAndChangesNothing) {
+    const Subscriber subscriber;
+    const auto faulty = startFaultyPublisher("main");
+    ASSERT_NE(faulty, nullptr);
+    ASSERT_TRUE(subscriber.waitFor("added ContractState$main"));
+    faulty->send(1);
+    ASSERT_TRUE(subscriber.waitFor("ContractState$main is 1"));
+    const std::string console = consoleOutputOf([&] {
+        faulty->sendMalformed();
+        faulty->send(2);
+        EXPECT_TRUE(subscriber.waitFor("ContractState$main is 2"));
+    });
+    EXPECT_EQ(std::count(console.begin(), console.end(), '\n'), 1) << console;
+    EXPECT_NE(console.find("ContractState$main"), std::string::npos) << console;
+    EXPECT_EQ(subscriber.seen(), Lines({"added ContractState$main", "ContractState$main is 1",
+                                        "ContractState$main is 2"}));
+    // Nothing of it is left in the record that followed.
+    EXPECT_EQ(*subscriber.changes().back().record, stateWith(2));
 }
 
 } // namespace

@@ -114,6 +114,11 @@ TEST_F(Stopping, AnEngineThatWasNeverOpenedIsHarmless) {
     manager.Stop();
     engine.Stop();
     engine.Stop();
+    EXPECT_FALSE(zeSBusCommand("word").Execute(&manager, kContractState, "main"));
+    // And nobody else is worse off.
+    const auto publication = publisher.publish("main", 1);
+    const Subscriber subscriber;
+    EXPECT_TRUE(subscriber.waitFor("ContractState$main is 1"));
 }
 
 TEST_F(Stopping, DoesNotDependOnWhichOfTwoSharedEnginesGoesFirst) {

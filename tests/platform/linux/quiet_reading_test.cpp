@@ -1,6 +1,9 @@
 #include "statebus/quiet_reading.h"
 
 #include <atomic>
+#include <chrono>
+#include <future>
+#include <memory>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -30,21 +33,39 @@ TEST(QuietReaders, AndDeliveriesNeverMeet) {
     delivery.join();
 }
 
+namespace {
+
+/// Whether `work` comes to its end on another thread while the caller's guards are held.
+template <class Work> bool endsBeside(Work work) {
+    auto ended = std::make_shared<std::promise<void>>();
+    std::future<void> end = ended->get_future();
+    // Left alone when it does not end: then the test has failed, and the process with it.
+    std::thread([work, ended] {
+        work();
+        ended->set_value();
+    }).detach();
+    return end.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+}
+
+} // namespace
+
 TEST(QuietReaders, MayReadInsideAHandlerAndInsideEachOther) {
-    const Delivering delivering;
-    const QuietReading outer;
-    const QuietReading inner;
-    SUCCEED();
+    EXPECT_TRUE(endsBeside([] {
+        const Delivering delivering;
+        const QuietReading outer;
+        const QuietReading inner;
+    }));
+    // And have given everything back.
+    EXPECT_TRUE(endsBeside([] { const QuietReading quiet; }));
+    EXPECT_TRUE(endsBeside([] { const Delivering delivering; }));
 }
 
 TEST(QuietReaders, DoNotKeepEachOtherOut) {
     const QuietReading here;
-    std::thread other([] { const QuietReading there; });
-    other.join();
+    EXPECT_TRUE(endsBeside([] { const QuietReading there; }));
 }
 
 TEST(Deliveries, OfTwoEnginesDoNotKeepEachOtherOut) {
     const Delivering here;
-    std::thread other([] { const Delivering there; });
-    other.join();
+    EXPECT_TRUE(endsBeside([] { const Delivering there; }));
 }

@@ -105,7 +105,7 @@ public:
     std::size_t deliverPending();
     /// Delivers the next event of the queue. False when there was none.
     bool deliverNext();
-    /// The bus itself dies: every instance is removed, commands answer false.
+    /// The bus itself dies: every instance is removed after its will, commands answer false.
     void loseConnection();
     void restoreConnection();
     void passTime(std::chrono::milliseconds time);

@@ -1,4 +1,6 @@
-// A platform that does nothing as fast as it can, so that what is measured is the library.
+// Every symbol that the library takes from its platform, doing as little as it may. A port can
+// begin with this file and fill it in; the library's benchmarks run on it, because what they
+// measure then is the library.
 #include <cstdlib>
 #include <cstring>
 
