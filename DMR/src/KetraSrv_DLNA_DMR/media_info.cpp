@@ -39,6 +39,7 @@ void asPictureType(std::string_view aValue, std::string& aAnswer) {
 void asFrameRate(std::string_view aValue, std::string& aAnswer) {
     constexpr std::size_t kDecimals = 3;
     aAnswer.clear();
+    aAnswer.reserve(aValue.size() + kDecimals + 2); // all of it at once
     if (aValue.size() <= kDecimals) {
         aAnswer.append(kDecimals + 1 - aValue.size(), '0');
     }

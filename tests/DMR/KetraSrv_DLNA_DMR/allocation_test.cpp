@@ -124,4 +124,19 @@ TEST_F(NoMemory, IsAllocatedForAMetadataQueryBeyondItsAnswer) {
     EXPECT_EQ(allocationsOf([&] { dmr().MediaPlayer_GetAudioTrackIndex(); }), 0);
 }
 
+TEST_F(NoMemory, IsAllocatedTwiceForOneAnswer) {
+    const char* const keys[] = {"title:", "image-type:", "frame-rate:", "video-codec:Video Codec ",
+                                "index-existed:"};
+    const EN_INFO_METADATA items[] = {E_INFO_TITLE, E_INFO_IMAGE_TYPE, E_INFO_FRAME_RATE,
+                                      E_INFO_VIDEO_CODEC, E_INFO_INDEX_EXISTED};
+    for (int i = 0; i < 5; ++i) {
+        for (std::size_t length = 0; length < 300; ++length) {
+            Access::mediaInfo(dmr()) = keys[i] + std::string(length, '1');
+            std::string answer;
+            EXPECT_LE(allocationsOf([&] { dmr().MediaPlayer_GetMetaData(items[i], answer); }), 1)
+                << keys[i] << " " << length;
+        }
+    }
+}
+
 } // namespace
