@@ -50,6 +50,7 @@ protected:
         facts.kind = MediaKind::kVideo;
         facts.durationMs = 100000;
         facts.seekable = true;
+        facts.audioTracks = 2;
         player_.onEvent(EngineEvent{engine_.session, EngineOpened{facts}});
         player_.onEvent(EngineEvent{engine_.session, EnginePlaying{}});
         engine_.taken();
@@ -63,7 +64,7 @@ protected:
                                         [](const PlayerStatus&) {},
                                         [](const std::string&) {
                                         }}};
-    Sound sound_{engine_, [](const SoundStatus&) {
+    Sound sound_{engine_, SoundStatus(), [](const SoundStatus&) {
                  }};
     Picture picture_{engine_};
 };
@@ -142,6 +143,32 @@ TEST_F(TheVocabulary, ChangesTheVolume) {
     EXPECT_FALSE(sendCustom("Volume", "MAX"));
     EXPECT_FALSE(sendCustom("Paint", "red"));
     EXPECT_FALSE(send("customcommand", Record(ContentPlayerServiceCustomCommandTemplate)));
+}
+
+TEST_F(TheVocabulary, ChoosesTheAudioTrack) {
+    send("seturi", std::string("http://h/film.mkv"));
+    EXPECT_FALSE(sendCustom("AudioTrackIndex", "0")); // nothing plays
+    send("play");
+    openFilm();
+    EXPECT_TRUE(sendCustom("AudioTrackIndex", "1"));
+    EXPECT_EQ(engine_.taken(), "audio track 1");
+    for (const char* index : {"2", "-1", "", "one"}) {
+        EXPECT_FALSE(sendCustom("AudioTrackIndex", index)) << index;
+    }
+    EXPECT_EQ(engine_.taken(), "");
+}
+
+TEST_F(TheVocabulary, RepeatsAPart) {
+    EXPECT_FALSE(sendCustom("RepeatAB", "A"));
+    send("seturi", std::string("http://h/film.mkv"));
+    send("play");
+    openFilm();
+    EXPECT_FALSE(sendCustom("RepeatAB", "AB"));
+    EXPECT_TRUE(sendCustom("RepeatAB", "A"));
+    EXPECT_TRUE(sendCustom("RepeatAB", "AB"));
+    EXPECT_TRUE(sendCustom("RepeatAB", "NONE"));
+    EXPECT_FALSE(sendCustom("RepeatAB", "B"));
+    EXPECT_EQ(engine_.taken(), "repeat 1; repeat 2; repeat 0");
 }
 
 TEST_F(TheVocabulary, AdjustsThePicture) {

@@ -316,7 +316,7 @@ class TheSound : public testing::Test {
 protected:
     test::FakeEngine engine_;
     int announced_ = 0;
-    Sound sound_{engine_, [this](const SoundStatus&) {
+    Sound sound_{engine_, SoundStatus(), [this](const SoundStatus&) {
                      ++announced_;
                  }};
 };

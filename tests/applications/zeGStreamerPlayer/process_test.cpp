@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "ServiceRecords.h"
+#include "process/sound_store.h"
 #include "support/bus_watcher.h"
 #include "support/media_server.h"
 #include "support/private_bus.h"
@@ -37,6 +38,7 @@ protected:
         setenv("KETRA_AUDIO_SINK", "fakesink", 1);
         setenv("KETRA_SNAPSHOT_DIR", folder_.path().c_str(), 1);
         setenv("KETRA_DOWNLOAD_DIR", folder_.path().c_str(), 1);
+        setenv("KETRA_STATE_DIR", folder_.path().c_str(), 1);
     }
 
     void start() {
@@ -146,6 +148,19 @@ TEST_F(ThePlayerProcess, PlaysWhatTheBusTellsIt) {
     const test::Picture picture = test::readPicture(folder_.path() + "/now.png");
     ASSERT_EQ(picture.width, 1920) << player_->error();
     EXPECT_GT(picture.middle().blue, 180);
+}
+
+TEST_F(ThePlayerProcess, KeepsItsVolume) {
+    start();
+    EXPECT_TRUE(custom("Volume", "UP"));
+    EXPECT_EQ(player::loadSound(folder_.path()).volume, 55u);
+    player_->signal(SIGKILL);
+    ASSERT_TRUE(waitUntilRemoved());
+    player_ = std::make_unique<Program>(std::vector<std::string>{KETRA_PLAYER_PROGRAM});
+    ASSERT_TRUE(watcher_.waitForCount(Notice::kAdded, 2, kFullName));
+    ASSERT_TRUE(waitForState(kPlayerStopped));
+    EXPECT_TRUE(custom("Volume", "UP"));
+    EXPECT_EQ(player::loadSound(folder_.path()).volume, 60u);
 }
 
 TEST_F(ThePlayerProcess, LeavesItsWillWhenItIsKilled) {

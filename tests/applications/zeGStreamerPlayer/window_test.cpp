@@ -26,6 +26,7 @@ protected:
     ThePlayersWindow() {
         setenv("KETRA_AUDIO_SINK", "fakesink", 1);
         setenv("KETRA_DOWNLOAD_DIR", folder_.path().c_str(), 1);
+        setenv("KETRA_STATE_DIR", folder_.path().c_str(), 1);
         for (const char* variable : {"KETRA_VIDEO_SINK", "WAYLAND_DISPLAY"}) {
             unsetenv(variable);
         }

@@ -75,6 +75,8 @@ TEST(AMessage, CarriesEveryOrder) {
     EXPECT_EQ(orderBack(PauseOrder{2}).session, 2u);
     EXPECT_EQ(orderBack(SeekOrder{2, 1500}).positionMs, 1500);
     EXPECT_STREQ(orderBack(SpeedOrder{2, *Speed::fromText("-32")}).speed.text(), "-32");
+    EXPECT_EQ(orderBack(AudioTrackOrder{2, 3}).index, 3u);
+    EXPECT_EQ(orderBack(RepeatOrder{2, Repeat::kAB}).what, Repeat::kAB);
     EXPECT_EQ(orderBack(CloseOrder{3}).session, 3u);
     EXPECT_TRUE(orderBack(VolumeOrder{35, true}).mute);
     View view;

@@ -99,6 +99,26 @@ bool onVolume(const std::string& argument, CommandTargets& targets) {
     return true;
 }
 
+bool onAudioTrack(const std::string& argument, CommandTargets& targets) {
+    const std::optional<std::uint32_t> index = decimalNumber(argument);
+    return index && targets.player.setAudioTrack(*index);
+}
+
+constexpr std::array kRepeatWords = {
+    std::pair{"NONE", Repeat::kNone},
+    std::pair{"A", Repeat::kA},
+    std::pair{"AB", Repeat::kAB},
+};
+
+bool onRepeatAB(const std::string& argument, CommandTargets& targets) {
+    for (const auto& [word, what] : kRepeatWords) {
+        if (argument == word) {
+            return targets.player.repeat(what);
+        }
+    }
+    return false;
+}
+
 bool onSnapshot(const std::string& argument, CommandTargets& targets) {
     return targets.saveScreen(argument);
 }
@@ -106,6 +126,8 @@ bool onSnapshot(const std::string& argument, CommandTargets& targets) {
 using CustomRow = std::pair<const char*, bool (*)(const std::string&, CommandTargets&)>;
 constexpr std::array kCustomCommands = {
     CustomRow{"Volume", onVolume},
+    CustomRow{"AudioTrackIndex", onAudioTrack},
+    CustomRow{"RepeatAB", onRepeatAB},
     CustomRow{"Snapshot", onSnapshot},
 };
 

@@ -198,6 +198,14 @@ void GStreamerEngine::setSpeed(Session session, Speed speed) {
     withSession(session, [speed](Pipeline& pipeline) { pipeline.setSpeed(speed); });
 }
 
+void GStreamerEngine::setAudioTrack(Session session, unsigned index) {
+    withSession(session, [index](Pipeline& pipeline) { pipeline.setAudioTrack(index); });
+}
+
+void GStreamerEngine::repeat(Session session, Repeat what) {
+    withSession(session, [what](Pipeline& pipeline) { pipeline.repeat(what); });
+}
+
 void GStreamerEngine::setVolume(unsigned percent, bool mute) {
     queue_.post([this, percent, mute] {
         volume_ = percent;

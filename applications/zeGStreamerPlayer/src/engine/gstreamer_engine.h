@@ -37,6 +37,8 @@ public:
     void pause(Session session) override;
     void seek(Session session, std::int64_t positionMs) override;
     void setSpeed(Session session, Speed speed) override;
+    void setAudioTrack(Session session, unsigned index) override;
+    void repeat(Session session, Repeat what) override;
     void close(Session session) override;
     void setVolume(unsigned percent, bool mute) override;
     void setView(const View& view) override;

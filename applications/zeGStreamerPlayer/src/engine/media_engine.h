@@ -65,6 +65,9 @@ struct EngineEvent {
         what;
 };
 
+/// Repeat A-B: nothing, the point A is now, or the point B is now and the part between is repeated.
+enum class Repeat : int { kNone, kA, kAB };
+
 /// Orders are given on the logic's thread and carried out in order, each as soon as the media can
 /// bear it; orders for a session that is not open do nothing.
 class MediaEngine {
@@ -80,6 +83,10 @@ public:
     virtual void pause(Session session) = 0;
     virtual void seek(Session session, std::int64_t positionMs) = 0;
     virtual void setSpeed(Session session, Speed speed) = 0;
+    /// Which audio track sounds, counted from 0.
+    virtual void setAudioTrack(Session session, unsigned index) = 0;
+    /// A seek to outside the part that is repeated ends the repetition.
+    virtual void repeat(Session session, Repeat what) = 0;
     /// Ends the session; the screen is black afterwards.
     virtual void close(Session session) = 0;
     /// Volume in percent on a scale that sounds even; holds for every session.

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <utility>
@@ -28,6 +29,8 @@ constexpr unsigned kNetworkTimeoutSeconds = 60;
 /// From this speed on only key frames are shown: decoding all would be slower than showing them.
 constexpr double kKeyFramesFrom = 8.0;
 constexpr std::chrono::seconds kPositionInterval{1};
+/// A part between A and B that is shorter is taken for a slip of the finger.
+constexpr std::chrono::milliseconds kShortestRepeat{200};
 constexpr char kUserAgent[] = "zeGStreamerPlayer/1.5 DLNADOC/1.50";
 
 std::string header(const GstStructure* headers, const char* name) {
@@ -168,6 +171,9 @@ void Pipeline::pause() {
 }
 
 void Pipeline::seek(std::int64_t positionMs) {
+    if (markB_ && (positionMs < *markA_ || positionMs > *markB_)) {
+        repeat(Repeat::kNone);
+    }
     wantPositionMs_ = positionMs;
     wish();
 }
@@ -175,6 +181,34 @@ void Pipeline::seek(std::int64_t positionMs) {
 void Pipeline::setSpeed(Speed speed) {
     wantSpeed_ = speed;
     wish();
+}
+
+void Pipeline::setAudioTrack(unsigned index) {
+    if (opened_ && !retired_) {
+        g_object_set(playbin_.get(), "current-audio", static_cast<int>(index), nullptr);
+        factsStale_ = true;
+    }
+}
+
+void Pipeline::repeat(Repeat what) {
+    // A part that is repeated already ends at its end, see onSegmentEnd.
+    markB_.reset();
+    if (what == Repeat::kNone) {
+        markA_.reset();
+    } else if (what == Repeat::kA) {
+        markA_ = positionMs();
+    } else if (markA_) {
+        const std::int64_t now = positionMs();
+        if (std::abs(now - *markA_) < kShortestRepeat.count()) {
+            logInfo("a part of " + std::to_string(now - *markA_) + " ms is not repeated");
+            return;
+        }
+        markB_ = std::max(now, *markA_);
+        markA_ = std::min(now, *markA_);
+        segmentEnd_ = *markB_;
+        wantPositionMs_ = wantSpeed_.isBackward() ? *markB_ : *markA_;
+        wish();
+    }
 }
 
 void Pipeline::setSound(unsigned percent, bool mute) {
@@ -245,32 +279,57 @@ void Pipeline::takeNextStep() {
 
 /// True when a step has begun; false when the media refuses.
 bool Pipeline::move() {
-    const Speed speed = wantSpeed_;
-    const std::int64_t from = wantPositionMs_.value_or(positionMs()) * GST_MSECOND;
+    const Speed before = std::exchange(speed_, wantSpeed_);
+    const std::int64_t from = wantPositionMs_.value_or(positionMs());
     wantPositionMs_.reset();
-    const double rate = speed.rate();
-    int flags = GST_SEEK_FLAG_FLUSH;
+    begin(Step::kMove);
+    if (!seekTo(GST_SEEK_FLAG_FLUSH, from)) {
+        step_ = Step::kNone;
+        speed_ = wantSpeed_ = before;
+        report_(EngineMoved{false, positionMs(), speed_});
+        return false;
+    }
+    applySound();
+    return true;
+}
+
+/// Plays on from there at the speed that holds, up to the end of the media or of the part that is
+/// repeated.
+bool Pipeline::seekTo(int flags, std::int64_t from) {
+    const double rate = speed_.rate();
     if (std::abs(rate) >= kKeyFramesFrom) {
         flags |= GST_SEEK_FLAG_TRICKMODE | GST_SEEK_FLAG_TRICKMODE_KEY_UNITS |
                  GST_SEEK_FLAG_TRICKMODE_NO_AUDIO;
     } else {
         flags |= GST_SEEK_FLAG_ACCURATE;
     }
-    const bool backward = speed.isBackward();
-    begin(Step::kMove);
     // "Until there is no more" and not "until the end": the parsers of songs refuse the latter.
-    const std::int64_t start = backward ? 0 : from;
-    const std::int64_t stop = backward ? from : static_cast<std::int64_t>(GST_CLOCK_TIME_NONE);
-    if (!gst_element_seek(playbin_.get(), rate, GST_FORMAT_TIME, static_cast<GstSeekFlags>(flags),
-                          GST_SEEK_TYPE_SET, start, GST_SEEK_TYPE_SET, stop)) {
-        step_ = Step::kNone;
-        wantSpeed_ = speed_;
-        report_(EngineMoved{false, positionMs(), speed_});
-        return false;
+    std::int64_t first = 0;
+    auto last = static_cast<std::int64_t>(GST_CLOCK_TIME_NONE);
+    if (markB_) {
+        flags |= GST_SEEK_FLAG_SEGMENT;
+        first = *markA_ * GST_MSECOND;
+        last = *markB_ * GST_MSECOND;
     }
-    speed_ = speed;
-    applySound();
-    return true;
+    const std::int64_t here = from * static_cast<std::int64_t>(GST_MSECOND);
+    return gst_element_seek(playbin_.get(), rate, GST_FORMAT_TIME, static_cast<GstSeekFlags>(flags),
+                            GST_SEEK_TYPE_SET, speed_.isBackward() ? first : here,
+                            GST_SEEK_TYPE_SET, speed_.isBackward() ? here : last) != FALSE;
+}
+
+/// The part that is repeated is over: once more, or on beyond it. Nothing is thrown away that is on
+/// its way to the screen, so there is no gap.
+void Pipeline::onSegmentEnd() {
+    if (!opened_ || failed_ || retired_ || step_ == Step::kMove) {
+        return;
+    }
+    const bool backward = speed_.isBackward();
+    const std::int64_t next =
+        markB_ ? (backward ? *markB_ : *markA_) : (backward ? positionMs() : segmentEnd_);
+    if (!seekTo(GST_SEEK_FLAG_NONE, next)) {
+        logWarning("the media cannot be repeated");
+    }
+    samplePosition();
 }
 
 void Pipeline::changeState(GstState target) {
@@ -379,6 +438,9 @@ void Pipeline::handle(GstMessage* message) {
         break;
     case GST_MESSAGE_EOS:
         onEnd();
+        break;
+    case GST_MESSAGE_SEGMENT_DONE:
+        onSegmentEnd();
         break;
     case GST_MESSAGE_TAG: {
         GstTagList* list = nullptr;

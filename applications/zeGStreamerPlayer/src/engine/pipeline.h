@@ -42,6 +42,8 @@ public:
     void pause();
     void seek(std::int64_t positionMs);
     void setSpeed(Speed speed);
+    void setAudioTrack(unsigned index);
+    void repeat(Repeat what);
     void setSound(unsigned percent, bool mute);
 
     /// Nobody wants this media any more: silent at once, and no further step is begun.
@@ -71,6 +73,8 @@ private:
     void wish();
     void takeNextStep();
     bool move();
+    bool seekTo(int flags, std::int64_t from);
+    void onSegmentEnd();
     void changeState(GstState target);
     void fail(PlayerError error, const std::string& detail);
     void applySound();
@@ -114,6 +118,9 @@ private:
     Speed speed_; ///< the one that holds
     unsigned volume_ = 100;
     bool mute_ = false;
+    std::optional<std::int64_t> markA_; ///< of the part to repeat
+    std::optional<std::int64_t> markB_; ///< the part is repeated
+    std::int64_t segmentEnd_ = 0;       ///< of the part, when its repetition was ended meanwhile
 
     // Written on streaming threads.
     mutable std::mutex mutex_;

@@ -157,6 +157,31 @@ bool Player::seek(std::int64_t positionMs) {
     return true;
 }
 
+bool Player::setAudioTrack(unsigned index) {
+    if (!active() || isPhoto()) {
+        return false;
+    }
+    if (!opened_) {
+        wantedAudioTrack_ = index;
+        return true;
+    }
+    if (index >= facts_.audioTracks) {
+        return false;
+    }
+    surroundings_.engine.setAudioTrack(session_, index);
+    return true;
+}
+
+bool Player::repeat(Repeat what) {
+    if (!active() || !opened_ || isPhoto() || !facts_.seekable ||
+        (what == Repeat::kAB && !markedA_)) {
+        return false;
+    }
+    markedA_ = what == Repeat::kA;
+    surroundings_.engine.repeat(session_, what);
+    return true;
+}
+
 bool Player::setPlayMode(const std::string& mode) {
     if (std::find(kPlayModes.begin(), kPlayModes.end(), mode) == kPlayModes.end()) {
         return false;
@@ -174,6 +199,8 @@ void Player::start(Speed speed) {
     pauseOrdered_ = false;
     wantedSpeed_ = speed;
     wantedPositionMs_.reset();
+    wantedAudioTrack_.reset();
+    markedA_ = false;
     facts_ = MediaFacts();
     status_.track.protocolInfo = request_.track.protocolInfo;
     status_.infoText.clear();
@@ -306,6 +333,9 @@ void Player::begin() {
     if (wantedPositionMs_ && facts_.seekable) {
         const std::int64_t last = facts_.durationMs >= 0 ? facts_.durationMs : *wantedPositionMs_;
         surroundings_.engine.seek(session_, std::min(*wantedPositionMs_, last));
+    }
+    if (wantedAudioTrack_ && *wantedAudioTrack_ < facts_.audioTracks) {
+        surroundings_.engine.setAudioTrack(session_, *wantedAudioTrack_);
     }
     if (!speedAllowed(wantedSpeed_)) {
         wantedSpeed_ = Speed();

@@ -45,6 +45,9 @@ public:
     bool pause();
     bool stop();
     bool seek(std::int64_t positionMs);
+    bool setAudioTrack(unsigned index);
+    /// Refused where nothing can be repeated, and the end of a part that has no beginning.
+    bool repeat(Repeat what);
     /// "NORMAL", "REPEAT_ONE" or "REPEAT_ALL".
     bool setPlayMode(const std::string& mode);
 
@@ -90,6 +93,8 @@ private:
     bool opened_ = false;
     bool pauseOrdered_ = false;
     Speed wantedSpeed_;
+    bool markedA_ = false;                         ///< the point A of the part to repeat
+    std::optional<unsigned> wantedAudioTrack_;     ///< asked for before the media was open
     std::optional<std::int64_t> wantedPositionMs_; ///< asked for before the media was open
     int bufferingPercent_ = 100;
     MediaFacts facts_;

@@ -7,8 +7,9 @@
 
 namespace player {
 
-Sound::Sound(MediaEngine& engine, std::function<void(const SoundStatus&)> announce)
-    : engine_(engine), announce_(std::move(announce)) {
+Sound::Sound(MediaEngine& engine, const SoundStatus& status,
+             std::function<void(const SoundStatus&)> announce)
+    : engine_(engine), announce_(std::move(announce)), status_(status) {
     engine_.setVolume(status_.volume, status_.mute);
 }
 

@@ -14,7 +14,9 @@ public:
     static constexpr unsigned kStep = 5;
     static constexpr unsigned kLoudest = 100;
 
-    Sound(MediaEngine& engine, std::function<void(const SoundStatus&)> announce);
+    /// Begins with `status`, as it was kept or as it is at first.
+    Sound(MediaEngine& engine, const SoundStatus& status,
+          std::function<void(const SoundStatus&)> announce);
 
     /// Louder or quieter by one step; stays where it is at the ends.
     void up();

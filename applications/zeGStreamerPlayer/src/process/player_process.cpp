@@ -8,6 +8,7 @@
 #include <glib-unix.h>
 
 #include "process/log.h"
+#include "process/sound_store.h"
 
 namespace player {
 namespace {
@@ -32,8 +33,9 @@ PlayerProcess::PlayerProcess(const Settings& settings)
                                        }
                                    },
                                    logInfo}),
-      sound_(engine_,
+      sound_(engine_, loadSound(settings.stateDir),
              [this](const SoundStatus& status) {
+                 saveSound(settings_.stateDir, status);
                  if (service_) {
                      service_->announceSound(status);
                  }

@@ -42,6 +42,12 @@ Settings readSettings(const std::function<const char*(const char* name)>& lookup
         settings.downloadDir = "/tmp";
     }
     settings.caFile = text("KETRA_CA_FILE");
+    settings.stateDir = text("KETRA_STATE_DIR");
+    if (settings.stateDir.empty() && !text("XDG_STATE_HOME").empty()) {
+        settings.stateDir = text("XDG_STATE_HOME") + "/ketra";
+    } else if (settings.stateDir.empty() && !text("HOME").empty()) {
+        settings.stateDir = text("HOME") + "/.local/state/ketra";
+    }
     if (const auto megabytes = decimalNumber(text("KETRA_DOWNLOAD_LIMIT_MB"))) {
         settings.downloadLimitBytes = std::uint64_t{*megabytes} * 1024 * 1024;
     }

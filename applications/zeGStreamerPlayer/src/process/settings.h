@@ -8,6 +8,7 @@
 //   refused) KETRA_DOWNLOAD_DIR   folder for the copy that lets a film be played backwards (TMPDIR,
 //   /tmp) KETRA_DOWNLOAD_LIMIT_MB  largest film of which a copy is kept   (half of what is free
 //   there) KETRA_CA_FILE        certificates (PEM) to be trusted for https   (the system's)
+//   KETRA_STATE_DIR      folder in which the volume is kept   ($XDG_STATE_HOME/ketra or the like)
 //   KETRA_LOG            error, warning, info or debug   (info)
 #pragma once
 
@@ -29,6 +30,7 @@ struct Settings {
     std::string downloadDir;
     std::optional<std::uint64_t> downloadLimitBytes;
     std::string caFile;
+    std::string stateDir;        ///< "": nothing is kept
     bool xDisplay = false;       ///< DISPLAY names one
     bool waylandDisplay = false; ///< WAYLAND_DISPLAY names one
     LogLevel logLevel = LogLevel::kInfo;

@@ -33,6 +33,14 @@ struct SpeedOrder {
     Session session;
     Speed speed;
 };
+struct AudioTrackOrder {
+    Session session;
+    unsigned index;
+};
+struct RepeatOrder {
+    Session session;
+    Repeat what;
+};
 struct CloseOrder {
     Session session;
 };
@@ -54,8 +62,9 @@ struct SaveScreenOrder {
 /// Asks for a Pong through the media thread.
 struct Ping {};
 
-using Order = std::variant<OpenOrder, PlayOrder, PauseOrder, SeekOrder, SpeedOrder, CloseOrder,
-                           VolumeOrder, ViewOrder, MoveOrder, SaveScreenOrder, Ping>;
+using Order =
+    std::variant<OpenOrder, PlayOrder, PauseOrder, SeekOrder, SpeedOrder, AudioTrackOrder,
+                 RepeatOrder, CloseOrder, VolumeOrder, ViewOrder, MoveOrder, SaveScreenOrder, Ping>;
 
 struct SavedScreen {
     std::uint64_t id;

@@ -216,6 +216,14 @@ void WorkerEngine::setSpeed(Session session, Speed speed) {
     send(SpeedOrder{session, speed});
 }
 
+void WorkerEngine::setAudioTrack(Session session, unsigned index) {
+    send(AudioTrackOrder{session, index});
+}
+
+void WorkerEngine::repeat(Session session, Repeat what) {
+    send(RepeatOrder{session, what});
+}
+
 void WorkerEngine::close(Session session) {
     if (session_ == session) {
         session_ = 0;

@@ -23,6 +23,12 @@ public:
     void setSpeed(player::Session which, player::Speed speed) override {
         add(which, std::string("speed ") + speed.text());
     }
+    void setAudioTrack(player::Session which, unsigned index) override {
+        add(which, "audio track " + std::to_string(index));
+    }
+    void repeat(player::Session which, player::Repeat what) override {
+        add(which, "repeat " + std::to_string(static_cast<int>(what)));
+    }
     void close(player::Session which) override { add(which, "close"); }
     void setVolume(unsigned percent, bool mute) override {
         orders.push_back("volume " + std::to_string(percent) + (mute ? " mute" : ""));

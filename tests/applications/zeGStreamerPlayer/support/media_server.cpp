@@ -10,8 +10,9 @@ namespace test {
 namespace {
 
 const std::map<std::string, std::string> kTypes = {
-    {"mp4", "video/mp4"},       {"webm", "video/webm"}, {"mp3", "audio/mpeg"},
-    {"ogg", "application/ogg"}, {"jpg", "image/jpeg"},  {"png", "image/png"},
+    {"mp4", "video/mp4"},       {"webm", "video/webm"},      {"mp3", "audio/mpeg"},
+    {"ogg", "application/ogg"}, {"mkv", "video/x-matroska"}, {"jpg", "image/jpeg"},
+    {"png", "image/png"},
 };
 
 constexpr char kFeatures[] = "DLNA.ORG_OP=01;DLNA.ORG_CI=0";

@@ -1,0 +1,92 @@
+// Repeat A-B on a film that is red, green, blue and white for five seconds each.
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/media_server.h"
+#include "support/recorded_player.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+using player::PlayerState;
+using player::Repeat;
+using player::Speed;
+using test::seconds;
+
+class ARepeatedPart : public testing::Test, public testing::WithParamInterface<const char*> {
+protected:
+    void play() {
+        ASSERT_TRUE(player_.setMedia(server_.address(GetParam())));
+        ASSERT_TRUE(player_->play(Speed()));
+        ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying)) << player_.log();
+    }
+
+    /// Repeats from about 3 to about 5 seconds.
+    void repeatPart() {
+        ASSERT_TRUE(player_->seek(3000));
+        ASSERT_TRUE(waitForPosition(3));
+        ASSERT_TRUE(player_->repeat(Repeat::kA));
+        ASSERT_TRUE(waitForPosition(5));
+        ASSERT_TRUE(player_->repeat(Repeat::kAB));
+        ASSERT_TRUE(waitForPosition(3));
+    }
+
+    bool waitForPosition(unsigned second) {
+        return player_.waitUntil([this, second] { return player_.last().positionSec == second; },
+                                 seconds(10));
+    }
+
+    test::TemporaryFolder folder_;
+    test::MediaServer server_{KETRA_TEST_MEDIA};
+    test::RecordedPlayer player_{folder_.path()};
+};
+
+TEST_P(ARepeatedPart, PlaysRoundAndRoundWithoutAStep) {
+    play();
+    repeatPart();
+    const std::size_t before = player_.announced().size();
+    for (int round = 0; round < 2; ++round) {
+        ASSERT_TRUE(waitForPosition(4));
+        ASSERT_TRUE(waitForPosition(3));
+    }
+    for (std::size_t index = before; index < player_.announced().size(); ++index) {
+        EXPECT_GE(player_.announced()[index].positionSec, 3u);
+        EXPECT_LE(player_.announced()[index].positionSec, 5u);
+        EXPECT_FALSE(player_.announced()[index].buffering);
+    }
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+}
+
+TEST_P(ARepeatedPart, GoesOnBeyondItsEndWhenTheRepetitionEnds) {
+    play();
+    repeatPart();
+    ASSERT_TRUE(player_->repeat(Repeat::kNone));
+    ASSERT_TRUE(waitForPosition(6)) << player_.last().positionSec;
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+}
+
+TEST_P(ARepeatedPart, IsLeftByASeek) {
+    play();
+    repeatPart();
+    ASSERT_TRUE(player_->seek(1000));
+    ASSERT_TRUE(waitForPosition(1));
+    ASSERT_TRUE(waitForPosition(6)) << player_.last().positionSec;
+}
+
+TEST_P(ARepeatedPart, HasABeginningBeforeItHasAnEnd) {
+    EXPECT_FALSE(player_->repeat(Repeat::kA)); // nothing plays
+    play();
+    EXPECT_FALSE(player_->repeat(Repeat::kAB));
+    EXPECT_TRUE(player_->repeat(Repeat::kNone));
+    EXPECT_TRUE(player_->repeat(Repeat::kA));
+    ASSERT_TRUE(player_->stop());
+    play();
+    EXPECT_FALSE(player_->repeat(Repeat::kAB)); // the mark was another media's
+}
+
+INSTANTIATE_TEST_SUITE_P(OfAMedia, ARepeatedPart,
+                         testing::Values("/good/film.mp4", "/good/film.webm"));
+
+} // namespace
