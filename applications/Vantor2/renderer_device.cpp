@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "services/icons.h"
 #include "services/last_change.h"
+#include "services/presentation_page.h"
 #include "services/renderer_services.h"
 
 namespace vantor {
@@ -11,6 +13,10 @@ namespace {
 
 // DLNA's upper bound for LastChange; what happens within it is gathered.
 constexpr std::chrono::milliseconds kModeration{200};
+
+// The page has no scripts; whatever a title might smuggle in is not run either.
+constexpr const char* kPagePolicy =
+    "default-src 'none'; img-src 'self'; style-src 'unsafe-inline'; frame-ancestors 'none'";
 
 HttpReply document(const std::string& text) {
     HttpReply reply;
@@ -81,6 +87,25 @@ void RendererDevice::addDocuments(const DeviceIdentity& identity) {
                                           &connectionManagerDescription()});
     server_.addRoute(kDescriptionPath, {"GET", "HEAD"},
                      [description](const HttpRequest&) { return document(description); });
+    for (const Icon& icon : icons()) {
+        server_.addRoute(icon.path, {"GET", "HEAD"}, [&icon](const HttpRequest&) {
+            HttpReply reply;
+            reply.contentType = icon.mimeType;
+            reply.body = icon.bytes();
+            return reply;
+        });
+    }
+    server_.addRoute(
+        kPresentationPath, {"GET", "HEAD"}, [this, identity](const HttpRequest& request) {
+            HttpReply reply;
+            reply.contentType = "text/html; charset=utf-8";
+            reply.headers.emplace_back("Content-Security-Policy", kPagePolicy);
+            reply.headers.emplace_back("Cache-Control", "no-store");
+            reply.body =
+                writePresentationPage(identity, transport_.view(controllerOf(request)),
+                                      transport_.title(), rendering_.volume(), rendering_.mute());
+            return reply;
+        });
 }
 
 void RendererDevice::addService(const ServiceDescription& service, ControlEndpoint& control,

@@ -10,7 +10,8 @@ struct Controller {
     std::string address;
     std::string userAgent;
 
-    /// How the viewer reads it: one line, printable, of bounded length.
+    /// How the viewer reads it: the program's name without versions, systems and libraries, and the
+    /// address. One line, printable, of bounded length.
     std::string shownName() const;
 };
 

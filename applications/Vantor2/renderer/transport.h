@@ -105,6 +105,9 @@ public:
     std::optional<TimePoint> deadline() const;
     void checkDeadlines();
 
+    /// Of what is loaded, as its description says; "" when nothing is.
+    std::string title() const { return queue_.empty() ? "" : queue_.track().info.title; }
+
     /// Sink protocol info of what the player can open; empty when it does not say.
     const std::string& formats() const { return formats_; }
 

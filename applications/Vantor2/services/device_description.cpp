@@ -3,6 +3,7 @@
 #include <sys/utsname.h>
 
 #include "base/xml.h"
+#include "services/icons.h"
 
 namespace vantor {
 
@@ -46,7 +47,17 @@ std::string writeDeviceDescription(const DeviceIdentity& identity,
     appendElement(out, "modelNumber", identity.version);
     appendElement(out, "UDN", "uuid:" + identity.uuid);
     out += "<dlna:X_DLNADOC xmlns:dlna=\"urn:schemas-dlna-org:device-1-0\">DMR-1.50"
-           "</dlna:X_DLNADOC>\n<serviceList>\n";
+           "</dlna:X_DLNADOC>\n<iconList>\n";
+    for (const Icon& icon : icons()) {
+        out += "<icon>\n";
+        appendElement(out, "mimetype", icon.mimeType);
+        appendElement(out, "width", std::to_string(icon.pixels));
+        appendElement(out, "height", std::to_string(icon.pixels));
+        appendElement(out, "depth", "24");
+        appendElement(out, "url", icon.path);
+        out += "</icon>\n";
+    }
+    out += "</iconList>\n<serviceList>\n";
     for (const ServiceDescription* service : services) {
         out += "<service>\n";
         appendElement(out, "serviceType", service->type);
@@ -56,7 +67,9 @@ std::string writeDeviceDescription(const DeviceIdentity& identity,
         appendElement(out, "eventSubURL", eventPath(*service));
         out += "</service>\n";
     }
-    out += "</serviceList>\n</device></root>\n";
+    out += "</serviceList>\n";
+    appendElement(out, "presentationURL", kPresentationPath);
+    out += "</device></root>\n";
     return out;
 }
 

@@ -10,6 +10,7 @@ namespace vantor {
 
 constexpr const char* kDeviceType = "urn:schemas-upnp-org:device:MediaRenderer:1";
 constexpr const char* kDescriptionPath = "/description.xml";
+constexpr const char* kPresentationPath = "/";
 
 struct DeviceIdentity {
     std::string uuid; ///< without "uuid:"

@@ -53,7 +53,7 @@ TEST(ALogLine, StaysOneLineWhateverAControllerSends) {
 }
 
 TEST(AControllersName, IsPrintableAndOfBoundedLength) {
-    EXPECT_EQ((Controller{"192.0.2.1", "phone/1.0"}.shownName()), "phone/1.0 (192.0.2.1)");
+    EXPECT_EQ((Controller{"192.0.2.1", "phone/1.0"}.shownName()), "phone (192.0.2.1)");
     EXPECT_EQ((Controller{"192.0.2.1", ""}.shownName()), "192.0.2.1");
     EXPECT_EQ((Controller{"192.0.2.1", "a\n\x1B"
                                        "b"}
@@ -61,6 +61,24 @@ TEST(AControllersName, IsPrintableAndOfBoundedLength) {
               "ab (192.0.2.1)");
     EXPECT_LT((Controller{"192.0.2.1", std::string(5000, 'x')}.shownName().size()), 200u);
     EXPECT_EQ((Controller{"192.0.2.1", "\xFF"}.shownName()), "\xEF\xBF\xBD (192.0.2.1)");
+}
+
+TEST(AControllersName, IsWhatItsUserCallsIt) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"Android/13 UPnP/1.0 SomeCast/3.6.2", "SomeCast"},
+        {"Linux/6.1 (64 bit; x) UPnP/1.0, Living Room Remote/2.0", "Living Room Remote"},
+        {"ketra-push GUPnP/1.6.3 DLNADOC/1.50", "ketra-push"},
+        {"async-upnp-client/0.33 (python)", "Home Assistant"},
+        {"Microsoft-Windows/10.0 UPnP/1.0 Microsoft-DLNA DLNADOC/1.50", "Windows"},
+        {"DLNADOC/1.50 SEC_HHP_Anna's phone/1.0", "Anna's phone"},
+        {"UPnP/1.0 DLNADOC/1.50", "UPnP/1.0 DLNADOC/1.50"},
+        {"(((", "((("},
+        {"SEC_HHP_", "192.0.2.1"},
+    };
+    for (const auto& [agent, name] : rows) {
+        const std::string shown = Controller{"192.0.2.1", agent}.shownName();
+        EXPECT_EQ(shown.substr(0, shown.find(" (192.0.2.1)")), name) << agent;
+    }
 }
 
 class StoredState : public testing::Test {

@@ -2,6 +2,7 @@
 #include <dirent.h>
 
 #include "device_fixture.h"
+#include "services/icons.h"
 
 namespace vantor {
 namespace {
@@ -57,6 +58,42 @@ TEST_F(HttpSide, ServesTheDeviceDescriptionWithItsNameEscaped) {
     EXPECT_EQ(element(answer, "UDN"), "uuid:11111111-2222-3333-4444-555555555555");
 }
 
+TEST_F(HttpSide, ServesTheIconsThatTheDescriptionNames) {
+    const std::string description = get("/description.xml");
+    std::size_t found = 0;
+    for (const Icon& icon : icons()) {
+        EXPECT_NE(description.find(std::string("<url>") + icon.path + "</url>"), std::string::npos);
+        const std::string answer = get(icon.path);
+        EXPECT_EQ(statusOf(answer), 200) << icon.path;
+        EXPECT_NE(answer.find(std::string("Content-Type: ") + icon.mimeType), std::string::npos);
+        const std::string bytes = bodyOf(answer);
+        const bool png = icon.mimeType == std::string("image/png");
+        EXPECT_EQ(bytes.substr(0, 3), png ? "\x89PN" : "\xFF\xD8\xFF");
+        if (png) { // the width stands in bytes 16 to 19
+            EXPECT_EQ(static_cast<unsigned char>(bytes.at(19)), icon.pixels);
+        }
+        ++found;
+    }
+    EXPECT_EQ(found, 4u);
+}
+
+TEST_F(HttpSide, ShowsAPageWithItsNameAndWhatItPlays) {
+    EXPECT_EQ(element(get("/description.xml"), "presentationURL"), "/");
+    const std::string page = get("/");
+    EXPECT_EQ(statusOf(page), 200);
+    EXPECT_EQ(element(page, "title"), "Ketra &lt;TV&gt; &amp; more");
+    EXPECT_NE(page.find("nothing to play"), std::string::npos);
+    EXPECT_NE(page.find("Content-Security-Policy: default-src 'none'"), std::string::npos);
+    device->permission().setPolicy(ControlKind::player, 0);
+    device->transport().setUri({"127.0.0.1", "test"}, "http://127.0.0.1:9/a.mp4",
+                               "<DIDL-Lite><item><dc:title>&lt;script&gt;alert(1)&lt;/script&gt;"
+                               "</dc:title></item></DIDL-Lite>");
+    const std::string loaded = get("/");
+    EXPECT_NE(loaded.find("&lt;script&gt;alert(1)"), std::string::npos);
+    EXPECT_EQ(loaded.find("<script"), std::string::npos);
+    EXPECT_NE(loaded.find("stopped"), std::string::npos);
+}
+
 TEST_F(HttpSide, AnswersHeadWithoutABody) {
     RawClient client(device->port());
     client.answersHead = true;
@@ -70,7 +107,7 @@ TEST_F(HttpSide, AnswersHeadWithoutABody) {
 }
 
 TEST_F(HttpSide, KnowsOnlyItsOwnPathsAndMethods) {
-    EXPECT_EQ(statusOf(get("/")), 404);
+    EXPECT_EQ(statusOf(get("/icons/")), 404);
     EXPECT_EQ(statusOf(get("/description.xml/more")), 404);
     EXPECT_EQ(statusOf(get("/../etc/passwd")), 404);
     const std::string answer = get("/AVTransport/control");
