@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
-#include "base/log.h"
+#include "base/stranger_log.h"
 #include "base/xml.h"
 
 namespace vantor {
@@ -110,11 +110,11 @@ HttpReply EventPublisher::subscribe(const HttpRequest& request) {
         return isCallbackAllowed(url, request.peerAddress);
     });
     if (callbacks.empty() || callbacks.size() > kMostCallbacks || !allowed) {
-        logInfo("subscription from " + request.peerAddress + " refused: CALLBACK");
+        logStranger("subscription from " + request.peerAddress + " refused: CALLBACK");
         return refusal(412);
     }
     if (!quota_.take(request.peerAddress)) {
-        logWarning("too many subscriptions, one refused from " + request.peerAddress);
+        logStranger("too many subscriptions, one refused from " + request.peerAddress);
         return refusal(503);
     }
     auto subscription = std::make_unique<Subscription>();
@@ -200,7 +200,7 @@ void EventPublisher::answered(const std::string& sid, unsigned status) {
     subscription.busy = false;
     subscription.failures = status == 0 ? subscription.failures + 1 : 0;
     if (status == 412 || subscription.failures >= kFailuresUntilRemoval) {
-        logInfo("subscriber " + subscription.peer.address + " dropped");
+        logStranger("subscriber " + subscription.peer.address + " dropped");
         remove(sid);
         return;
     }

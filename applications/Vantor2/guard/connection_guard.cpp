@@ -10,6 +10,7 @@
 
 #include "base/authority.h"
 #include "base/log.h"
+#include "base/stranger_log.h"
 #include "guard/drain.h"
 
 namespace vantor {
@@ -164,7 +165,7 @@ ConnectionGuard::Connection* ConnectionGuard::accept(SoupServerMessage* message,
     connection->since = Clock::now();
     if (!makeRoom(*connection)) {
         // Not stolen: libsoup is still setting it up. It reads the end and drops the connection.
-        logWarning("too many connections, one refused from " + connection->host);
+        logStranger("too many connections, one refused from " + connection->host);
         connection->closing = true;
         shutdown(connection->fd, SHUT_RDWR);
     } else {
@@ -341,8 +342,8 @@ void ConnectionGuard::refuse(Connection& connection, SoupServerMessage* message,
     // refused requests must fill neither the table of descriptors nor the log.
     const int duplicate = drains_.size() < kMostDrains ? dup(connection.fd) : -1;
     if (duplicate >= 0) {
-        logInfo("request from " + connection.host + " refused: " + std::to_string(status) + " " +
-                soup_status_get_phrase(status));
+        logStranger("request from " + connection.host + " refused: " + std::to_string(status) +
+                    " " + soup_status_get_phrase(status));
         sendBareStatus(duplicate, status);
         shutdown(duplicate, SHUT_WR);
         auto drain = std::make_unique<Drain>(*this, duplicate);
@@ -379,7 +380,7 @@ void ConnectionGuard::checkDeadlines() {
     }
     for (Connection* connection : late) {
         if (connection->state == State::head || connection->state == State::body) {
-            logInfo("request from " + connection->host + " did not arrive in time");
+            logStranger("request from " + connection->host + " did not arrive in time");
             sendBareStatus(connection->fd, SOUP_STATUS_REQUEST_TIMEOUT);
         }
         cut(*connection);

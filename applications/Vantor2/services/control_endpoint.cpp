@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "base/log.h"
+#include "base/stranger_log.h"
 
 namespace vantor {
 
@@ -49,7 +49,7 @@ HttpReply ControlEndpoint::handle(const HttpRequest& request) const {
     const ParsedSoap parsed =
         parseSoapRequest(request.body, request.header("SOAPAction").value_or(""));
     if (std::holds_alternative<MalformedBody>(parsed)) {
-        logInfo("malformed request body from " + request.peerAddress);
+        logStranger("malformed request body from " + request.peerAddress);
         HttpReply reply;
         reply.status = 400;
         reply.headers.emplace_back("Connection", "close");
@@ -61,8 +61,8 @@ HttpReply ControlEndpoint::handle(const HttpRequest& request) const {
     const auto& soapCall = std::get<SoapCall>(parsed);
     const ActionOutcome outcome = call(soapCall, controllerOf(request));
     if (outcome.error != 0) {
-        logInfo(soapCall.action + " from " + request.peerAddress + " answered with error " +
-                std::to_string(outcome.error));
+        logStranger(soapCall.action + " from " + request.peerAddress + " answered with error " +
+                    std::to_string(outcome.error));
         return faultReply(outcome.error, service_);
     }
     HttpReply reply;

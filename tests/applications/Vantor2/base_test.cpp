@@ -10,6 +10,7 @@
 #include "base/device_store.h"
 #include "base/log.h"
 #include "base/settings.h"
+#include "base/stranger_log.h"
 #include "base/time_text.h"
 #include "discovery/network_place.h"
 #include "discovery/search_responder.h"
@@ -50,6 +51,20 @@ TEST(ALogLine, StaysOneLineWhateverAControllerSends) {
     const std::string line = formatLogLine(LogLevel::kError, std::string(5000, 'x'));
     EXPECT_LT(line.size(), 1100u);
     EXPECT_EQ(line.substr(line.size() - 4), "...\n");
+}
+
+TEST(LinesThatStrangersCause, AreFewWhateverTheirNumber) {
+    LineBudget budget;
+    LineBudget::TimePoint now;
+    std::size_t written = 0;
+    for (int line = 0; line < 10000; ++line) {
+        written += budget.take(now) ? 1 : 0;
+    }
+    EXPECT_EQ(written, 30u);
+    now += std::chrono::seconds(1);
+    EXPECT_EQ(budget.take(now), std::optional<std::size_t>(9970)) << "it tells what was left out";
+    EXPECT_EQ(budget.take(now), std::optional<std::size_t>(0));
+    EXPECT_FALSE(budget.take(now));
 }
 
 TEST(AControllersName, IsPrintableAndOfBoundedLength) {

@@ -26,8 +26,13 @@ namespace vantor {
 /// One connection to the device.
 class RawClient {
 public:
-    explicit RawClient(std::uint16_t port) {
+    /// `from` is one of this machine's own addresses, all of which begin with 127.
+    explicit RawClient(std::uint16_t port, const char* from = "127.0.0.1") {
         fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in own{};
+        own.sin_family = AF_INET;
+        own.sin_addr.s_addr = inet_addr(from);
+        EXPECT_EQ(bind(fd_, reinterpret_cast<sockaddr*>(&own), sizeof(own)), 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_port = htons(port);

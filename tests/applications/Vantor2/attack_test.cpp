@@ -1,0 +1,207 @@
+// What somebody with bad intentions on the home network gets, and that everybody else is served
+// meanwhile.
+#include "device_fixture.h"
+
+namespace vantor {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr const char* kOther = "127.0.0.9"; // somebody with good intentions
+
+class AnAttacker : public DeviceFixture {
+protected:
+    explicit AnAttacker(DeviceLimits limits = DeviceLimits()) : DeviceFixture(limits) {}
+
+    std::string page() const {
+        return "GET /description.xml HTTP/1.1\r\nHost: " + host() + "\r\n\r\n";
+    }
+    void expectOthersAreServed() {
+        RawClient other(device->port(), kOther);
+        other.send(page());
+        EXPECT_EQ(statusOf(other.answer()), 200);
+    }
+    std::string control(const std::string& body) {
+        return request(
+            soapRequest("/AVTransport/control", std::string(kAvt) + "#GetTransportInfo", body));
+    }
+    static std::string nested(std::size_t depth) {
+        std::string text;
+        for (std::size_t level = 0; level < depth; ++level) {
+            text += "<a>";
+        }
+        for (std::size_t level = 0; level < depth; ++level) {
+            text += "</a>";
+        }
+        return text;
+    }
+};
+
+TEST_F(AnAttacker, WithTenThousandSubscriptionsKeepsItsShareAndTakesNobodyElses) {
+    const std::string subscription =
+        "SUBSCRIBE /AVTransport/event HTTP/1.1\r\nHost: " + host() +
+        "\r\nNT: upnp:event\r\nCALLBACK: <http://127.0.0.1:9/>\r\n\r\n";
+    RawClient attacker(device->port());
+    int granted = 0;
+    int refused = 0;
+    for (int count = 0; count < 10000; ++count) {
+        ASSERT_TRUE(attacker.send(subscription));
+        const int status = statusOf(attacker.answer());
+        granted += status == 200 ? 1 : 0;
+        refused += status == 503 ? 1 : 0;
+    }
+    EXPECT_EQ(granted + refused, 10000);
+    // A dead callback gives its place back after some failures, so a few more than the share get
+    // in.
+    EXPECT_LT(granted, 2000);
+    EXPECT_GT(refused, 8000);
+    RawClient other(device->port(), kOther);
+    other.send("SUBSCRIBE /AVTransport/event HTTP/1.1\r\nHost: " + host() +
+               "\r\nNT: upnp:event\r\nCALLBACK: <http://127.0.0.9:9/>\r\n\r\n");
+    EXPECT_EQ(statusOf(other.answer()), 200);
+}
+
+TEST_F(AnAttacker, WithACallbackToSomebodyElseIsRefused) {
+    for (const char* callback :
+         {"http://127.0.0.9:9/", "http://192.0.2.1/", "http://localhost:9/", "https://127.0.0.1:9/",
+          "http://127.0.0.1@192.0.2.1/", "http://127.0.0.1:9/> <http://192.0.2.1/"}) {
+        const std::string answer =
+            request("SUBSCRIBE /AVTransport/event HTTP/1.1\r\nHost: " + host() +
+                    "\r\nNT: upnp:event\r\nCALLBACK: <" + callback + ">\r\n\r\n");
+        EXPECT_EQ(statusOf(answer), 412) << callback;
+    }
+}
+
+TEST_F(AnAttacker, WithAnotherHostInItsRequestIsRefused) {
+    for (const char* name : {"evil.example", "127.0.0.1", "127.0.0.1:1", "[::1]:80", ""}) {
+        EXPECT_EQ(statusOf(request("GET /description.xml HTTP/1.1\r\nHost: " + std::string(name) +
+                                   "\r\n\r\n")),
+                  400)
+            << name;
+    }
+}
+
+TEST_F(AnAttacker, WithAHundredMegabytesIsCutAtTheBound) {
+    const std::string head = "POST /AVTransport/control HTTP/1.1\r\nHost: " + host() + "\r\n";
+    EXPECT_EQ(statusOf(request(head + "Content-Length: 104857600\r\n\r\n")), 413);
+    RawClient chunked(device->port());
+    ASSERT_TRUE(chunked.send(head + "Transfer-Encoding: chunked\r\n\r\n"));
+    const std::string chunk = "10000\r\n" + std::string(0x10000, ' ') + "\r\n";
+    std::size_t taken = 0;
+    while (taken < 100 * 1024 * 1024 && chunked.send(chunk)) {
+        taken += chunk.size();
+    }
+    // The bound, what is thrown away so that the answer arrives, and the kernel's buffers.
+    EXPECT_LT(taken, 16U * 1024 * 1024);
+    expectOthersAreServed();
+}
+
+TEST_F(AnAttacker, WithAnEndlessHeaderIsCut) {
+    RawClient attacker(device->port());
+    std::string line = "X-More: " + std::string(1000, 'x') + "\r\n";
+    ASSERT_TRUE(attacker.send("GET /description.xml HTTP/1.1\r\nHost: " + host() + "\r\n"));
+    std::size_t taken = 0;
+    while (taken < 100 * 1024 * 1024 && attacker.send(line)) {
+        taken += line.size();
+    }
+    EXPECT_LT(taken, 16U * 1024 * 1024);
+    expectOthersAreServed();
+}
+
+TEST_F(AnAttacker, WithEntitiesThatGrowIsRefused) {
+    std::string laughs = "<?xml version=\"1.0\"?><!DOCTYPE lolz [<!ENTITY lol \"lol\">";
+    std::string before = "lol";
+    for (char level = '1'; level <= '9'; ++level) {
+        const std::string name = std::string("lol") + level;
+        laughs += "<!ENTITY " + name + " \"";
+        for (int count = 0; count < 10; ++count) {
+            laughs += "&" + before + ";";
+        }
+        laughs += "\">";
+        before = name;
+    }
+    EXPECT_EQ(statusOf(control(laughs + "]><a>&lol9;</a>")), 400);
+    expectOthersAreServed();
+}
+
+TEST_F(AnAttacker, WithElementsNestedDeeplyIsRefused) {
+    EXPECT_EQ(statusOf(control(nested(100000))), 413) << "larger than any request";
+    EXPECT_EQ(statusOf(control(nested(9000))), 400) << "as many as fit";
+    EXPECT_EQ(errorOf(control(envelope(kAvt, "GetTransportInfo",
+                                       "<InstanceID>" + nested(200) + "</InstanceID>"))),
+              402);
+    expectOthersAreServed();
+}
+
+TEST_F(AnAttacker, WithNestedElementsInItsMetadataGetsNoneOfThemToThePlayer) {
+    device->permission().setPolicy(ControlKind::player, 0);
+    std::string escaped;
+    for (const char c : "<DIDL-Lite>" + nested(2000) + "</DIDL-Lite>") {
+        escaped += c == '<' ? std::string("&lt;") : std::string(1, c);
+    }
+    EXPECT_EQ(errorOf(call(kAvt, "SetAVTransportURI",
+                           "<InstanceID>0</InstanceID><CurrentURI>http://127.0.0.1:9/a.mp4"
+                           "</CurrentURI><CurrentURIMetaData>" +
+                               escaped + "</CurrentURIMetaData>")),
+              0);
+    EXPECT_EQ(player.lastMetadata, "");
+    expectOthersAreServed();
+}
+
+TEST_F(AnAttacker, WithConnectionsFromManyAddressesKeepsNobodyOut) {
+    std::vector<std::unique_ptr<RawClient>> idle;
+    for (int host = 0; host < 20; ++host) {
+        const std::string from = "127.0.1." + std::to_string(host + 1);
+        for (int count = 0; count < 25; ++count) {
+            idle.push_back(std::make_unique<RawClient>(device->port(), from.c_str()));
+            ASSERT_TRUE(idle.back()->connected());
+        }
+    }
+    expectOthersAreServed();
+    EXPECT_LE(device->server().connectionCount(), 257u) << "256, and one that is being refused";
+}
+
+class AnAttackerOfAnImpatientDevice : public AnAttacker {
+protected:
+    AnAttackerOfAnImpatientDevice() : AnAttacker(impatient()) {}
+    static DeviceLimits impatient() {
+        DeviceLimits limits;
+        limits.guard.head = milliseconds(500);
+        limits.guard.body = milliseconds(500);
+        return limits;
+    }
+};
+
+TEST_F(AnAttackerOfAnImpatientDevice, WithAByteNowAndThenIsCutAllTheSame) {
+    const std::string head = page();
+    const std::string post = "POST /AVTransport/control HTTP/1.1\r\nHost: " + host() +
+                             "\r\nContent-Length: 1000\r\n\r\n";
+    std::vector<std::unique_ptr<RawClient>> slow;
+    for (int count = 0; count < 20; ++count) {
+        slow.push_back(std::make_unique<RawClient>(device->port()));
+        if (count % 2 == 1) {
+            slow.back()->send(post);
+        }
+    }
+    std::size_t at = 0;
+    const auto begin = std::chrono::steady_clock::now();
+    ASSERT_TRUE(runUntil(
+        [&] {
+            const auto passed = std::chrono::steady_clock::now() - begin;
+            if (passed > milliseconds(50) * at && at < head.size() - 4) {
+                for (std::size_t row = 0; row < slow.size(); ++row) {
+                    slow[row]->send(row % 2 == 1 ? "x" : head.substr(at, 1));
+                }
+                ++at;
+            }
+            return std::all_of(slow.begin(), slow.end(), [](const auto& client) {
+                return client->endsWithin(milliseconds(0));
+            });
+        },
+        milliseconds(10000)));
+    EXPECT_GT(at, 2u) << "they sent something now and then";
+    expectOthersAreServed();
+}
+
+} // namespace
+} // namespace vantor
