@@ -21,12 +21,12 @@ class TheThirdPartyController(HouseTest):
         controller = Process([word.format(location=location, uri=server.uri("film.mp4"))
                               for word in command])
         self.addCleanup(controller.kill)
-        tv.event("MM_REQ_TO_AUTH")
-        tv.event("MM_FILE_INIT_BEGIN")
-        tv.event("MM_START_PLAY")
-        tv.event("MM_MEDIA_PAUSE")
-        tv.event("MM_MEDIA_RESUME_OK")
-        tv.event("MM_EXIT_FORCE")
+        for name in ("MM_REQ_TO_AUTH", "MM_FILE_INIT_BEGIN", "MM_START_PLAY", "MM_MEDIA_PAUSE",
+                     "MM_MEDIA_RESUME_OK", "MM_EXIT_FORCE"):
+            try:
+                tv.event(name)
+            except AssertionError as failure:
+                raise AssertionError(f"{failure}\n{controller.tail()}") from None
         self.assertEqual(controller.ended(), 0, controller.tail())
         steps = [json.loads(line) for line in controller.lines if line.startswith("{")]
         self.assertEqual([step["step"] for step in steps],

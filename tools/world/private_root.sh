@@ -42,6 +42,11 @@ private_root() {
     cd "$where" || return
 }
 
+# Root may, and where user namespaces are allowed anybody.
+may_make_namespaces() {
+    [ "$(id -u)" = 0 ] || unshare --user --map-root-user --mount true 2>/dev/null
+}
+
 # check_stage STAGE: says its absolute path, or what is missing.
 check_stage() {
     if [ ! -d "$1/applications/DLNA/release/bin" ]; then
