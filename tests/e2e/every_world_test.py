@@ -1,11 +1,13 @@
 """The whole road in the worlds that other machines allow, with what this one allows."""
 
 import os
+import pwd
 import subprocess
 import unittest
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 WORLD = os.path.join(HERE, "../../tools/world/with-world")
+WITH_APPLICATIONS = os.path.join(HERE, "../../tools/world/with-applications")
 BARE_MACHINE = os.path.join(HERE, "bare_machine")
 ROAD = ["in_phone", "/usr/bin/python3", os.path.join(HERE, "road_test.py"),
         "TheRoad.test_a_film_is_allowed_played_paused_sought_sped_up_and_stopped"]
@@ -57,6 +59,18 @@ class EveryWorld(unittest.TestCase):
         said = self.goes_the_road(BARE_MACHINE, os.path.join(self.folder, "root"),
                                   *world("installed"))
         self.assertIn("installing /applications/DLNA until this ends", said)
+
+    def test_is_made_by_root_for_a_user_who_may_not(self):
+        if os.getuid() != 0:
+            self.skipTest("only root can do it for somebody else")
+        user = pwd.getpwnam("games")
+        said = subprocess.run(
+            [WITH_APPLICATIONS, "--for", f"{user.pw_uid}:{user.pw_gid}",
+             "--stage", os.environ["KETRA_STAGE"], "--",
+             "sh", "-c", "id -u; id -g; ls /applications/DLNA/release/bin"],
+            stdout=subprocess.PIPE, text=True, timeout=LIMIT, check=True).stdout
+        self.assertEqual(said.split(), [str(user.pw_uid), str(user.pw_gid), "Vantor2",
+                                        "zeGStreamerPlayer"])
 
 
 if __name__ == "__main__":
