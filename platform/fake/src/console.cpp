@@ -7,6 +7,7 @@
 #include <deque>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 #include "fake/failures.h"
 #include "fake/journal.h"
@@ -18,6 +19,7 @@ struct Console {
     std::mutex mutex;
     std::deque<std::optional<std::string>> answers; ///< nothing: end of input
     std::string output;
+    std::function<void()> whileAsking;
 };
 
 Console& console() {
@@ -45,6 +47,13 @@ void zeConsole_Printf(const char* aFormat, ...) {
 }
 
 int zeConsole_GetInput(char* aBuffer, int aSize) {
+    std::function<void()> happens;
+    {
+        const std::lock_guard<std::mutex> lock(console().mutex);
+        happens = console().whileAsking;
+    }
+    if (happens)
+        happens();
     const std::lock_guard<std::mutex> lock(console().mutex);
     const std::string call = "zeConsole_GetInput(" + std::to_string(aSize) + ")";
     if (console().answers.empty())
@@ -74,6 +83,11 @@ void endConsoleInput() {
     console().answers.emplace_back(std::nullopt);
 }
 
+void whileAsking(std::function<void()> hook) {
+    const std::lock_guard<std::mutex> lock(console().mutex);
+    console().whileAsking = std::move(hook);
+}
+
 std::string consoleOutput() {
     const std::lock_guard<std::mutex> lock(console().mutex);
     return console().output;
@@ -88,6 +102,7 @@ void clearConsole() {
     const std::lock_guard<std::mutex> lock(console().mutex);
     console().answers.clear();
     console().output.clear();
+    console().whileAsking = nullptr;
 }
 
 } // namespace fake

@@ -67,6 +67,30 @@ TEST_F(TheChoice, IsAskedForAgainUntilItIsValid) {
     EXPECT_EQ(fake::consoleAnswersLeft(), 0);
 }
 
+TEST_F(TheChoice, OfAnInstanceThatIsGoneMeanwhileIsMadeInTheShorterList) {
+    const struct {
+        const char* gone;
+        const char* answer;
+        const char* chosen; ///< null: none
+    } rows[] = {{"a$b", "3", nullptr},
+                {"a$b", "2", "ContentPlayerService$kitchen"},
+                {"living room", "2", "ContentPlayerService$a$b"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.gone);
+        knowThree();
+        fake::whileAsking([&] { bus().disappear("ContentPlayerService", row.gone); });
+        fake::answerOnConsole(row.answer);
+        const zeSBusStateSerializable* const chosen = link().SelectInstance(players());
+        EXPECT_STREQ(chosen != nullptr ? chosen->GetFullName() : nullptr, row.chosen);
+        fake::clearConsole();
+        for (const char* const name : {"living room", "kitchen", "a$b"}) {
+            if (bus().exists("ContentPlayerService", name)) {
+                bus().disappear("ContentPlayerService", name);
+            }
+        }
+    }
+}
+
 TEST_F(TheChoice, IsReadAsADecimalNumber) {
     knowThree();
     for (const char* answer : {" 2", "+2", "2nd", "02", "2 3"}) {

@@ -4,6 +4,7 @@
 // zeConsole_GetInput(256) = end of input.
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace fake {
@@ -13,6 +14,9 @@ namespace fake {
 void answerOnConsole(const std::string& line);
 /// Queues one end of input.
 void endConsoleInput();
+/// Called during every zeConsole_GetInput, before its answer is read: what happens while the
+/// operator thinks. Until clearConsole.
+void whileAsking(std::function<void()> hook);
 /// Everything that zeConsole_Printf wrote since the last reset.
 std::string consoleOutput();
 /// How many queued answers were not read.
