@@ -71,7 +71,9 @@ class ARunningTelevision(unittest.TestCase):
     def after_ready(self):
         """A running television, and ears for what is said from now on."""
         tv = self.start()
-        return tv, announcements(DEADLINE)
+        sock = announcements(DEADLINE)
+        self.addCleanup(sock.close)
+        return tv, sock
 
     def test_says_goodbye_on_ctrl_c(self):
         tv, sock = self.after_ready()

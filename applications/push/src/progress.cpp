@@ -21,6 +21,11 @@ bool isTime(const std::string& text) {
     return !text.empty() && text.find_first_not_of("0123456789:.") == std::string::npos;
 }
 
+/// Renderers say zero for what they do not know yet, too.
+bool isMoreThanZero(const std::string& time) {
+    return isTime(time) && time.find_first_not_of("0:.") != std::string::npos;
+}
+
 } // namespace
 
 std::string stateWord(const std::string& transportState) {
@@ -37,9 +42,10 @@ Progress::~Progress() {
 
 void Progress::show(const std::string& state, const PositionInfo& position) {
     std::string line = stateWord(state);
-    if (isTime(position.position)) {
+    const bool hasDuration = isMoreThanZero(position.duration);
+    if (isTime(position.position) && (hasDuration || isMoreThanZero(position.position))) {
         line += " " + position.position;
-        if (isTime(position.duration)) {
+        if (hasDuration) {
             line += " of " + position.duration;
         }
     }

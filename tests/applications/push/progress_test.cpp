@@ -43,8 +43,10 @@ TEST(TheProgress, ShowsNoTimesThatAreNone) {
         Progress progress(out, false);
         progress.show("PLAYING", {"", "\033[2J", "0:00:01"});
         progress.show("\033[2J", {"", "", "x"});
+        progress.show("TRANSITIONING", {"", "0:00:00", "0:00:00"});
+        progress.show("PLAYING", {"", "0:01:00", "0:00:00"});
     }
-    EXPECT_EQ(out.str(), "playing 0:00:01\n?[2J\n");
+    EXPECT_EQ(out.str(), "playing 0:00:01\n?[2J\nwaiting\nplaying 0:00:00 of 0:01:00\n");
 }
 
 TEST(TextFromTheNetwork, CannotSteerTheTerminal) {
