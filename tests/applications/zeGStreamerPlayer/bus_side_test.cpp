@@ -27,6 +27,7 @@ protected:
         CommandTargets targets{player_,
                                sound_,
                                picture_,
+                               idle_,
                                [this](const std::string& path) {
                                    saved_ = path;
                                    return path != "forbidden";
@@ -67,6 +68,10 @@ protected:
     Sound sound_{engine_, SoundStatus(), [](const SoundStatus&) {
                  }};
     Picture picture_{engine_};
+    IdleStatus lastIdle_;
+    IdleMedia idle_{engine_, [this](const IdleStatus& idle) { lastIdle_ = idle; },
+                    [](const std::string&) {
+                    }};
 };
 
 TEST_F(TheVocabulary, OpensAnAddress) {
@@ -143,6 +148,23 @@ TEST_F(TheVocabulary, ChangesTheVolume) {
     EXPECT_FALSE(sendCustom("Volume", "MAX"));
     EXPECT_FALSE(sendCustom("Paint", "red"));
     EXPECT_FALSE(send("customcommand", Record(ContentPlayerServiceCustomCommandTemplate)));
+}
+
+TEST_F(TheVocabulary, PlaysAnIdleMedia) {
+    engine_.taken();
+    EXPECT_FALSE(send("playidleuri"));
+    EXPECT_FALSE(send("setidleuri", std::string("file:///etc/passwd")));
+    EXPECT_FALSE(send("setidleuri"));
+    EXPECT_TRUE(send("setidleuri", std::string("http://h/idle.mp4")));
+    EXPECT_TRUE(send("setidleloop", 1LL));
+    EXPECT_FALSE(send("setidleloop", std::string("1")));
+    EXPECT_EQ(engine_.taken(), "");
+    EXPECT_TRUE(lastIdle_.loop);
+    EXPECT_TRUE(send("playidleuri"));
+    EXPECT_EQ(engine_.taken(), "open http://h/idle.mp4");
+    EXPECT_TRUE(send("stopidleuri"));
+    EXPECT_EQ(engine_.taken(), "close");
+    EXPECT_EQ(lastIdle_.state, PlayerState::kStopped);
 }
 
 TEST_F(TheVocabulary, ChoosesTheAudioTrack) {
@@ -255,9 +277,24 @@ TEST(TheRecord, SaysWhatTheStatusSays) {
     status.trackCount = 1;
     status.playMode = "NORMAL";
     status.albumArtUri = "http://h/a.jpg";
+    status.idle.state = PlayerState::kPaused;
+    status.idle.uri = "http://h/idle.mp4";
+    status.idle.title = "Idle";
+    status.idle.positionSec = 3;
+    status.idle.durationSec = 12;
+    status.idle.positionPercent = 25;
+    status.idle.loop = true;
     Record record(ContentPlayerServiceTemplate);
     writeStatus(record, status);
     const auto& content = record.as<ContentPlayerService>();
+    EXPECT_EQ(content.mIdleTrack.mState, 3u);
+    EXPECT_STREQ(content.mIdleTrack.mStateStr, "PAUSED");
+    EXPECT_STREQ(content.mIdleTrack.mURI, "http://h/idle.mp4");
+    EXPECT_STREQ(content.mIdleTrack.mTitle, "Idle");
+    EXPECT_EQ(content.mIdleTrack.mPositionSec, 3u);
+    EXPECT_EQ(content.mIdleTrack.mDurationSec, 12u);
+    EXPECT_EQ(content.mIdleTrack.mPositionPercentage, 25u);
+    EXPECT_EQ(content.mIdleTrack.mfLoop, 1);
     EXPECT_EQ(content.mState, 4);
     EXPECT_STREQ(content.mStateStr, "PLAYING");
     EXPECT_EQ(content.mBuffering, 1);
@@ -277,6 +314,18 @@ TEST(TheRecord, SaysWhatTheStatusSays) {
     writeStatus(record, PlayerStatus());
     EXPECT_EQ(record.as<ContentPlayerService>().mTrack.mDLNAProfile, nullptr);
     EXPECT_EQ(record.as<ContentPlayerService>().mThumbnailCount, 0);
+}
+
+TEST(TheRecord, SaysWhatCanBePlayedAsLongAsThereIsNoMedia) {
+    PlayerStatus status;
+    status.formats = "http-get:*:video/mp4:*,http-get:*:audio/mpeg:*";
+    Record record(ContentPlayerServiceTemplate);
+    writeStatus(record, status);
+    EXPECT_STREQ(record.as<ContentPlayerService>().mMedia.mDLNAProfile, status.formats.c_str());
+    EXPECT_EQ(record.as<ContentPlayerService>().mTrack.mDLNAProfile, nullptr);
+    status.media.uri = "http://h/1";
+    writeStatus(record, status);
+    EXPECT_EQ(record.as<ContentPlayerService>().mMedia.mDLNAProfile, nullptr);
 }
 
 TEST(TheWill, IsAStopWithTheErrorThatThePlayerIsLost) {

@@ -81,7 +81,14 @@ TEST(MediaInfoText, OfAPhotoHasItsTypeAndNoTracks) {
     facts.height = 20;
     facts.imageType = ImageType::kJpegBaseline;
     EXPECT_EQ(mediaInfoText(facts), "MetadataStr=video/image_width:10" + kSep +
-                                        "video/image_height:20" + kSep + "image-type:0");
+                                        "video/image_height:20" + kSep + "image-type:0" + kSep +
+                                        "ImageHasDateTime:0");
+    facts.imageDateTime = "2021-03-04T05:06:07";
+    EXPECT_EQ(mediaInfoText(facts),
+              "MetadataStr=video/image_width:10" + kSep + "video/image_height:20" + kSep +
+                  "image-type:0" + kSep + "ImageHasDateTime:1" + kSep + "ImageYear:2021" + kSep +
+                  "ImageMonth:3" + kSep + "ImageDate:4" + kSep + "ImageHour:5" + kSep +
+                  "ImageMinute:6" + kSep + "ImageSecond:7");
 }
 
 TEST(MediaInfoText, SaysNothingAboutWhatIsNotKnown) {
@@ -291,6 +298,48 @@ TEST(AnError, FollowsFromWhatGStreamerReports) {
         const GError error{one.domain, one.code, nullptr};
         EXPECT_EQ(playerErrorFor(error, one.status), one.expected) << one.domain << " " << one.code;
     }
+}
+
+TEST(APictureFile, SaysItsSizeAtItsBeginning) {
+    const auto size = [](const std::string& bytes) {
+        const auto found =
+            imageSizeOf(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+        return found ? std::to_string(found->width) + "x" + std::to_string(found->height) : "?";
+    };
+    const std::string png("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\1\0\0\0\0\2\3\x08\2\0\0\0", 29);
+    EXPECT_EQ(size(png), "65536x515");
+    const std::string bmp("BM................\x0a\0\0\0\xff\xff\xff\xff", 26);
+    EXPECT_EQ(size(bmp), "10x1"); // a height below zero: from top to bottom
+    EXPECT_EQ(size(std::string("GIF89a\x01\x02\x03\x04", 10)), "513x1027");
+    const std::string jpeg("\xFF\xD8\xFF\xE1\x00\x04zz\xFF\xC2\x00\x11\x08\x01\x02\xFF\xFF", 17);
+    EXPECT_EQ(size(jpeg), "65535x258");
+    const std::string webp = "RIFF....WEBP";
+    EXPECT_EQ(size(webp + "VP8X........" + std::string("\xff\xff\xff\x01\0\0", 6)), "16777216x2");
+    EXPECT_EQ(size(webp + "VP8L....\x2f" + std::string("\xff\xff\xff\x0f.....", 9)), "16384x16384");
+    EXPECT_EQ(size(webp + "VP8 .........." + std::string("\x0a\x80\x14\0", 4)), "10x20");
+    for (const std::string& whole : {png, bmp, jpeg}) {
+        EXPECT_EQ(size(whole.substr(0, whole.size() - 1)), "?");
+    }
+    EXPECT_EQ(size(""), "?");
+    EXPECT_EQ(size(webp), "?");
+}
+
+TEST(Didl, NamesTheSubtitlesBesideTheMedia) {
+    const std::string text =
+        "<DIDL-Lite xmlns='urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/'><item>"
+        "<res protocolInfo='http-get:*:text/srt:*'>http://h/1.srt</res>"
+        "<res protocolInfo='http-get:*:video/mp4:*'>http://h/1.mp4</res></item></DIDL-Lite>";
+    std::string error;
+    const auto item = readDidl(text, "http://h/other", &error);
+    ASSERT_TRUE(item) << error;
+    EXPECT_EQ(item->subtitleUri, "http://h/1.srt");
+    EXPECT_EQ(item->protocolInfo, "http-get:*:video/mp4:*");
+    std::string complaints;
+    EXPECT_EQ(makePlayRequest("http://h/1.mp4", text, "", "", &complaints).subtitleUri,
+              "http://h/1.srt");
+    std::string local = text;
+    local.replace(local.find("http://h/1.srt"), 4, "file");
+    EXPECT_EQ(makePlayRequest("http://h/1.mp4", local, "", "", &complaints).subtitleUri, "");
 }
 
 TEST(APictureFile, IsRecognisedByItsFirstBytes) {

@@ -346,7 +346,9 @@ TEST_F(ThePlayer, ReportsAPhotoAsPlayingWithItsInfoAndThenAsFinished) {
     said();
     report(EngineOpened{photoFacts()});
     EXPECT_EQ(said(), "PLAYING FINISHED");
-    EXPECT_EQ(last().infoText, "MetadataStr=video/image_width:640\xEE\x82\x8Atitle:film.mp4");
+    EXPECT_EQ(last().infoText,
+              "MetadataStr=video/"
+              "image_width:640\xEE\x82\x8AImageHasDateTime:0\xEE\x82\x8Atitle:film.mp4");
     EXPECT_EQ(last().supportedSpeeds, "1");
     EXPECT_EQ(engine_.taken(), "open http://server/film.mp4");
 }

@@ -15,6 +15,7 @@
 #include "ServiceRecords.h"
 #include "process/sound_store.h"
 #include "support/bus_watcher.h"
+#include "support/colours.h"
 #include "support/media_server.h"
 #include "support/private_bus.h"
 #include "support/program.h"
@@ -163,6 +164,35 @@ TEST_F(ThePlayerProcess, KeepsItsVolume) {
     EXPECT_EQ(player::loadSound(folder_.path()).volume, 60u);
 }
 
+TEST_F(ThePlayerProcess, PlaysItsIdleMediaWhileNothingElseDoes) {
+    start();
+    const auto screenIs = [this](char colour) {
+        const std::string file = folder_.path() + "/idle.png";
+        const auto end = std::chrono::steady_clock::now() + seconds(15);
+        while (std::chrono::steady_clock::now() < end) {
+            (void)custom("Snapshot", "idle.png");
+            poll(nullptr, 0, 100);
+            const test::Picture picture = test::readPicture(file);
+            if (picture.width > 0 && test::colourOf(picture.middle()) == colour) {
+                return true;
+            }
+        }
+        return false;
+    };
+    gst_init(nullptr, nullptr);
+    EXPECT_TRUE(
+        watcher_.command("setidleuri", kInstance, server_.address("/good/photo.jpg").c_str()));
+    EXPECT_TRUE(watcher_.command("playidleuri", kInstance));
+    EXPECT_TRUE(screenIs('b'));
+    ASSERT_TRUE(watcher_.command("seturi", kInstance, server_.address("/good/film.mp4").c_str()));
+    ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+    EXPECT_TRUE(screenIs('r'));
+    ASSERT_TRUE(watcher_.command("stop", kInstance));
+    EXPECT_TRUE(screenIs('b')) << player_->error();
+    EXPECT_TRUE(watcher_.command("stopidleuri", kInstance));
+    EXPECT_TRUE(screenIs('k'));
+}
+
 TEST_F(ThePlayerProcess, LeavesItsWillWhenItIsKilled) {
     startPlaying();
     player_->signal(SIGKILL);
@@ -213,6 +243,26 @@ TEST_F(ThePlayerProcess, ReplacesAMediaWorkerThatStandsStillForTenSeconds) {
     kill(old, SIGSTOP);
     expectLossAndRecovery(old);
     EXPECT_GE(std::chrono::steady_clock::now() - began, seconds(9));
+}
+
+TEST_F(ThePlayerProcess, LimitsTheMemoryOfItsMediaWorker) {
+    start();
+    ASSERT_TRUE(custom("Snapshot", "first.png"));
+    const auto end = std::chrono::steady_clock::now() + seconds(20);
+    while (!std::filesystem::exists(folder_.path() + "/first.png") &&
+           std::chrono::steady_clock::now() < end) {
+        poll(nullptr, 0, 10);
+    }
+    std::ifstream limits("/proc/" + std::to_string(worker()) + "/limits");
+    std::string found;
+    for (std::string line; std::getline(limits, line);) {
+        found += line.rfind("Max data size", 0) == 0 ? line : "";
+    }
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    EXPECT_NE(found.find("unlimited"), std::string::npos) << found; // they reserve far more
+#else
+    EXPECT_NE(found.find(" 2147483648 "), std::string::npos) << found;
+#endif
 }
 
 TEST_F(ThePlayerProcess, TakesItsMediaWorkerAlongWhenItIsKilled) {

@@ -50,6 +50,7 @@ TEST(AMessage, CarriesEveryFactOfAMedia) {
     facts.artist = "\xE2\x99\xAB";
     facts.genre = "g";
     facts.dateIso = "2024-05-06";
+    facts.imageDateTime = "2024-05-06T07:08:09";
     EXPECT_EQ(eventBack(EngineOpened{facts}).facts, facts);
     EXPECT_EQ(eventBack(EngineFacts{facts}).facts, facts);
 }
@@ -66,11 +67,12 @@ TEST(AMessage, CarriesEveryEvent) {
     EXPECT_EQ(eventBack(EngineEnded{99}).positionMs, 99);
     EXPECT_EQ(eventBack(EngineFailed{PlayerError::kNoDecoder, "d"}).error, PlayerError::kNoDecoder);
     EXPECT_EQ(std::get<SavedScreen>(*decodeAnswer(encode(Answer(SavedScreen{3, "e"})))).error, "e");
+    EXPECT_EQ(std::get<Formats>(*decodeAnswer(encode(Answer(Formats{"f"})))).list, "f");
     EXPECT_TRUE(std::holds_alternative<Pong>(*decodeAnswer(encode(Answer(Pong{})))));
 }
 
 TEST(AMessage, CarriesEveryOrder) {
-    EXPECT_EQ(orderBack(OpenOrder{1, "http://h/\xFF"}).uri, "http://h/\xFF");
+    EXPECT_EQ(orderBack(OpenOrder{1, {"http://h/\xFF", "s"}}).address.uri, "http://h/\xFF");
     EXPECT_EQ(orderBack(PlayOrder{~Session{0}}).session, ~Session{0});
     EXPECT_EQ(orderBack(PauseOrder{2}).session, 2u);
     EXPECT_EQ(orderBack(SeekOrder{2, 1500}).positionMs, 1500);
@@ -102,7 +104,7 @@ TEST(AMessage, CarriesEveryOrder) {
 }
 
 TEST(AMessage, IsReadStrictly) {
-    const Bytes good = encode(Order(OpenOrder{1, "http://h/"}));
+    const Bytes good = encode(Order(OpenOrder{1, {"http://h/", ""}}));
     for (std::size_t size = 0; size < good.size(); ++size) {
         EXPECT_FALSE(decodeOrder(Bytes(good.begin(), good.begin() + static_cast<long>(size))))
             << size;

@@ -83,6 +83,24 @@ bool onSetPlayMode(const Argument& argument, CommandTargets& targets) {
     return mode != nullptr && targets.player.setPlayMode(*mode);
 }
 
+bool onSetIdleUri(const Argument& argument, CommandTargets& targets) {
+    const auto* const uri = std::get_if<std::string>(&argument);
+    return uri != nullptr && targets.idle.setUri(*uri);
+}
+
+bool onPlayIdleUri(const Argument&, CommandTargets& targets) {
+    return targets.idle.play();
+}
+
+bool onStopIdleUri(const Argument&, CommandTargets& targets) {
+    return targets.idle.stop();
+}
+
+bool onSetIdleLoop(const Argument& argument, CommandTargets& targets) {
+    const auto* const number = std::get_if<long long>(&argument);
+    return number != nullptr && targets.idle.setLoop(*number != 0);
+}
+
 bool onExit(const Argument&, CommandTargets& targets) {
     targets.exit();
     return true;
@@ -161,6 +179,10 @@ constexpr std::array kCommands = {
     Row{"setspeed", onSetSpeed},
     Row{"setplaymode", onSetPlayMode},
     Row{"customcommand", onCustomCommand},
+    Row{"setidleuri", onSetIdleUri},
+    Row{"playidleuri", onPlayIdleUri},
+    Row{"stopidleuri", onStopIdleUri},
+    Row{"setidleloop", onSetIdleLoop},
     Row{"exit", onExit},
 };
 

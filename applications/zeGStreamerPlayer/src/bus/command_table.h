@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "logic/idle_media.h"
 #include "logic/picture.h"
 #include "logic/player.h"
 #include "logic/sound.h"
@@ -16,6 +17,7 @@ struct CommandTargets {
     Player& player;
     Sound& sound;
     Picture& picture;
+    IdleMedia& idle;
     /// Writes a picture of the screen to the file asked for; false when that is not allowed.
     std::function<bool(const std::string& path)> saveScreen;
     /// Ends the player.

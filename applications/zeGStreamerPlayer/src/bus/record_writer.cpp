@@ -38,7 +38,20 @@ void writeStatus(statebus::Record& record, const PlayerStatus& status) {
     record.setNumber("mErrorCode", static_cast<long long>(status.error));
     writeText(record, "mErrorMessage", describe(status.error));
     writeMedia(record, "mMedia", status.media);
+    if (status.media.uri.empty()) {
+        // Without a media the place of its protocol info says what can be opened.
+        writeText(record, "mMedia.mDLNAProfile", status.formats);
+    }
     writeMedia(record, "mTrack", status.track);
+    const IdleStatus& idle = status.idle;
+    record.setNumber("mIdleTrack.mState", static_cast<long long>(idle.state));
+    record.setText("mIdleTrack.mStateStr", wordOf(idle.state));
+    writeText(record, "mIdleTrack.mURI", idle.uri);
+    writeText(record, "mIdleTrack.mTitle", idle.title);
+    record.setNumber("mIdleTrack.mPositionSec", idle.positionSec);
+    record.setNumber("mIdleTrack.mDurationSec", idle.durationSec);
+    record.setNumber("mIdleTrack.mPositionPercentage", idle.positionPercent);
+    record.setNumber("mIdleTrack.mfLoop", idle.loop ? 1 : 0);
     record.setNumber("mPlayback.mPositionSec", status.positionSec);
     record.setNumber("mPlayback.mPositionPercentage", status.positionPercent);
     record.setText("mPlayback.mSpeed", status.speed.text());

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 
 #include "engine/gst_handles.h"
 
@@ -61,6 +62,26 @@ std::string dateTag(const GstTagList* tags) {
     return text ? std::string(text.get()).substr(0, 10) : "";
 }
 
+/// Date and time to the second; "" when less is known.
+std::string dateTimeTag(const GstTagList* tags) {
+    GstDateTime* date = nullptr;
+    if (tags == nullptr || !gst_tag_list_get_date_time(tags, GST_TAG_DATE_TIME, &date)) {
+        return "";
+    }
+    std::string text;
+    if (gst_date_time_has_second(date)) {
+        char digits[32];
+        std::snprintf(digits, sizeof digits, "%04d-%02d-%02dT%02d:%02d:%02d",
+                      gst_date_time_get_year(date), gst_date_time_get_month(date),
+                      gst_date_time_get_day(date), gst_date_time_get_hour(date),
+                      gst_date_time_get_minute(date),
+                      static_cast<int>(gst_date_time_get_second(date)));
+        text = digits;
+    }
+    gst_date_time_unref(date);
+    return text;
+}
+
 void takeTags(MediaFacts& facts, const GstTagList* tags) {
     const auto take = [tags](std::string& field, const char* tag) {
         if (field.empty()) {
@@ -73,6 +94,9 @@ void takeTags(MediaFacts& facts, const GstTagList* tags) {
     take(facts.genre, GST_TAG_GENRE);
     take(facts.videoCodec, GST_TAG_VIDEO_CODEC);
     take(facts.audioCodec, GST_TAG_AUDIO_CODEC);
+    if (facts.imageDateTime.empty()) {
+        facts.imageDateTime = dateTimeTag(tags);
+    }
     if (facts.dateIso.empty()) {
         facts.dateIso = dateTag(tags);
     }

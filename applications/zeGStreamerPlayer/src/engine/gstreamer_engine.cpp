@@ -1,9 +1,11 @@
 #include "engine/gstreamer_engine.h"
 
+#include <array>
 #include <cstdlib>
 #include <utility>
 
 #include "engine/screenshot.h"
+#include "engine/sink_formats.h"
 #include "process/log.h"
 
 namespace player {
@@ -12,15 +14,35 @@ namespace {
 constexpr unsigned kTimerMs = 200;
 constexpr std::chrono::seconds kEndingLimit{10};
 
-/// Elements that open further addresses which the media itself names: a playlist from the network
-/// must not make this machine read its own files.
-constexpr const char* kOpenersOfOtherAddresses[] = {
-    "hlsdemux", "hlsdemux2", "dashdemux", "dashdemux2", "mssdemux", "mssdemux2", "sdpdemux"};
+struct Ranked {
+    const char* element;
+    unsigned rank;
+};
 
-void neverUse(const char* element) {
+constexpr std::array kRanks = {
+    // These open further addresses, which the media itself names: a playlist from the network must
+    // not make this machine read its own files.
+    Ranked{"hlsdemux", GST_RANK_NONE},
+    Ranked{"hlsdemux2", GST_RANK_NONE},
+    Ranked{"dashdemux", GST_RANK_NONE},
+    Ranked{"dashdemux2", GST_RANK_NONE},
+    Ranked{"mssdemux", GST_RANK_NONE},
+    Ranked{"mssdemux2", GST_RANK_NONE},
+    Ranked{"sdpdemux", GST_RANK_NONE},
+    // Reads what the camera wrote into a photo.
+    Ranked{"jpegparse", GST_RANK_PRIMARY},
+    // The demuxer of GIF fails or stands still with what comes over a network, and the decoder
+    // needs it.
+    Ranked{"avdemux_gif", GST_RANK_NONE},
+    Ranked{"avdec_gif", GST_RANK_NONE},
+    // Reads BMP whole; the other decoder wants it in one piece, which nobody makes of it.
+    Ranked{"gdkpixbufdec", GST_RANK_SECONDARY - 1},
+};
+
+void setRank(const char* element, unsigned rank) {
     const GstOwner<GstElementFactory> factory(gst_element_factory_find(element));
     if (factory) {
-        gst_plugin_feature_set_rank(GST_PLUGIN_FEATURE(factory.get()), GST_RANK_NONE);
+        gst_plugin_feature_set_rank(GST_PLUGIN_FEATURE(factory.get()), rank);
     }
 }
 
@@ -52,8 +74,8 @@ void GStreamerEngine::run() {
         const GstOwner<GError> error(rawError);
         logError(std::string("GStreamer does not start: ") + (error ? error->message : ""));
     }
-    for (const char* const element : kOpenersOfOtherAddresses) {
-        neverUse(element);
+    for (const auto& [element, rank] : kRanks) {
+        setRank(element, rank);
     }
     logDebug("GStreamer is ready");
     screen_ = std::make_unique<Screen>(settings_);
@@ -89,12 +111,18 @@ void GStreamerEngine::ping(std::function<void()> pong) {
     queue_.post([this, pong = std::move(pong)] { logicQueue_.post(pong); });
 }
 
-void GStreamerEngine::open(Session session, const std::string& uri) {
-    queue_.post([this, session, uri] {
+void GStreamerEngine::formats(std::function<void(const std::string& formats)> done) {
+    queue_.post([this, done = std::move(done)] {
+        logicQueue_.post([done, formats = sinkFormats()] { done(formats); });
+    });
+}
+
+void GStreamerEngine::open(Session session, const MediaAddress& address) {
+    queue_.post([this, session, address] {
         if (quitting_) {
             return;
         }
-        next_ = Opening{session, uri};
+        next_ = Opening{session, address};
         retire();
         settle();
     });
@@ -136,7 +164,7 @@ void GStreamerEngine::settle() {
         next_.reset();
         session_ = opening.session;
         pipeline_ = std::make_unique<Pipeline>(
-            settings_, opening.uri, *screen_, context_, queue_, [this, opening](auto what) {
+            settings_, opening.address, *screen_, context_, queue_, [this, opening](auto what) {
                 if (session_ == opening.session) {
                     logicQueue_.post([this, event = EngineEvent{opening.session, std::move(what)}] {
                         onEvent_(event);

@@ -32,7 +32,7 @@ public:
     /// Ends the thread, see shutDown; the process must not go on when it does not end.
     ~GStreamerEngine() override;
 
-    void open(Session session, const std::string& uri) override;
+    void open(Session session, const MediaAddress& address) override;
     void play(Session session) override;
     void pause(Session session) override;
     void seek(Session session, std::int64_t positionMs) override;
@@ -49,6 +49,8 @@ public:
     /// Calls `pong` on the logic's thread, by way of the media thread: who gets no answer knows
     /// that it stands still, or that GStreamer is not ready yet.
     void ping(std::function<void()> pong);
+    /// Calls `done` on the logic's thread with what can be played, see sinkFormats.
+    void formats(std::function<void(const std::string& formats)> done);
     /// Takes the pipeline down and ends the thread. False when that takes longer than `limit`; then
     /// the thread is still there and the process has to end without destructors.
     bool shutDown(std::chrono::milliseconds limit);
@@ -56,7 +58,7 @@ public:
 private:
     struct Opening {
         Session session;
-        std::string uri;
+        MediaAddress address;
     };
 
     void run();

@@ -4,14 +4,22 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include "metadata/media_facts.h"
 
 namespace player {
 
-/// As many bytes are worth looking at: the frame header of a photo stands behind its thumbnail.
-constexpr std::size_t kImageHeaderBytes = 256 * 1024;
-
 ImageType imageTypeOf(const std::uint8_t* bytes, std::size_t size);
+
+/// Width and height of a picture in pixels.
+struct ImageSize {
+    std::uint32_t width;
+    std::uint32_t height;
+};
+
+/// What the beginning of a picture file says about its size; nothing while it does not say it yet,
+/// and for a kind of file that is not known. JPEG, PNG, GIF, BMP and WebP.
+std::optional<ImageSize> imageSizeOf(const std::uint8_t* bytes, std::size_t size);
 
 } // namespace player

@@ -65,6 +65,11 @@ struct EngineEvent {
         what;
 };
 
+struct MediaAddress {
+    std::string uri;
+    std::string subtitleUri; ///< of a file beside the media; "": none
+};
+
 /// Repeat A-B: nothing, the point A is now, or the point B is now and the part between is repeated.
 enum class Repeat : int { kNone, kA, kAB };
 
@@ -78,7 +83,7 @@ public:
     virtual ~MediaEngine() = default;
 
     /// Opens a media, paused. Ends the session before it.
-    virtual void open(Session session, const std::string& uri) = 0;
+    virtual void open(Session session, const MediaAddress& address) = 0;
     virtual void play(Session session) = 0;
     virtual void pause(Session session) = 0;
     virtual void seek(Session session, std::int64_t positionMs) = 0;

@@ -1,13 +1,10 @@
 #include "engine/pipeline.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cmath>
 #include <memory>
 #include <utility>
 
-#include <gio/gio.h>
 #include <gst/audio/streamvolume.h>
 #include <gst/video/video.h>
 
@@ -24,14 +21,11 @@ namespace {
 /// Play flag that keeps a copy of what arrived, which is what makes backward play over HTTP
 /// possible. (The flags' type is not in any header of GStreamer.)
 constexpr unsigned kPlayFlagDownload = 0x80;
-/// Longer than the patience of the logic, which shall be the one to lose it.
-constexpr unsigned kNetworkTimeoutSeconds = 60;
 /// From this speed on only key frames are shown: decoding all would be slower than showing them.
 constexpr double kKeyFramesFrom = 8.0;
 constexpr std::chrono::seconds kPositionInterval{1};
 /// A part between A and B that is shorter is taken for a slip of the finger.
 constexpr std::chrono::milliseconds kShortestRepeat{200};
-constexpr char kUserAgent[] = "zeGStreamerPlayer/1.5 DLNADOC/1.50";
 
 std::string header(const GstStructure* headers, const char* name) {
     // Servers write header names in any case.
@@ -62,29 +56,6 @@ std::string errorText(GstMessage* message) {
     return std::string(error->message) + (debug ? " [" + std::string(debug.get()) + "]" : "");
 }
 
-std::string factoryName(GstElement* element) {
-    GstElementFactory* const factory = gst_element_get_factory(element);
-    const char* const name =
-        factory == nullptr ? nullptr : gst_plugin_feature_get_name(GST_PLUGIN_FEATURE(factory));
-    return name == nullptr ? "" : name;
-}
-
-/// Certificates that this file vouches for are trusted, and no others.
-void trustCertificatesOf(GstElement* source, const std::string& file) {
-    if (file.empty()) {
-        return;
-    }
-    GError* rawError = nullptr;
-    GTlsDatabase* const database = g_tls_file_database_new(file.c_str(), &rawError);
-    const GstOwner<GError> error(rawError);
-    if (database == nullptr) {
-        logWarning("the certificates of " + file + " cannot be read: " + error->message);
-        return;
-    }
-    g_object_set(source, "tls-database", database, nullptr);
-    g_object_unref(database);
-}
-
 /// Turns photos and films the way in which the camera says that it was held.
 GstElement* makeUpright() {
     GstElement* const flip = gst_element_factory_make("videoflip", "upright");
@@ -94,22 +65,12 @@ GstElement* makeUpright() {
     return flip;
 }
 
-/// The copy has a name only for the moment in which it is opened: nothing is left behind, however
-/// the process ends.
-void onCopyCreated(GObject* buffer, GParamSpec*, gpointer) {
-    char* path = nullptr;
-    g_object_get(buffer, "temp-location", &path, nullptr);
-    const GstOwner<char> owner(path);
-    if (path != nullptr) {
-        unlink(path);
-    }
-}
-
 } // namespace
 
-Pipeline::Pipeline(const Settings& settings, const std::string& uri, Screen& screen,
+Pipeline::Pipeline(const Settings& settings, const MediaAddress& address, Screen& screen,
                    GMainContext* context, TaskQueue& queue, Report report)
     : settings_(settings),
+      address_(address),
       queue_(queue),
       report_(std::move(report)),
       playbin_(gst_element_factory_make("playbin", nullptr)) {
@@ -121,9 +82,12 @@ Pipeline::Pipeline(const Settings& settings, const std::string& uri, Screen& scr
     gst_object_ref_sink(playbin_.get());
     unsigned flags = 0;
     g_object_get(playbin_.get(), "flags", &flags, nullptr);
-    g_object_set(playbin_.get(), "uri", uri.c_str(), "flags", flags | kPlayFlagDownload,
+    g_object_set(playbin_.get(), "uri", address.uri.c_str(), "flags", flags | kPlayFlagDownload,
                  "video-sink", screen.sinkForNewMedia(), "video-filter", makeUpright(),
                  "audio-sink", makeAudioSink(settings), nullptr);
+    if (!address.subtitleUri.empty()) {
+        g_object_set(playbin_.get(), "suburi", address.subtitleUri.c_str(), nullptr);
+    }
     g_signal_connect(playbin_.get(), "source-setup", G_CALLBACK(&Pipeline::onSourceSetup), this);
     g_signal_connect(playbin_.get(), "element-setup", G_CALLBACK(&Pipeline::onElementSetup), this);
 
@@ -462,7 +426,9 @@ void Pipeline::handle(GstMessage* message) {
         }
         break;
     case GST_MESSAGE_ELEMENT:
-        if (gst_message_has_name(message, "http-headers")) {
+        if (gst_message_has_name(message, "http-headers") &&
+            !(GST_IS_ELEMENT(GST_MESSAGE_SRC(message)) &&
+              isSubtitles(GST_ELEMENT(GST_MESSAGE_SRC(message))))) {
             handleHeaders(*gst_message_get_structure(message));
         }
         break;
@@ -492,87 +458,6 @@ void Pipeline::handleHeaders(const GstStructure& structure) {
     answered_ = true;
     report_(EngineAnswered{header(headers, "Content-Type"),
                            header(headers, "contentFeatures.dlna.org")});
-}
-
-// Signals, on streaming threads.
-
-void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self) {
-    if (factoryName(source) != "souphttpsrc") {
-        return;
-    }
-    const GstOwner<GstStructure> headers(gst_structure_new(
-        "extra-headers", "getcontentFeatures.dlna.org", G_TYPE_STRING, "1", nullptr));
-    g_object_set(source, "extra-headers", headers.get(), "timeout", kNetworkTimeoutSeconds,
-                 "user-agent", kUserAgent, nullptr);
-    trustCertificatesOf(source, static_cast<Pipeline*>(self)->settings_.caFile);
-    const GstOwner<GstPad> pad(gst_element_get_static_pad(source, "src"));
-    gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onFirstData, self, nullptr);
-}
-
-/// Now the size is known and nothing is decided yet: of a film that is too large for the folder no
-/// copy is kept, so that it plays, though not backwards.
-GstPadProbeReturn Pipeline::onFirstData(GstPad* pad, GstPadProbeInfo*, gpointer self) {
-    auto* const pipeline = static_cast<Pipeline*>(self);
-    const GstOwner<GstElement> source(gst_pad_get_parent_element(pad));
-    gint64 size = -1;
-    if (source && gst_element_query_duration(source.get(), GST_FORMAT_BYTES, &size) && size > 0 &&
-        static_cast<std::uint64_t>(size) > roomForCopy(pipeline->settings_)) {
-        const GstOwner<GstElement> bin(
-            GST_ELEMENT(gst_object_get_parent(GST_OBJECT(source.get()))));
-        if (bin && g_object_class_find_property(G_OBJECT_GET_CLASS(bin.get()), "download")) {
-            g_object_set(bin.get(), "download", FALSE, nullptr);
-        }
-    }
-    return GST_PAD_PROBE_REMOVE;
-}
-
-void Pipeline::onElementSetup(GstElement*, GstElement* element, gpointer self) {
-    auto* const pipeline = static_cast<Pipeline*>(self);
-    const std::string factory = factoryName(element);
-    if (factory == "typefind") {
-        g_signal_connect(element, "have-type", G_CALLBACK(&Pipeline::onHaveType), self);
-    } else if (factory == "downloadbuffer") {
-        pipeline->setUpDownload(element);
-    }
-}
-
-void Pipeline::setUpDownload(GstElement* element) {
-    const std::string name = settings_.downloadDir + "/zeGStreamerPlayer-XXXXXX";
-    g_object_set(element, "temp-template", name.c_str(), nullptr);
-    g_signal_connect(element, "notify::temp-location", G_CALLBACK(onCopyCreated), nullptr);
-    const std::lock_guard<std::mutex> lock(mutex_);
-    download_ = true;
-}
-
-void Pipeline::onHaveType(GstElement* typefind, guint, GstCaps* caps, gpointer self) {
-    auto* const pipeline = static_cast<Pipeline*>(self);
-    const std::string name = gst_structure_get_name(gst_caps_get_structure(caps, 0));
-    {
-        const std::lock_guard<std::mutex> lock(pipeline->mutex_);
-        if (!pipeline->capsName_.empty()) {
-            return; // only the outermost type is that of the whole
-        }
-        pipeline->capsName_ = name;
-    }
-    if (name.rfind("image/", 0) == 0) {
-        const GstOwner<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
-        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onImageData, self,
-                          nullptr);
-    }
-}
-
-GstPadProbeReturn Pipeline::onImageData(GstPad*, GstPadProbeInfo* info, gpointer self) {
-    auto* const pipeline = static_cast<Pipeline*>(self);
-    GstMapInfo map;
-    if (!gst_buffer_map(GST_PAD_PROBE_INFO_BUFFER(info), &map, GST_MAP_READ)) {
-        return GST_PAD_PROBE_REMOVE;
-    }
-    const std::lock_guard<std::mutex> lock(pipeline->mutex_);
-    std::vector<std::uint8_t>& bytes = pipeline->imageHeader_;
-    const std::size_t room = kImageHeaderBytes - bytes.size();
-    bytes.insert(bytes.end(), map.data, map.data + std::min<std::size_t>(room, map.size));
-    gst_buffer_unmap(GST_PAD_PROBE_INFO_BUFFER(info), &map);
-    return bytes.size() < kImageHeaderBytes ? GST_PAD_PROBE_OK : GST_PAD_PROBE_REMOVE;
 }
 
 // Helpers.

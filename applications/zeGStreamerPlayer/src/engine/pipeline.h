@@ -31,7 +31,7 @@ public:
     static constexpr std::chrono::seconds kStepLimit{20};
 
     /// Starts opening at once. `queue` belongs to the media thread's context.
-    Pipeline(const Settings& settings, const std::string& uri, Screen& screen,
+    Pipeline(const Settings& settings, const MediaAddress& address, Screen& screen,
              GMainContext* context, TaskQueue& queue, Report report);
     /// Takes the pipeline down; may block as long as GStreamer does.
     ~Pipeline();
@@ -61,6 +61,8 @@ private:
     static void onSourceSetup(GstElement* playbin, GstElement* source, gpointer self);
     static void onElementSetup(GstElement* playbin, GstElement* element, gpointer self);
     static void onHaveType(GstElement* typefind, guint probability, GstCaps* caps, gpointer self);
+    bool isSubtitles(GstElement* element) const;
+    static GstPadProbeReturn onCaps(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onFirstData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onImageData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
@@ -86,6 +88,7 @@ private:
     void setUpDownload(GstElement* element);
 
     const Settings& settings_;
+    const MediaAddress address_;
     TaskQueue& queue_;
     Report report_;
     GstOwner<GstElement> playbin_;
@@ -127,6 +130,7 @@ private:
     std::string capsName_;                  // guarded by mutex_
     bool download_ = false;                 // guarded by mutex_
     std::vector<std::uint8_t> imageHeader_; // guarded by mutex_
+    bool imageTooLarge_ = false;            // guarded by mutex_
 };
 
 } // namespace player

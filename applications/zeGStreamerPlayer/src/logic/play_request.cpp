@@ -39,6 +39,7 @@ std::string percentDecoded(std::string_view text) {
 struct Described {
     MediaDescription description;
     std::string albumArtUri;
+    std::string subtitleUri;
 };
 
 Described describe(const std::string& uri, std::string_view didl, std::string* complaints) {
@@ -68,6 +69,9 @@ Described describe(const std::string& uri, std::string_view didl, std::string* c
         }
         description.mimeType = mimeTypeOf(description.protocolInfo);
         result.albumArtUri = item->albumArtUri;
+        if (isSupportedAddress(item->subtitleUri)) {
+            result.subtitleUri = item->subtitleUri;
+        }
     }
     return result;
 }
@@ -113,12 +117,14 @@ PlayRequest makePlayRequest(const std::string& mediaUri, std::string_view mediaD
     request.media = media.description;
     request.track = media.description;
     request.albumArtUri = media.albumArtUri;
+    request.subtitleUri = media.subtitleUri;
     if (!trackUri.empty() && (trackUri != mediaUri || !trackDidl.empty())) {
         Described track = describe(trackUri, trackDidl, complaints);
         request.track = track.description;
         if (!track.albumArtUri.empty()) {
             request.albumArtUri = track.albumArtUri;
         }
+        request.subtitleUri = track.subtitleUri;
     }
     return request;
 }

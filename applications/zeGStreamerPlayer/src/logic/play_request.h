@@ -12,6 +12,7 @@ struct PlayRequest {
     MediaDescription media;
     MediaDescription track;
     std::string albumArtUri;
+    std::string subtitleUri; ///< of a file beside the media; "": none, or one that is not opened
 };
 
 /// Builds the request from an address and the DIDL-Lite texts that came with it (may be empty; a

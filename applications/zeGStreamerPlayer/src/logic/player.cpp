@@ -213,7 +213,7 @@ void Player::start(Speed speed) {
     if (kindNamedIn(status_.track.protocolInfo) != MediaKind::kUnknown) {
         announceLoading();
     }
-    surroundings_.engine.open(session_, request_.track.uri);
+    surroundings_.engine.open(session_, {request_.track.uri, request_.subtitleUri});
 }
 
 void Player::announceLoading() {
@@ -353,6 +353,27 @@ void Player::begin() {
     announce();
     status_.state = PlayerState::kPaused;
     announce();
+}
+
+void Player::setFormats(const std::string& formats) {
+    if (formats == status_.formats) {
+        return;
+    }
+    status_.formats = formats;
+    if (status_.state == PlayerState::kStopped && !loading_) {
+        announce();
+    }
+}
+
+void Player::setIdle(const IdleStatus& idle) {
+    status_.idle = idle;
+    if (!loading_ || status_.state == PlayerState::kLoading) {
+        announce();
+    }
+}
+
+bool Player::atRest() const {
+    return !loading_ && !opened_;
 }
 
 void Player::onEvent(const EngineEvent& event) {

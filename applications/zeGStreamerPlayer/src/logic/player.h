@@ -51,6 +51,14 @@ public:
     /// "NORMAL", "REPEAT_ONE" or "REPEAT_ALL".
     bool setPlayMode(const std::string& mode);
 
+    /// What can be played, as sink protocol info; told to everybody at rest.
+    void setFormats(const std::string& formats);
+
+    /// Tells everybody about the idle media, with the rest.
+    void setIdle(const IdleStatus& idle);
+    /// Whether the screen and the loudspeakers are not needed for a media that was pushed.
+    bool atRest() const;
+
     void onEvent(const EngineEvent& event);
     /// To be called about twice a second: watches over time limits.
     void tick();

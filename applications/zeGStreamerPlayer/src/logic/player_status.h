@@ -34,6 +34,17 @@ struct MediaDescription {
     std::uint32_t durationSec = 0;
 };
 
+/// The media that plays in the background while nothing else does.
+struct IdleStatus {
+    PlayerState state = PlayerState::kStopped; ///< paused: it waits until something else is over
+    std::string uri;
+    std::string title;
+    std::uint32_t positionSec = 0;
+    std::uint32_t durationSec = 0;
+    std::uint32_t positionPercent = 0;
+    bool loop = false;
+};
+
 struct PlayerStatus {
     PlayerState state = PlayerState::kStopped;
     bool buffering = false;
@@ -49,6 +60,8 @@ struct PlayerStatus {
     std::string supportedSeekModes; ///< UPnP seek units, separated by commas
     int trackCount = 0;
     std::string playMode;
+    IdleStatus idle;
+    std::string formats; ///< sink protocol info of all that can be played; "" while not known
 };
 
 /// The master channel of the sound service.

@@ -1,5 +1,7 @@
 #include "metadata/didl.h"
 
+#include <algorithm>
+#include <array>
 #include <cctype>
 #include <cmath>
 #include <memory>
@@ -69,6 +71,13 @@ xmlNode* firstItem(xmlDoc* document) {
         }
     }
     return nullptr;
+}
+
+bool isSubtitleType(std::string_view mimeType) {
+    constexpr std::array<std::string_view, 9> kTypes = {
+        "text/srt", "text/x-srt", "application/x-subrip", "text/vtt", "text/ssa", "text/x-ssa",
+        "text/ass", "text/smi",   "smi/caption"};
+    return std::find(kTypes.begin(), kTypes.end(), mimeType) != kTypes.end();
 }
 
 void takeFirst(std::string& target, xmlNode* node) {
@@ -162,9 +171,12 @@ std::optional<DidlItem> readDidl(std::string_view text, const std::string& uri,
             takeFirst(item.albumArtUri, child);
         } else if (isElement(child, kUpnpNamespace, "class")) {
             item.kind = kindNamedIn(contentOf(child));
-        } else if (isElement(child, kDidlNamespace, "res") &&
-                   (resource == nullptr || contentOf(child) == uri)) {
-            resource = child;
+        } else if (isElement(child, kDidlNamespace, "res")) {
+            if (isSubtitleType(mimeTypeOf(attribute(child, "protocolInfo")))) {
+                takeFirst(item.subtitleUri, child);
+            } else if (resource == nullptr || contentOf(child) == uri) {
+                resource = child;
+            }
         }
     }
     item.creator = artist.empty() ? creator : artist;

@@ -22,6 +22,7 @@ struct DidlItem {
     std::string genre;
     std::string dateIso;
     std::string albumArtUri;
+    std::string subtitleUri;              ///< of a resource that is a subtitle file
     MediaKind kind = MediaKind::kUnknown; ///< from upnp:class
     std::string protocolInfo;             ///< of the resource that is played
     std::uint32_t durationSec = 0;

@@ -11,7 +11,7 @@ auto values(const MediaFacts& facts) {
                     facts.frameRateThousandths, facts.imageType, facts.videoCodec, facts.videoTrack,
                     facts.audioCodec, facts.audioTracks, facts.audioTrack, facts.sampleRate,
                     facts.channels, facts.bitrate, facts.title, facts.album, facts.artist,
-                    facts.genre, facts.dateIso);
+                    facts.genre, facts.imageDateTime, facts.dateIso);
 }
 
 } // namespace

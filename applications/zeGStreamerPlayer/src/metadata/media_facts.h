@@ -46,7 +46,8 @@ struct MediaFacts {
     std::string album;
     std::string artist;
     std::string genre;
-    std::string dateIso; ///< "2024", "2024-05" or "2024-05-06"
+    std::string imageDateTime; ///< of a photo, "2024-05-06T07:08:09"
+    std::string dateIso;       ///< "2024", "2024-05" or "2024-05-06"
 
     bool operator==(const MediaFacts& other) const;
     bool operator!=(const MediaFacts& other) const { return !(*this == other); }

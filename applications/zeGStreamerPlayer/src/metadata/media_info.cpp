@@ -1,6 +1,7 @@
 #include "metadata/media_info.h"
 
 #include <array>
+#include <cstdlib>
 #include <vector>
 
 namespace player {
@@ -112,6 +113,20 @@ std::string channelsText(unsigned channels) {
     }
 }
 
+/// "2024-05-06T07:08:09" as six numbers without leading zeros.
+void writeImageDate(ItemWriter& items, const std::string& date) {
+    constexpr std::array kNumbers = {
+        "ImageYear:", "ImageMonth:", "ImageDate:", "ImageHour:", "ImageMinute:", "ImageSecond:"};
+    constexpr std::array<std::size_t, 7> kStarts = {0, 5, 8, 11, 14, 17, 20};
+    const bool known = date.size() + 1 == kStarts.back();
+    items.text("ImageHasDateTime:", known ? "1" : "0");
+    for (std::size_t index = 0; known && index < kNumbers.size(); ++index) {
+        const std::string digits =
+            date.substr(kStarts[index], kStarts[index + 1] - kStarts[index] - 1);
+        items.text(kNumbers[index], std::to_string(std::atoi(digits.c_str())));
+    }
+}
+
 } // namespace
 
 std::string mediaInfoText(const MediaFacts& facts) {
@@ -136,6 +151,9 @@ std::string mediaInfoText(const MediaFacts& facts) {
     items.text("year:", facts.dateIso.substr(0, 4));
     items.index("VideoTrackID:", facts.videoTrack);
     items.index("AudioTrackID:", facts.audioTrack);
+    if (facts.kind == MediaKind::kImage) {
+        writeImageDate(items, facts.imageDateTime);
+    }
     items.text("title:", facts.title);
     items.text("album:", facts.album);
     items.text("artist:", facts.artist);

@@ -23,7 +23,14 @@ PlayerProcess::PlayerProcess(const Settings& settings)
     : settings_(settings),
       loop_(g_main_loop_new(nullptr, FALSE)),
       queue_(nullptr),
-      engine_(queue_, [this](const EngineEvent& event) { player_.onEvent(event); }),
+      engine_(
+          queue_,
+          [this](const EngineEvent& event) {
+              if (!idle_.onEvent(event)) {
+                  player_.onEvent(event);
+              }
+          },
+          [this](const std::string& formats) { player_.setFormats(formats); }),
       player_(Player::Surroundings{engine_, [] { return std::chrono::steady_clock::now(); },
                                    [this](const PlayerStatus& status) {
                                        logDebug(std::string("state ") + wordOf(status.state) +
@@ -40,7 +47,9 @@ PlayerProcess::PlayerProcess(const Settings& settings)
                      service_->announceSound(status);
                  }
              }),
-      picture_(engine_) {}
+      picture_(engine_),
+      idle_(
+          engine_, [this](const IdleStatus& idle) { player_.setIdle(idle); }, logInfo) {}
 
 PlayerProcess::~PlayerProcess() {
     for (const unsigned source : sources_) {
@@ -112,6 +121,7 @@ void PlayerProcess::onConnection(bool connected) {
 
 void PlayerProcess::tick() {
     player_.tick();
+    idle_.setFree(player_.atRest());
     engine_.tick();
     if (busAwaySince_ && std::chrono::steady_clock::now() - *busAwaySince_ >= kBusPatience) {
         logError("there was no bus for " + std::to_string(kBusPatience.count()) + " seconds");
@@ -141,6 +151,7 @@ PlayerService::Handlers PlayerProcess::busHandlers() {
         CommandTargets targets{player_,
                                sound_,
                                picture_,
+                               idle_,
                                [this](const std::string& path) { return saveScreen(path); },
                                [this] { end(ExitCode::kAsTold); },
                                logWarning};

@@ -11,6 +11,7 @@
 
 #include "bus/player_service.h"
 #include "common/lifeline.h"
+#include "logic/idle_media.h"
 #include "logic/picture.h"
 #include "logic/player.h"
 #include "logic/sound.h"
@@ -58,6 +59,7 @@ private:
     Player player_;
     Sound sound_;
     Picture picture_;
+    IdleMedia idle_;
     std::optional<PlayerService> service_;
     std::optional<companion::Lifeline> lifeline_;
     std::optional<std::chrono::steady_clock::time_point> busAwaySince_;

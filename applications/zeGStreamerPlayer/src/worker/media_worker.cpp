@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -16,6 +17,17 @@ namespace player {
 namespace {
 
 constexpr std::chrono::milliseconds kGoodbyeLimit{1200};
+constexpr rlim_t kMostMemory = rlim_t{2} << 30;
+
+/// Media that would take more ends with an error or with the worker, never with the TV.
+void limitMemory() {
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they reserve far more
+    const rlimit most{kMostMemory, kMostMemory};
+    if (setrlimit(RLIMIT_DATA, &most) != 0) {
+        logWarning("the media worker may use all memory");
+    }
+#endif
+}
 
 class MediaWorker {
 public:
@@ -31,6 +43,7 @@ public:
     MediaWorker& operator=(const MediaWorker&) = delete;
 
     int run() {
+        engine_.formats([this](const std::string& formats) { answer(Formats{formats}); });
         g_main_loop_run(loop_);
         if (!engine_.shutDown(kGoodbyeLimit)) {
             // GStreamer may crash when it is interrupted; the system takes back what it holds.
@@ -57,7 +70,7 @@ private:
         }
     }
 
-    void on(const OpenOrder& order) { engine_.open(order.session, order.uri); }
+    void on(const OpenOrder& order) { engine_.open(order.session, order.address); }
     void on(const PlayOrder& order) { engine_.play(order.session); }
     void on(const PauseOrder& order) { engine_.pause(order.session); }
     void on(const SeekOrder& order) { engine_.seek(order.session, order.positionMs); }
@@ -92,6 +105,7 @@ int runMediaWorker(const Settings& settings) {
     // The bus process decides when to end; a terminal's Ctrl-C reaches both.
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGTERM, SIG_IGN);
+    limitMemory();
     enterSandbox(settings);
     return MediaWorker(settings).run();
 }

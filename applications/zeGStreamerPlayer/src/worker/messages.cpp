@@ -72,7 +72,7 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MediaFacts, kind, mimeType, durationMs, durat
                                    backward, width, height, frameRateThousandths, imageType,
                                    videoCodec, videoTrack, audioCodec, audioTracks, audioTrack,
                                    sampleRate, channels, bitrate, title, album, artist, genre,
-                                   dateIso)
+                                   imageDateTime, dateIso)
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineAnswered, contentType, contentFeatures)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineOpened, facts)
@@ -95,7 +95,8 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Rectangle, x, y, width, height)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(View, zoomSteps, quarterTurns, crop, display, mute, keepRatio,
                                    ratio)
 
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(OpenOrder, session, uri)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MediaAddress, uri, subtitleUri)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(OpenOrder, session, address)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PlayOrder, session)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PauseOrder, session)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SeekOrder, session, positionMs)
@@ -108,6 +109,7 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ViewOrder, view)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MoveOrder, right, down)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SaveScreenOrder, id, path)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SavedScreen, id, error)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Formats, list)
 
 Bytes encode(const Order& order) {
     return Json::to_msgpack(fromVariant(order));

@@ -17,7 +17,7 @@ namespace player {
 
 struct OpenOrder {
     Session session;
-    std::string uri;
+    MediaAddress address;
 };
 struct PlayOrder {
     Session session;
@@ -73,7 +73,12 @@ struct SavedScreen {
 /// The media thread is alive; the first one says that GStreamer is ready.
 struct Pong {};
 
-using Answer = std::variant<EngineEvent, SavedScreen, Pong>;
+/// What can be played, once GStreamer is ready.
+struct Formats {
+    std::string list;
+};
+
+using Answer = std::variant<EngineEvent, SavedScreen, Pong, Formats>;
 
 using Bytes = std::vector<std::uint8_t>;
 

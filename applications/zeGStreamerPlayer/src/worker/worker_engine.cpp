@@ -42,8 +42,9 @@ pid_t spawnWorker(int socket) {
 
 } // namespace
 
-WorkerEngine::WorkerEngine(TaskQueue& queue, std::function<void(const EngineEvent&)> onEvent)
-    : queue_(queue), onEvent_(std::move(onEvent)) {
+WorkerEngine::WorkerEngine(TaskQueue& queue, std::function<void(const EngineEvent&)> onEvent,
+                           std::function<void(const std::string& formats)> onFormats)
+    : queue_(queue), onEvent_(std::move(onEvent)), onFormats_(std::move(onFormats)) {
     start();
 }
 
@@ -142,6 +143,8 @@ void WorkerEngine::onMessage(const Bytes& bytes) {
         if (!found.empty()) {
             found.mapped()(saved->error);
         }
+    } else if (const auto* const formats = std::get_if<Formats>(&*answer)) {
+        onFormats_(formats->list);
     } else {
         ready_ = true;
         waiting_ = false;
@@ -185,7 +188,7 @@ void WorkerEngine::shutDown(std::chrono::milliseconds limit) {
     this->end();
 }
 
-void WorkerEngine::open(Session session, const std::string& uri) {
+void WorkerEngine::open(Session session, const MediaAddress& address) {
     if (!channel_) {
         start();
     }
@@ -197,7 +200,7 @@ void WorkerEngine::open(Session session, const std::string& uri) {
         });
         return;
     }
-    send(OpenOrder{session, uri});
+    send(OpenOrder{session, address});
 }
 
 void WorkerEngine::play(Session session) {

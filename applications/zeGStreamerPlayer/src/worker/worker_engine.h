@@ -27,12 +27,14 @@ public:
     /// Longest time for it to begin: the first start of all looks at every plug-in.
     static constexpr std::chrono::seconds kStarting{60};
 
-    /// Starts the worker; `onEvent` is called on the default main context.
-    WorkerEngine(TaskQueue& queue, std::function<void(const EngineEvent&)> onEvent);
+    /// Starts the worker; `onEvent` and `onFormats`, when a worker has found out what can be
+    /// played, are called on the default main context.
+    WorkerEngine(TaskQueue& queue, std::function<void(const EngineEvent&)> onEvent,
+                 std::function<void(const std::string& formats)> onFormats);
     /// Ends the worker at once; see shutDown for the orderly way.
     ~WorkerEngine() override;
 
-    void open(Session session, const std::string& uri) override;
+    void open(Session session, const MediaAddress& address) override;
     void play(Session session) override;
     void pause(Session session) override;
     void seek(Session session, std::int64_t positionMs) override;
@@ -61,6 +63,7 @@ private:
 
     TaskQueue& queue_;
     std::function<void(const EngineEvent&)> onEvent_;
+    std::function<void(const std::string& formats)> onFormats_;
     std::unique_ptr<Channel> channel_;
     pid_t worker_ = -1;
     bool ready_ = false;   ///< the worker has spoken

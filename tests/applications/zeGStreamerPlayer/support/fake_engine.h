@@ -11,9 +11,10 @@ namespace test {
 
 class FakeEngine : public player::MediaEngine {
 public:
-    void open(player::Session which, const std::string& uri) override {
+    void open(player::Session which, const player::MediaAddress& address) override {
         session = which;
-        orders.push_back("open " + uri);
+        orders.push_back("open " + address.uri +
+                         (address.subtitleUri.empty() ? "" : " with " + address.subtitleUri));
     }
     void play(player::Session which) override { add(which, "play"); }
     void pause(player::Session which) override { add(which, "pause"); }

@@ -10,9 +10,16 @@ namespace test {
 namespace {
 
 const std::map<std::string, std::string> kTypes = {
-    {"mp4", "video/mp4"},       {"webm", "video/webm"},      {"mp3", "audio/mpeg"},
-    {"ogg", "application/ogg"}, {"mkv", "video/x-matroska"}, {"jpg", "image/jpeg"},
-    {"png", "image/png"},
+    {"mp4", "video/mp4"},        {"webm", "video/webm"},
+    {"mp3", "audio/mpeg"},       {"ogg", "application/ogg"},
+    {"mkv", "video/x-matroska"}, {"ts", "video/mp2t"},
+    {"avi", "video/x-msvideo"},  {"aac", "audio/aac"},
+    {"flac", "audio/flac"},      {"opus", "audio/ogg"},
+    {"wav", "audio/wav"},        {"L16", "audio/L16;rate=44100;channels=2"},
+    {"jpg", "image/jpeg"},       {"png", "image/png"},
+    {"bmp", "image/bmp"},        {"webp", "image/webp"},
+    {"gif", "image/gif"},        {"srt", "text/srt"},
+    {"m3u", "audio/x-mpegurl"},
 };
 
 constexpr char kFeatures[] = "DLNA.ORG_OP=01;DLNA.ORG_CI=0";

@@ -1,0 +1,192 @@
+// Where a pipeline's media comes from: the server, the certificates, the copy, the first bytes.
+// Signals and probes on streaming threads.
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+#include <gio/gio.h>
+
+#include "engine/image_type.h"
+#include "engine/pipeline.h"
+#include "process/log.h"
+
+namespace player {
+namespace {
+
+/// Longer than the patience of the logic, which shall be the one to lose it.
+constexpr unsigned kNetworkTimeoutSeconds = 60;
+constexpr char kUserAgent[] = "zeGStreamerPlayer/1.5 DLNADOC/1.50";
+/// Of a photo: four bytes each are half a gigabyte, a quarter of what the worker may use.
+constexpr std::uint64_t kMostPixels = 128'000'000;
+/// By then a photo has said what it is, however much its camera had to tell before.
+constexpr std::size_t kImageHeaderBytes = 1 << 20;
+
+std::string factoryName(GstElement* element) {
+    GstElementFactory* const factory = gst_element_get_factory(element);
+    const char* const name =
+        factory == nullptr ? nullptr : gst_plugin_feature_get_name(GST_PLUGIN_FEATURE(factory));
+    return name == nullptr ? "" : name;
+}
+
+/// Certificates that this file vouches for are trusted, and no others.
+void trustCertificatesOf(GstElement* source, const std::string& file) {
+    if (file.empty()) {
+        return;
+    }
+    GError* rawError = nullptr;
+    GTlsDatabase* const database = g_tls_file_database_new(file.c_str(), &rawError);
+    const GstOwner<GError> error(rawError);
+    if (database == nullptr) {
+        logWarning("the certificates of " + file + " cannot be read: " + error->message);
+        return;
+    }
+    g_object_set(source, "tls-database", database, nullptr);
+    g_object_unref(database);
+}
+
+/// The copy has a name only for the moment in which it is opened: nothing is left behind, however
+/// the process ends.
+void onCopyCreated(GObject* buffer, GParamSpec*, gpointer) {
+    char* path = nullptr;
+    g_object_get(buffer, "temp-location", &path, nullptr);
+    const GstOwner<char> owner(path);
+    if (path != nullptr) {
+        unlink(path);
+    }
+}
+
+/// Of this film no copy is kept: it plays, though not backwards.
+void keepNoCopy(GstPad* pad) {
+    const GstOwner<GstElement> source(gst_pad_get_parent_element(pad));
+    const GstOwner<GstElement> bin(
+        source ? GST_ELEMENT(gst_object_get_parent(GST_OBJECT(source.get()))) : nullptr);
+    if (bin && g_object_class_find_property(G_OBJECT_GET_CLASS(bin.get()), "download")) {
+        g_object_set(bin.get(), "download", FALSE, nullptr);
+    }
+}
+
+} // namespace
+
+void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self) {
+    if (factoryName(source) != "souphttpsrc") {
+        return;
+    }
+    const GstOwner<GstStructure> headers(gst_structure_new(
+        "extra-headers", "getcontentFeatures.dlna.org", G_TYPE_STRING, "1", nullptr));
+    g_object_set(source, "extra-headers", headers.get(), "timeout", kNetworkTimeoutSeconds,
+                 "user-agent", kUserAgent, nullptr);
+    trustCertificatesOf(source, static_cast<Pipeline*>(self)->settings_.caFile);
+    const GstOwner<GstPad> pad(gst_element_get_static_pad(source, "src"));
+    gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onFirstData, self, nullptr);
+    gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, &Pipeline::onCaps, self,
+                      nullptr);
+}
+
+/// What only the server's word says how to read (bare samples, L16) cannot be copied: the word does
+/// not get past the copy.
+GstPadProbeReturn Pipeline::onCaps(GstPad* pad, GstPadProbeInfo* info, gpointer) {
+    if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_CAPS) {
+        keepNoCopy(pad);
+    }
+    return GST_PAD_PROBE_OK;
+}
+
+/// Now the size is known and nothing is decided yet.
+GstPadProbeReturn Pipeline::onFirstData(GstPad* pad, GstPadProbeInfo*, gpointer self) {
+    auto* const pipeline = static_cast<Pipeline*>(self);
+    const GstOwner<GstElement> source(gst_pad_get_parent_element(pad));
+    gint64 size = -1;
+    if (source && gst_element_query_duration(source.get(), GST_FORMAT_BYTES, &size) && size > 0 &&
+        static_cast<std::uint64_t>(size) > roomForCopy(pipeline->settings_)) {
+        keepNoCopy(pad);
+    }
+    return GST_PAD_PROBE_REMOVE;
+}
+
+/// Whether an element belongs to the subtitles beside the media.
+bool Pipeline::isSubtitles(GstElement* element) const {
+    if (address_.subtitleUri.empty()) {
+        return false;
+    }
+    // The bin that reads an address is the only one between here and the playbin that has one.
+    for (GstOwner<GstElement> bin(GST_ELEMENT(gst_object_ref(element))); bin;
+         bin.reset(GST_ELEMENT(gst_object_get_parent(GST_OBJECT(bin.get()))))) {
+        if (bin.get() == playbin_.get()) {
+            return false;
+        }
+        if (factoryName(bin.get()) == "uridecodebin") {
+            char* uri = nullptr;
+            g_object_get(bin.get(), "uri", &uri, nullptr);
+            const GstOwner<char> owner(uri);
+            return uri != nullptr && address_.subtitleUri == uri;
+        }
+    }
+    return false;
+}
+
+void Pipeline::onElementSetup(GstElement*, GstElement* element, gpointer self) {
+    auto* const pipeline = static_cast<Pipeline*>(self);
+    const std::string factory = factoryName(element);
+    if (pipeline->isSubtitles(element)) {
+        return; // what it says is not said about the media
+    }
+    if (factory == "typefind") {
+        g_signal_connect(element, "have-type", G_CALLBACK(&Pipeline::onHaveType), self);
+    } else if (factory == "downloadbuffer") {
+        pipeline->setUpDownload(element);
+    }
+}
+
+void Pipeline::setUpDownload(GstElement* element) {
+    const std::string name = settings_.downloadDir + "/zeGStreamerPlayer-XXXXXX";
+    g_object_set(element, "temp-template", name.c_str(), nullptr);
+    g_signal_connect(element, "notify::temp-location", G_CALLBACK(onCopyCreated), nullptr);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    download_ = true;
+}
+
+void Pipeline::onHaveType(GstElement* typefind, guint, GstCaps* caps, gpointer self) {
+    auto* const pipeline = static_cast<Pipeline*>(self);
+    const std::string name = gst_structure_get_name(gst_caps_get_structure(caps, 0));
+    {
+        const std::lock_guard<std::mutex> lock(pipeline->mutex_);
+        if (!pipeline->capsName_.empty()) {
+            return; // only the outermost type is that of the whole
+        }
+        pipeline->capsName_ = name;
+    }
+    if (name.rfind("image/", 0) == 0) {
+        const GstOwner<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
+        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onImageData, self,
+                          nullptr);
+    }
+}
+
+/// Looks at a photo's beginning before a decoder does: what is too large never reaches one.
+GstPadProbeReturn Pipeline::onImageData(GstPad*, GstPadProbeInfo* info, gpointer self) {
+    auto* const pipeline = static_cast<Pipeline*>(self);
+    GstMapInfo map;
+    if (!gst_buffer_map(GST_PAD_PROBE_INFO_BUFFER(info), &map, GST_MAP_READ)) {
+        return GST_PAD_PROBE_REMOVE;
+    }
+    const std::lock_guard<std::mutex> lock(pipeline->mutex_);
+    std::vector<std::uint8_t>& bytes = pipeline->imageHeader_;
+    const std::size_t room = kImageHeaderBytes - bytes.size();
+    bytes.insert(bytes.end(), map.data, map.data + std::min<std::size_t>(room, map.size));
+    gst_buffer_unmap(GST_PAD_PROBE_INFO_BUFFER(info), &map);
+    const std::optional<ImageSize> size = imageSizeOf(bytes.data(), bytes.size());
+    if (size && std::uint64_t{size->width} * size->height > kMostPixels) {
+        if (!std::exchange(pipeline->imageTooLarge_, true)) {
+            pipeline->queue_.post([pipeline, alive = std::weak_ptr<bool>(pipeline->alive_)] {
+                if (alive.lock()) {
+                    pipeline->fail(PlayerError::kNoDecoder, "the picture has too many pixels");
+                }
+            });
+        }
+        return GST_PAD_PROBE_DROP;
+    }
+    return !size && bytes.size() < kImageHeaderBytes ? GST_PAD_PROBE_OK : GST_PAD_PROBE_REMOVE;
+}
+
+} // namespace player

@@ -1,0 +1,148 @@
+#include "logic/idle_media.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "logic/play_request.h"
+
+namespace player {
+namespace {
+
+/// The media that is pushed counts its sessions from 1 and never comes so far.
+constexpr Session kIdleSessions = Session{1} << 63;
+
+} // namespace
+
+IdleMedia::IdleMedia(MediaEngine& engine, std::function<void(const IdleStatus&)> announce,
+                     std::function<void(const std::string&)> log)
+    : engine_(engine),
+      announce_(std::move(announce)),
+      log_(std::move(log)),
+      session_(kIdleSessions) {}
+
+bool IdleMedia::setUri(const std::string& uri) {
+    if (!isSupportedAddress(uri)) {
+        return false;
+    }
+    end();
+    status_.uri = uri;
+    status_.title = titleFromAddress(uri);
+    become(PlayerState::kStopped);
+    start();
+    return true;
+}
+
+bool IdleMedia::play() {
+    if (status_.uri.empty()) {
+        return false;
+    }
+    wanted_ = true;
+    start();
+    return true;
+}
+
+bool IdleMedia::stop() {
+    wanted_ = false;
+    end();
+    become(PlayerState::kStopped);
+    return true;
+}
+
+bool IdleMedia::setLoop(bool loop) {
+    status_.loop = loop;
+    announce_(status_);
+    return true;
+}
+
+void IdleMedia::setFree(bool free) {
+    if (free == free_) {
+        return;
+    }
+    free_ = free;
+    if (free) {
+        start();
+    } else if (running_) {
+        end();
+        become(PlayerState::kPaused); // it begins again when the other media is over
+    }
+}
+
+void IdleMedia::start() {
+    if (!wanted_ || !free_ || running_ || status_.uri.empty()) {
+        return;
+    }
+    running_ = true;
+    ++session_;
+    become(PlayerState::kLoading);
+    engine_.open(session_, {status_.uri, ""});
+}
+
+void IdleMedia::end() {
+    if (running_) {
+        engine_.close(session_);
+    }
+    running_ = false;
+    durationMs_ = -1;
+    status_.positionSec = 0;
+    status_.positionPercent = 0;
+    status_.durationSec = 0;
+}
+
+void IdleMedia::become(PlayerState state) {
+    status_.state = state;
+    announce_(status_);
+}
+
+bool IdleMedia::onEvent(const EngineEvent& event) {
+    if ((event.session & kIdleSessions) == 0) {
+        return false;
+    }
+    if (event.session == session_ && running_) {
+        std::visit([this](const auto& what) { on(what); }, event.what);
+    }
+    return true;
+}
+
+void IdleMedia::on(const EngineOpened& opened) {
+    on(EngineFacts{opened.facts});
+    if (opened.facts.kind != MediaKind::kImage) {
+        engine_.play(session_);
+    }
+    become(PlayerState::kPlaying);
+}
+
+void IdleMedia::on(const EngineFacts& facts) {
+    durationMs_ = facts.facts.durationMs;
+    if (!facts.facts.title.empty()) {
+        status_.title = facts.facts.title;
+    }
+    status_.durationSec = static_cast<std::uint32_t>(std::max<std::int64_t>(durationMs_, 0) / 1000);
+}
+
+void IdleMedia::on(const EnginePosition& position) {
+    status_.positionSec = static_cast<std::uint32_t>(position.positionMs / 1000);
+    status_.positionPercent =
+        durationMs_ > 0 ? static_cast<std::uint32_t>(std::min(position.positionMs, durationMs_) *
+                                                     100 / durationMs_)
+                        : 0;
+    announce_(status_);
+}
+
+void IdleMedia::on(const EngineEnded&) {
+    if (status_.loop) {
+        engine_.seek(session_, 0);
+        return;
+    }
+    wanted_ = false;
+    end();
+    become(PlayerState::kFinished);
+}
+
+void IdleMedia::on(const EngineFailed& failed) {
+    log_("the idle media fails (" + std::string(describe(failed.error)) + "): " + failed.detail);
+    wanted_ = false;
+    end();
+    become(PlayerState::kStopped);
+}
+
+} // namespace player

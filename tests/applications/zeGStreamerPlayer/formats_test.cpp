@@ -1,0 +1,161 @@
+// Every kind of media that can be made here, and what the player says that it plays.
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "engine/sink_formats.h"
+#include "support/colours.h"
+#include "support/media_server.h"
+#include "support/recorded_player.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+using player::PlayerState;
+using player::Speed;
+
+struct Sort {
+    const char* file;
+    const char* protocolInfo;
+    const char* info; ///< an item of the media-info text
+    char colour;      ///< of the screen's middle; black for music
+};
+
+std::ostream& operator<<(std::ostream& out, const Sort& sort) {
+    return out << sort.file;
+}
+
+class AMedia : public testing::Test {
+protected:
+    void show(const std::string& path, const std::string& didl = "") {
+        ASSERT_TRUE(player_.setMedia(server_.address(path), didl));
+        ASSERT_TRUE(player_->play(Speed()));
+        ASSERT_TRUE(player_.waitUntil([this] {
+            return player_.last().state == PlayerState::kFinished ||
+                   player_.last().state == PlayerState::kPlaying ||
+                   player_.last().error != player::PlayerError::kNone;
+        })) << player_.states();
+        ASSERT_EQ(player_.last().error, player::PlayerError::kNone) << player_.log();
+    }
+
+    /// Whether there is writing in the lower third of a green picture.
+    bool seesSubtitles() {
+        const test::Picture picture = player_.screen();
+        for (int y = picture.height * 2 / 3; y < picture.height; ++y) {
+            for (int x = 0; x < picture.width; ++x) {
+                // Small white letters take on some green; the picture has no red at all.
+                if (picture.at(x, y).red > 120) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+
+    test::TemporaryFolder folder_;
+    test::MediaServer server_{KETRA_TEST_MEDIA};
+    test::RecordedPlayer player_{folder_.path()};
+};
+
+class OfASort : public AMedia, public testing::WithParamInterface<Sort> {};
+
+TEST_P(OfASort, IsPlayed) {
+    show(std::string("/good/") + GetParam().file);
+    EXPECT_EQ(player_.last().track.protocolInfo, GetParam().protocolInfo);
+    EXPECT_NE(player_.last().infoText.find(GetParam().info), std::string::npos)
+        << player_.last().infoText;
+    EXPECT_EQ(test::colourOf(player_.screen().middle()), GetParam().colour);
+}
+
+/// Neither a length nor Range: whatever comes next has to do.
+TEST_P(OfASort, IsPlayedAsAStream) {
+    show(std::string("/stream/") + GetParam().file);
+    EXPECT_EQ(test::colourOf(player_.screen().middle()), GetParam().colour);
+}
+
+TEST_P(OfASort, IsAmongWhatThePlayerOffers) {
+    gst_init(nullptr, nullptr);
+    std::string formats = player::sinkFormats();
+    std::transform(formats.begin(), formats.end(), formats.begin(),
+                   [](unsigned char letter) { return std::tolower(letter); });
+    const std::string type = player::mimeTypeOf(GetParam().protocolInfo);
+    EXPECT_NE(formats.find(":" + type), std::string::npos) << formats;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AMedia, OfASort,
+    testing::Values(
+        Sort{"film.h265.mp4", "http-get:*:video/mp4:*", "video-codec:Video Codec H.265", 'g'},
+        Sort{"film.ts", "http-get:*:video/mp2t:*", "video-codec:Video Codec H.264", 'g'},
+        Sort{"film.avi", "http-get:*:video/x-msvideo:*", "audio-codec:Audio Codec MPEG-1 layer 3",
+             'g'},
+        Sort{"languages.mkv", "http-get:*:video/x-matroska:*", "nb-audio-track:2", 'g'},
+        Sort{"song.aac", "http-get:*:audio/aac:*", "sample-rate:44100", 'k'},
+        Sort{"song.flac", "http-get:*:audio/flac:*", "AudioChannel:Stereo", 'k'},
+        Sort{"song.opus", "http-get:*:audio/ogg:*", "sample-rate:48000", 'k'},
+        Sort{"song.wav", "http-get:*:audio/wav:*", "sample-rate:44100", 'k'},
+        Sort{"song.L16", "http-get:*:audio/l16:*", "sample-rate:44100", 'k'},
+        Sort{"photo.bmp", "http-get:*:image/bmp:*", "image-type:2", 'g'},
+        Sort{"photo.webp", "http-get:*:image/webp:*", "video/image_width:200", 'g'}));
+
+TEST_F(AMedia, FromACameraStandsUpright) {
+    show("/good/camera.jpg");
+    const test::Picture screen = player_.screen();
+    // 50 to 100 now, so 180 of 640 pixels are the picture: what was on top is on the right.
+    EXPECT_EQ(test::colourOf(screen.at(250, 180)), 'b');
+    EXPECT_EQ(test::colourOf(screen.at(390, 180)), 'r');
+    EXPECT_EQ(test::colourOf(screen.at(200, 180)), 'k');
+    for (const char* item : {"ImageHasDateTime:1", "ImageYear:2021", "ImageMonth:3", "ImageDate:4",
+                             "ImageHour:5", "ImageMinute:6", "ImageSecond:7", "image-type:0"}) {
+        EXPECT_NE(player_.last().infoText.find(item), std::string::npos)
+            << item << " in " << player_.last().infoText;
+    }
+}
+
+TEST_F(AMedia, IsNoGif) {
+    // What is not offered is refused in time, too.
+    gst_init(nullptr, nullptr);
+    EXPECT_EQ(player::sinkFormats().find("image/gif"), std::string::npos);
+    const std::string gif(
+        "GIF89a\1\0\1\0\x80\0\0\0\xff\0\xff\xff\xff,\0\0\0\0\1\0\1\0\0\2\2\x44\1\0;", 35);
+    std::ofstream(folder_.path() + "/pixel.gif", std::ios::binary) << gif;
+    test::MediaServer server(folder_.path());
+    ASSERT_TRUE(player_.setMedia(server.address("/good/pixel.gif")));
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(
+        player_.waitUntil([this] { return player_.last().error != player::PlayerError::kNone; }));
+    EXPECT_EQ(player_.last().error, player::PlayerError::kNoDecoder) << player_.log();
+}
+
+TEST_F(AMedia, ShowsTheSubtitlesThatItContains) {
+    show("/good/subtitled.mkv");
+    EXPECT_TRUE(player_.waitUntil([this] { return seesSubtitles(); }, test::seconds(5)));
+}
+
+std::string withSubtitles(const std::string& film, const std::string& subtitles) {
+    return "<DIDL-Lite xmlns='urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/'><item>"
+           "<res protocolInfo='http-get:*:video/mp4:*'>" +
+           film + "</res><res protocolInfo='http-get:*:text/srt:*'>" + subtitles +
+           "</res></item></DIDL-Lite>";
+}
+
+TEST_F(AMedia, ShowsTheSubtitlesBesideIt) {
+    show("/good/film.h265.mp4");
+    EXPECT_FALSE(seesSubtitles());
+    ASSERT_TRUE(player_->stop());
+    show("/good/film.h265.mp4",
+         withSubtitles(server_.address("/good/film.h265.mp4"), server_.address("/good/film.srt")));
+    EXPECT_TRUE(player_.waitUntil([this] { return seesSubtitles(); }, test::seconds(5)));
+}
+
+TEST_F(AMedia, IsPlayedWithoutSubtitlesThatAreNotThere) {
+    show("/good/film.h265.mp4", withSubtitles(server_.address("/good/film.h265.mp4"),
+                                              server_.address("/good/missing.srt")));
+    EXPECT_EQ(test::colourOf(player_.screen().middle()), 'g');
+}
+
+} // namespace

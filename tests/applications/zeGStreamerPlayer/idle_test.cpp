@@ -1,0 +1,115 @@
+// The media in the background.
+
+#include <optional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "logic/idle_media.h"
+#include "support/fake_engine.h"
+
+namespace {
+
+using namespace player;
+
+class TheIdleMedia : public testing::Test {
+protected:
+    void report(decltype(EngineEvent::what) what) {
+        EXPECT_TRUE(idle_.onEvent(EngineEvent{engine_.session, std::move(what)}));
+    }
+
+    void openFilm() {
+        MediaFacts facts;
+        facts.kind = MediaKind::kVideo;
+        facts.durationMs = 20000;
+        facts.title = "Clouds";
+        report(EngineOpened{facts});
+    }
+
+    void playFilm() {
+        ASSERT_TRUE(idle_.setUri("http://h/clouds.mp4"));
+        ASSERT_TRUE(idle_.play());
+        openFilm();
+        engine_.taken();
+    }
+
+    test::FakeEngine engine_;
+    IdleStatus last_;
+    IdleMedia idle_{engine_, [this](const IdleStatus& status) { last_ = status; },
+                    [](const std::string&) {
+                    }};
+};
+
+TEST_F(TheIdleMedia, IsLoadedAndPlayed) {
+    ASSERT_TRUE(idle_.setUri("http://h/clouds.mp4"));
+    EXPECT_EQ(last_.title, "clouds.mp4");
+    ASSERT_TRUE(idle_.play());
+    EXPECT_EQ(last_.state, PlayerState::kLoading);
+    openFilm();
+    EXPECT_EQ(last_.state, PlayerState::kPlaying);
+    EXPECT_EQ(last_.title, "Clouds");
+    EXPECT_EQ(last_.durationSec, 20u);
+    EXPECT_EQ(engine_.taken(), "open http://h/clouds.mp4; play");
+    report(EnginePosition{5000});
+    EXPECT_EQ(last_.positionSec, 5u);
+    EXPECT_EQ(last_.positionPercent, 25u);
+}
+
+TEST_F(TheIdleMedia, StaysOnTheScreenWhenItIsAPicture) {
+    ASSERT_TRUE(idle_.setUri("http://h/clouds.jpg"));
+    ASSERT_TRUE(idle_.play());
+    MediaFacts facts;
+    facts.kind = MediaKind::kImage;
+    report(EngineOpened{facts});
+    EXPECT_EQ(last_.state, PlayerState::kPlaying);
+    EXPECT_EQ(engine_.taken(), "open http://h/clouds.jpg");
+}
+
+TEST_F(TheIdleMedia, EndsOrBeginsAgain) {
+    playFilm();
+    ASSERT_TRUE(idle_.setLoop(true));
+    report(EngineEnded{20000});
+    EXPECT_EQ(engine_.taken(), "seek 0");
+    EXPECT_EQ(last_.state, PlayerState::kPlaying);
+    ASSERT_TRUE(idle_.setLoop(false));
+    report(EngineEnded{20000});
+    EXPECT_EQ(engine_.taken(), "close");
+    EXPECT_EQ(last_.state, PlayerState::kFinished);
+    idle_.setFree(false);
+    idle_.setFree(true);
+    EXPECT_EQ(engine_.taken(), ""); // over is over
+}
+
+TEST_F(TheIdleMedia, WaitsUntilAnythingElseIsOver) {
+    playFilm();
+    idle_.setFree(false);
+    EXPECT_EQ(engine_.taken(), "close");
+    EXPECT_EQ(last_.state, PlayerState::kPaused);
+    EXPECT_EQ(last_.positionSec, 0u);
+    idle_.setFree(true);
+    EXPECT_EQ(engine_.taken(), "open http://h/clouds.mp4");
+    EXPECT_EQ(last_.state, PlayerState::kLoading);
+}
+
+TEST_F(TheIdleMedia, StopsWhenItFailsAndIsTriedAgainOnlyWhenToldTo) {
+    playFilm();
+    report(EngineFailed{PlayerError::kNotFound, ""});
+    EXPECT_EQ(last_.state, PlayerState::kStopped);
+    idle_.setFree(false);
+    idle_.setFree(true);
+    EXPECT_EQ(engine_.taken(), "close");
+    ASSERT_TRUE(idle_.play());
+    EXPECT_EQ(engine_.taken(), "open http://h/clouds.mp4");
+}
+
+TEST_F(TheIdleMedia, LeavesTheEventsOfOthersAlone) {
+    playFilm();
+    EXPECT_FALSE(idle_.onEvent(EngineEvent{1, EngineEnded{0}}));
+    const Session old = engine_.session;
+    ASSERT_TRUE(idle_.setUri("http://h/stars.mp4"));
+    engine_.taken();
+    EXPECT_TRUE(idle_.onEvent(EngineEvent{old, EngineEnded{0}})); // old news
+    EXPECT_EQ(engine_.taken(), "");
+}
+
+} // namespace
