@@ -23,7 +23,7 @@ int execute(const char* aPath) {
     // The companions are started with a null argument vector, on purpose. The C library declares
     // the parameter non-null; a call through a pointer keeps the compiler from relying on that.
     int (*volatile run)(const char*, char* const*) = execv;
-    return run(aPath, nullptr);
+    return run(aPath, nullptr); // NOLINT(clang-analyzer-core.NonNullParamChecker)
 }
 
 KillOutcome killProcess(pid_t aPid) {

@@ -13,7 +13,7 @@ using statebus::kFieldFlagPlain;
 #define ROW(aRecord, aField, aCode, aFlag)                                                         \
     { offsetof(aRecord, aField), sizeof(aRecord::aField), 1, #aField, aCode, nullptr, aFlag }
 #define ROW_NESTED(aRecord, aField, aCode, aTemplate, aFlag)                                       \
-    { offsetof(aRecord, aField), sizeof(aRecord::aField), 1, #aField, aCode, &aTemplate, aFlag }
+    { offsetof(aRecord, aField), sizeof(aRecord::aField), 1, #aField, aCode, &(aTemplate), aFlag }
 #define ROW_CHARACTERS(aRecord, aField)                                                            \
     {                                                                                              \
         offsetof(aRecord, aField), 1, sizeof(aRecord::aField), #aField,                            \

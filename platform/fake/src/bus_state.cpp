@@ -116,7 +116,7 @@ InstancePtr findInstance(const std::string& fullName) {
 InstancePtr addressed(const std::string& typeName, const InstanceName& name) {
     if (!bus().connected)
         return nullptr;
-    const InstancePtr exact = findInstance(fullNameOf(typeName, name));
+    InstancePtr exact = findInstance(fullNameOf(typeName, name));
     if (exact || name)
         return exact;
     InstancePtr only;

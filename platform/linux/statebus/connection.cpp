@@ -300,7 +300,7 @@ void Connection::drain() {
 
 // ---- For jobs and participants ----
 
-void Connection::add(std::shared_ptr<Participant> participant) {
+void Connection::add(const std::shared_ptr<Participant>& participant) {
     participants_.push_back(participant);
     if (bus_ != nullptr)
         participant->connected();

@@ -61,7 +61,7 @@ public:
     /// Null while the bus is away.
     sd_bus* bus() const { return bus_; }
     /// Tells it at once how things stand.
-    void add(std::shared_ptr<Participant> participant);
+    void add(const std::shared_ptr<Participant>& participant);
     void remove(const Participant& participant);
     /// A method call to send, without starting anybody; null while the bus is away.
     MessagePtr newCall(const char* destination, const std::string& path, const char* interface,

@@ -90,7 +90,7 @@ bool ask(Connection& connection, CallGroup& calls, Request request) {
 
 void listStates(Connection& connection, std::function<void(bool, std::vector<StateName>)> found) {
     connection.send(connection.newCall(kDaemon, kDaemonPath, kDaemon, "ListNames"), kAnswerLimit,
-                    [found](sd_bus_message* answer) {
+                    [found = std::move(found)](sd_bus_message* answer) {
                         std::vector<StateName> states;
                         if (isFailure(answer) ||
                             sd_bus_message_enter_container(answer, 'a', "s") <= 0) {

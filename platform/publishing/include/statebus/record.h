@@ -24,8 +24,8 @@ public:
     /// Deep copy of a record that somebody else owns. `source` has this layout.
     Record(const zeSBusStateTemplate& layout, const void* source);
     Record(const Record& other);
-    /// Leaves `other` all zero.
-    Record(Record&& other);
+    /// Leaves `other` all zero, for which it needs memory.
+    Record(Record&& other); // NOLINT(performance-noexcept-move-constructor)
     Record& operator=(const Record& other);
     Record& operator=(Record&& other) noexcept;
     ~Record();
