@@ -24,7 +24,8 @@ LEAST_BRANCHES = 90.0
 def measured():
     """What gcovr counted: a list of files with their lines and branches."""
     filters = [word for folder in FOLDERS for word in ("--filter", folder)]
-    command = ["gcovr", "--root", ".", *filters, "--json", "-", str(BUILD)]
+    objects = [str(BUILD / folder) for folder in FOLDERS]
+    command = ["gcovr", "--root", ".", *filters, "--json", "-", *objects]
     answer = subprocess.run(command, cwd=ROOT, check=True, stdout=subprocess.PIPE)
     files = json.loads(answer.stdout)["files"]
     if not files:
