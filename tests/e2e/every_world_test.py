@@ -60,6 +60,28 @@ class EveryWorld(unittest.TestCase):
                                   *world("installed"))
         self.assertIn("installing /applications/DLNA until this ends", said)
 
+    def test_clears_away_what_one_that_was_killed_has_left(self):
+        self.need(*([] if os.getuid() == 0 else ["--user", "--map-root-user"]), "--net", "--mount")
+        inside = " ".join(world("installed"))
+        story = f"""
+            {inside} sh -c 'echo first; exec sleep 1000' & killed=$!
+            until [ -e /applications/DLNA/release/bin/Vantor2 ]; do sleep 0.05; done
+            kill -KILL $killed
+            wait $killed || true
+            test -e /applications/DLNA/release/bin/Vantor2
+            {inside} ls /applications/DLNA/release/bin
+            test ! -e /applications/DLNA
+            mkdir /applications/DLNA
+            if {inside} true; then exit 1; fi
+            rmdir /applications/DLNA /applications
+        """
+        done = subprocess.run([BARE_MACHINE, os.path.join(self.folder, "root"), "bash", "-ec",
+                               story], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                              timeout=LIMIT, check=False)
+        self.assertEqual(done.returncode, 0, done.stdout)
+        self.assertIn("zeGStreamerPlayer", done.stdout)
+        self.assertIn("exists on this machine and is left alone", done.stdout)
+
     def test_is_made_by_root_for_a_user_who_may_not(self):
         if os.getuid() != 0:
             self.skipTest("only root can do it for somebody else")

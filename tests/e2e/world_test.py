@@ -84,6 +84,8 @@ class World(unittest.TestCase):
         self.assert_nothing_is_left()
 
     def test_leaves_nothing_behind_when_it_is_killed(self):
+        if self.said("sh", "-c", "echo $KETRA_WORLD").strip() == "installed":
+            self.skipTest("without namespaces nobody is left to clear away; the next run does")
         process = self.start("sh", "-c", "in_tv sleep 1000 & echo runs; exec sleep 1000")
         self.assertEqual(process.stdout.readline(), "runs\n")
         process.kill()

@@ -66,6 +66,8 @@ install_for_now() {
     fi
     exec 8>/run/lock/ketra-applications
     flock 8
+    # Ours, of a run that was killed: nobody else has the lock.
+    [ ! -e /applications/DLNA/.installed-for-now ] || rm -rf /applications/DLNA
     if [ -e /applications/DLNA ]; then
         echo "${0##*/}: /applications/DLNA exists on this machine and is left alone" >&2
         return 1
@@ -73,8 +75,9 @@ install_for_now() {
     echo "${0##*/}: no namespaces here: installing /applications/DLNA until this ends" >&2
     [ -d /applications ] || made_applications=yes
     installed=yes # also when the copy fails half way
-    mkdir -p /applications
-    cp -R --preserve=mode "$stage/applications/DLNA" /applications/DLNA
+    mkdir -p /applications/DLNA
+    touch /applications/DLNA/.installed-for-now
+    cp -R --preserve=mode "$stage/applications/DLNA/." /applications/DLNA
 }
 
 remove_installed() {
