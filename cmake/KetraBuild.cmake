@@ -89,13 +89,18 @@ function(ketra_add_test name)
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 60)
     endif()
+    set(cost 0)
+    if(ARG_LABEL STREQUAL integration)
+        set(cost 10) # the long ones begin before the quick ones
+    endif()
     add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
     ketra_test_options(${name})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} gtest gtest_main Threads::Threads)
     target_precompile_headers(${name} REUSE_FROM ketra_test_headers)
-    gtest_discover_tests(${name}
+    gtest_discover_tests(${name} NO_PRETTY_VALUES
         TEST_PREFIX "${ARG_LABEL}/"
         DISCOVERY_TIMEOUT 60
-        PROPERTIES LABELS "${ARG_LABEL}" TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}")
+        PROPERTIES LABELS "${ARG_LABEL}" TIMEOUT ${ARG_TIMEOUT} COST ${cost}
+                   ENVIRONMENT "${ARG_ENVIRONMENT}")
 endfunction()

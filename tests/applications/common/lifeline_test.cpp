@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/case_name.h"
 #include "support/private_bus.h"
 #include "support/program.h"
 
@@ -72,6 +73,10 @@ TEST_P(ACompanion, EndsWhenItsTelevisionDiedBeforeItsFirstLook) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfTheTelevision, ACompanion,
-                         testing::Values(VANTOR2_PROGRAM, KETRA_PLAYER_PROGRAM));
+                         testing::Values(VANTOR2_PROGRAM, KETRA_PLAYER_PROGRAM),
+                         [](const auto& one) {
+                             const std::string program = one.param;
+                             return test::caseName(program.substr(program.rfind('/') + 1));
+                         });
 
 } // namespace

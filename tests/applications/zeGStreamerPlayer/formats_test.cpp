@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "engine/sink_formats.h"
+#include "support/case_name.h"
 #include "support/colours.h"
 #include "support/media_server.h"
 #include "support/recorded_player.h"
@@ -100,7 +101,8 @@ INSTANTIATE_TEST_SUITE_P(
         Sort{"song.wav", "http-get:*:audio/wav:*", "sample-rate:44100", 'k'},
         Sort{"song.L16", "http-get:*:audio/l16:*", "sample-rate:44100", 'k'},
         Sort{"photo.bmp", "http-get:*:image/bmp:*", "image-type:2", 'g'},
-        Sort{"photo.webp", "http-get:*:image/webp:*", "video/image_width:200", 'g'}));
+        Sort{"photo.webp", "http-get:*:image/webp:*", "video/image_width:200", 'g'}),
+    [](const auto& one) { return test::caseName(one.param.file); });
 
 TEST_F(AMedia, FromACameraStandsUpright) {
     show("/good/camera.jpg");

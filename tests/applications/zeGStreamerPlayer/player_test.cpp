@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/case_name.h"
 #include "support/fake_engine.h"
 
 namespace {
@@ -209,7 +210,11 @@ INSTANTIATE_TEST_SUITE_P(
                     CommandCase{kFinished, "pause", false, "", ""},
                     CommandCase{kFinished, "stop", true, "", "STOPPED"},
                     CommandCase{kFinished, "seek", false, "", ""},
-                    CommandCase{kFinished, "mode", true, "", "FINISHED"}));
+                    CommandCase{kFinished, "mode", true, "", "FINISHED"}),
+    [](const auto& one) {
+        return test::caseName(std::string(one.param.command) + " " +
+                              player::wordOf(one.param.state));
+    });
 
 // Opening.
 

@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/case_name.h"
 #include "support/colours.h"
 #include "support/media_server.h"
 #include "support/recorded_player.h"
@@ -337,7 +338,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Fault{"/short/film.mp4", PlayerError::kDamagedMedia},
                     Fault{"/cut/film.mp4", PlayerError::kDamagedMedia},
                     Fault{"/silent", PlayerError::kUnreachable},
-                    Fault{"/stall/film.mp4", PlayerError::kUnreachable}));
+                    Fault{"/stall/film.mp4", PlayerError::kUnreachable}),
+    [](const auto& one) { return test::caseName(one.param.path); });
 
 TEST_F(APlayer, SaysThatItIsBufferingWhenTheServerStalls) {
     playPath("/stall/film.mp4");
