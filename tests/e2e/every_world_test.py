@@ -51,7 +51,7 @@ class EveryWorld(unittest.TestCase):
         self.goes_the_road("unshare", *somebody, *world())
 
     def test_of_one_host_has_the_road_too(self):
-        self.need(*([] if os.getuid() == 0 else ["--user", "--map-root-user"]), "--net")
+        self.need(*([] if os.getuid() == 0 else ["--user", "--map-root-user"]), "--net", "--mount")
         self.goes_the_road(*world("loopback"))
 
     def test_is_the_machine_itself_where_there_are_no_namespaces(self):

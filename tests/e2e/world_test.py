@@ -54,7 +54,7 @@ class World(unittest.TestCase):
         process = world(*command, kind=kind, env=self.environment)
         self.addCleanup(process.wait)
         self.addCleanup(process.stdout.close)
-        self.addCleanup(process.kill)
+        self.addCleanup(process.terminate)
         return process
 
     def said(self, *command, kind=None):
@@ -121,6 +121,8 @@ class World(unittest.TestCase):
         self.assertEqual(len(buses), 2, "two worlds, two buses")
 
     def test_of_one_host_has_multicast_on_its_loopback(self):
+        if self.said("sh", "-c", "echo $KETRA_WORLD").strip() == "installed":
+            self.skipTest("this machine has no namespaces")
         output = self.said("sh", "-c", "echo $KETRA_INTERFACE $KETRA_TV_ADDRESS", kind="loopback")
         self.assertEqual(output, "lo 127.0.0.1\n")
 
