@@ -277,6 +277,7 @@ TEST(TheRecord, SaysWhatTheStatusSays) {
     status.trackCount = 1;
     status.playMode = "NORMAL";
     status.albumArtUri = "http://h/a.jpg";
+    status.albumArtMimeType = "image/jpeg";
     status.idle.state = PlayerState::kPaused;
     status.idle.uri = "http://h/idle.mp4";
     status.idle.title = "Idle";
@@ -311,6 +312,7 @@ TEST(TheRecord, SaysWhatTheStatusSays) {
     EXPECT_EQ(content.mPlayback.mTrackIndex, 1);
     ASSERT_EQ(content.mThumbnailCount, 1);
     EXPECT_STREQ(content.mThumbnail[0].mURI, "http://h/a.jpg");
+    EXPECT_STREQ(content.mThumbnail[0].mDLNAProtocolInfo, "http-get:*:image/jpeg:*");
     writeStatus(record, PlayerStatus());
     EXPECT_EQ(record.as<ContentPlayerService>().mTrack.mDLNAProfile, nullptr);
     EXPECT_EQ(record.as<ContentPlayerService>().mThumbnailCount, 0);

@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "engine/gst_handles.h"
 #include "engine/sink_formats.h"
 #include "support/case_name.h"
 #include "support/colours.h"
@@ -131,6 +134,55 @@ TEST_F(AMedia, IsNoGif) {
     ASSERT_TRUE(
         player_.waitUntil([this] { return player_.last().error != player::PlayerError::kNone; }));
     EXPECT_EQ(player_.last().error, player::PlayerError::kNoDecoder) << player_.log();
+}
+
+/// Writes a song with a cover; the cover's bytes.
+std::string writeSongWithCover(const std::string& path) {
+    std::ifstream photo(std::string(KETRA_TEST_MEDIA) + "/photo.jpg", std::ios::binary);
+    const std::string bytes((std::istreambuf_iterator<char>(photo)), {});
+    const player::GstOwner<GstBuffer> buffer(gst_buffer_new_memdup(bytes.data(), bytes.size()));
+    const player::GstOwner<GstCaps> caps(gst_caps_new_empty_simple("image/jpeg"));
+    const player::GstOwner<GstSample> sample(
+        gst_sample_new(buffer.get(), caps.get(), nullptr, nullptr));
+    const player::GstOwner<GstElement> pipeline(gst_parse_launch(
+        ("audiotestsrc num-buffers=200 ! audioconvert ! lamemp3enc ! id3v2mux name=tags ! "
+         "filesink location=" +
+         path)
+            .c_str(),
+        nullptr));
+    const player::GstOwner<GstElement> tags(gst_bin_get_by_name(GST_BIN(pipeline.get()), "tags"));
+    gst_tag_setter_add_tags(GST_TAG_SETTER(tags.get()), GST_TAG_MERGE_REPLACE, GST_TAG_IMAGE,
+                            sample.get(), nullptr);
+    const player::GstOwner<GstBus> bus(gst_element_get_bus(pipeline.get()));
+    gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
+    const player::GstOwner<GstMessage> end(gst_bus_timed_pop_filtered(
+        bus.get(), 10 * GST_SECOND,
+        static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR)));
+    gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+    return end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS ? bytes : "";
+}
+
+TEST_F(AMedia, PublishesItsCoverAsAFileWhileItPlays) {
+    gst_init(nullptr, nullptr);
+    const std::string bytes = writeSongWithCover(folder_.path() + "/song.mp3");
+    ASSERT_NE(bytes, "");
+    const test::TemporaryFolder pictures;
+    player::Settings settings = test::RecordedPlayer::plainSettings(folder_.path());
+    settings.snapshotDir = pictures.path();
+    test::RecordedPlayer player(folder_.path(), settings);
+    test::MediaServer server(folder_.path());
+    ASSERT_TRUE(player.setMedia(server.address("/good/song.mp3")));
+    ASSERT_TRUE(player->play(Speed()));
+    ASSERT_TRUE(player.waitUntil([&player] { return !player.last().albumArtUri.empty(); }))
+        << player.log();
+    const std::string uri = player.last().albumArtUri;
+    EXPECT_EQ(uri.rfind("file://" + pictures.path() + "/cover-", 0), 0u) << uri;
+    EXPECT_EQ(player.last().albumArtMimeType, "image/jpeg");
+    std::ifstream file(uri.substr(7), std::ios::binary);
+    EXPECT_EQ(std::string((std::istreambuf_iterator<char>(file)), {}), bytes);
+    ASSERT_TRUE(player->stop());
+    EXPECT_TRUE(
+        player.waitUntil([&pictures] { return std::filesystem::is_empty(pictures.path()); }));
 }
 
 TEST_F(AMedia, ShowsTheSubtitlesThatItContains) {

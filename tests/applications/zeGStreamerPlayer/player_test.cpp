@@ -343,6 +343,24 @@ TEST_F(ThePlayer, IgnoresOldNews) {
     EXPECT_EQ(last().state, kLoading);
 }
 
+TEST_F(ThePlayer, ShowsTheCoverOfTheMediaWhenNobodyNamesAnother) {
+    MediaFacts facts = filmFacts();
+    facts.coverUri = "file:///cover.jpg";
+    facts.coverMimeType = "image/jpeg";
+    player_.setMedia(request("http-get:*:video/mp4:*"));
+    player_.play(Speed());
+    report(EngineOpened{facts});
+    EXPECT_EQ(last().albumArtUri, "file:///cover.jpg");
+    EXPECT_EQ(last().albumArtMimeType, "image/jpeg");
+    PlayRequest other = request("http-get:*:video/mp4:*");
+    other.albumArtUri = "http://server/art.png";
+    player_.setMedia(other);
+    player_.play(Speed());
+    report(EngineOpened{facts});
+    EXPECT_EQ(last().albumArtUri, "http://server/art.png");
+    EXPECT_EQ(last().albumArtMimeType, "");
+}
+
 // Photos.
 
 TEST_F(ThePlayer, ReportsAPhotoAsPlayingWithItsInfoAndThenAsFinished) {

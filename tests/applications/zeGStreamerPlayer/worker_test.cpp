@@ -50,6 +50,8 @@ TEST(AMessage, CarriesEveryFactOfAMedia) {
     facts.artist = "\xE2\x99\xAB";
     facts.genre = "g";
     facts.dateIso = "2024-05-06";
+    facts.coverUri = "file:///c.jpg";
+    facts.coverMimeType = "image/jpeg";
     facts.imageDateTime = "2024-05-06T07:08:09";
     EXPECT_EQ(eventBack(EngineOpened{facts}).facts, facts);
     EXPECT_EQ(eventBack(EngineFacts{facts}).facts, facts);

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "ServiceRecords.h"
+#include "metadata/protocol_info.h"
 
 namespace player {
 namespace {
@@ -63,6 +64,10 @@ void writeStatus(statebus::Record& record, const PlayerStatus& status) {
     record.resize("mThumbnail", status.albumArtUri.empty() ? 0 : 1);
     if (!status.albumArtUri.empty()) {
         record.setText("mThumbnail[0].mURI", status.albumArtUri);
+        writeText(record, "mThumbnail[0].mDLNAProtocolInfo",
+                  status.albumArtMimeType.empty()
+                      ? ""
+                      : makeProtocolInfo(MediaKind::kImage, status.albumArtMimeType, ""));
     }
 }
 

@@ -73,7 +73,8 @@ Pipeline::Pipeline(const Settings& settings, const MediaAddress& address, Screen
       address_(address),
       queue_(queue),
       report_(std::move(report)),
-      playbin_(gst_element_factory_make("playbin", nullptr)) {
+      playbin_(gst_element_factory_make("playbin", nullptr)),
+      cover_(settings.snapshotDir) {
     if (!playbin_) {
         step_ = Step::kNone;
         fail(PlayerError::kNoDecoder, "GStreamer has no playbin");
@@ -484,6 +485,9 @@ MediaFacts Pipeline::facts() {
         imageType = imageTypeOf(imageHeader_.data(), imageHeader_.size());
     }
     MediaFacts facts = readFacts(playbin_.get(), name, tags_.get(), imageType);
+    cover_.take(tags_.get());
+    facts.coverUri = cover_.uri();
+    facts.coverMimeType = cover_.mimeType();
     facts.backward = facts.seekable && download && facts.durationExact;
     return facts;
 }

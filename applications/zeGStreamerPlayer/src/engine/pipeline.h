@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/cover.h"
 #include "engine/gst_handles.h"
 #include "engine/media_engine.h"
 #include "engine/screen.h"
@@ -110,6 +111,7 @@ private:
     int buffered_ = 100;
     MediaFacts known_;
     GstOwner<GstTagList> tags_;
+    Cover cover_;
     Clock::time_point positionReported_;
     std::int64_t sampledMs_ = 0; ///< where the media was a moment ago, at sampledAt_
     Clock::time_point sampledAt_;

@@ -239,6 +239,10 @@ void Player::endSession() {
     loading_ = false;
     opened_ = false;
     status_.buffering = false;
+    if (request_.albumArtUri.empty()) {
+        status_.albumArtUri.clear(); // the media's own cover goes with it
+        status_.albumArtMimeType.clear();
+    }
     bufferingPercent_ = 100;
 }
 
@@ -282,6 +286,12 @@ void Player::takeFacts(const MediaFacts& facts) {
     }
     track.album = firstKnown(said.album, facts.album);
     track.creator = firstKnown(said.creator, facts.artist);
+    if (request_.albumArtUri.empty()) {
+        status_.albumArtUri = facts.coverUri;
+        status_.albumArtMimeType = facts.coverMimeType;
+    } else {
+        status_.albumArtMimeType.clear();
+    }
     track.genre = firstKnown(said.genre, facts.genre);
     track.dateIso = firstKnown(said.dateIso, facts.dateIso);
     if (facts.durationMs >= 0) {

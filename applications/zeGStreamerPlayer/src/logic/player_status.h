@@ -52,7 +52,8 @@ struct PlayerStatus {
     MediaDescription media; ///< the container; the track itself when there is no other
     MediaDescription track;
     std::string albumArtUri;
-    std::string infoText; ///< "MetadataStr=..." once something is known
+    std::string albumArtMimeType; ///< "" when nobody says
+    std::string infoText;         ///< "MetadataStr=..." once something is known
     std::uint32_t positionSec = 0;
     std::uint32_t positionPercent = 0;
     Speed speed;

@@ -46,6 +46,8 @@ struct MediaFacts {
     std::string album;
     std::string artist;
     std::string genre;
+    std::string coverUri; ///< of a file with the picture that the media brings along
+    std::string coverMimeType;
     std::string imageDateTime; ///< of a photo, "2024-05-06T07:08:09"
     std::string dateIso;       ///< "2024", "2024-05" or "2024-05-06"
 

@@ -72,7 +72,7 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MediaFacts, kind, mimeType, durationMs, durat
                                    backward, width, height, frameRateThousandths, imageType,
                                    videoCodec, videoTrack, audioCodec, audioTracks, audioTrack,
                                    sampleRate, channels, bitrate, title, album, artist, genre,
-                                   imageDateTime, dateIso)
+                                   coverUri, coverMimeType, imageDateTime, dateIso)
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineAnswered, contentType, contentFeatures)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineOpened, facts)
