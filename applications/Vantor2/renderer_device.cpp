@@ -49,6 +49,7 @@ RendererDevice::RendererDevice(const DeviceIdentity& identity, const RendererClo
                       armDeadline();
                       requestsChanged_();
                   }),
+      playlists_([this] { return server_.addresses(); }),
       transport_(clock, permission_, player, playlists_, [this] { transportChanged(); }),
       rendering_(permission_, sound, [this] { renderingChanged(); }),
       notify_(limits.subscriptions),

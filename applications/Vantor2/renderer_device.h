@@ -11,7 +11,7 @@
 
 #include "gena/event_publisher.h"
 #include "http/http_server.h"
-#include "http/playlist_fetcher.h"
+#include "playlists/playlist_fetcher.h"
 #include "renderer/permission.h"
 #include "renderer/rendering.h"
 #include "renderer/transport.h"

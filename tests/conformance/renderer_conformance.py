@@ -14,7 +14,7 @@ import argparse
 import sys
 import time
 
-from upnp import Device, Events, MediaServer, own_address_towards
+from upnp import Device, Events, Gone, MediaServer, own_address_towards
 
 OK = (0,)
 STEP = 15.0  # seconds in which a renderer gets from one state to another
@@ -361,7 +361,10 @@ def main():
     device = Device(options.device)
     server = MediaServer(options.media, own_address_towards(options.device))
     suite = Suite(device, server)
-    suite.run()
+    try:
+        suite.run()
+    except Gone as gone:
+        suite.check(False, str(gone))
     server.close()
     for name in sorted(set(suite.left_out)):
         print("not offered:", name)

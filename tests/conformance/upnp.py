@@ -16,6 +16,11 @@ from xml.sax.saxutils import escape
 DEVICE = "{urn:schemas-upnp-org:device-1-0}"
 SCPD = "{urn:schemas-upnp-org:service-1-0}"
 AGENT = "renderer-conformance/1.0"
+MOST_SILENCES = 3  # calls without an answer, one after the other
+
+
+class Gone(Exception):
+    """The device does not answer any more."""
 
 
 class Variable:
@@ -65,6 +70,7 @@ class Service:
 class Device:
     def __init__(self, location):
         self.location = location
+        self.silences = 0
         root = fetch_xml(location)
         base = root.findtext(DEVICE + "URLBase") or location
         self.name = root.findtext(f".//{DEVICE}friendlyName")
@@ -80,9 +86,16 @@ class Device:
                 's:encodingStyle="http://schemas.xmlsoap.org/soap/encoding/"><s:Body>'
                 f'<u:{action} xmlns:u="{service.type}">{inside}</u:{action}>'
                 '</s:Body></s:Envelope>')
-        status, answer = post(service.control, body.encode(), {
-            "Content-Type": 'text/xml; charset="utf-8"', "User-Agent": AGENT,
-            "SOAPACTION": f'"{service.type}#{action}"'})
+        try:
+            status, answer = post(service.control, body.encode(), {
+                "Content-Type": 'text/xml; charset="utf-8"', "User-Agent": AGENT,
+                "SOAPACTION": f'"{service.type}#{action}"'})
+            self.silences = 0
+        except (OSError, http.client.HTTPException) as error:
+            self.silences += 1
+            if self.silences > MOST_SILENCES:
+                raise Gone(f"the device does not answer any more: {error}") from error
+            return -1, []
         try:
             root = ElementTree.fromstring(answer)
         except ElementTree.ParseError:

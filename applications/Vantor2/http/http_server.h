@@ -59,6 +59,8 @@ public:
     bool listen(const std::string& address, std::uint16_t port, std::string& error);
     bool listensOn(const std::string& address) const { return addresses_.count(address) != 0; }
     std::uint16_t port() const { return port_; }
+    /// Those that it listens on, or did before they went away.
+    std::vector<std::string> addresses() const { return {addresses_.begin(), addresses_.end()}; }
 
     /// Closed, every request is answered with 503.
     void setOpen(bool open) { open_ = open; }

@@ -101,6 +101,7 @@ std::string documentOf(xmlNode* root, xmlNode* item, const Subtitle& subtitle) {
 
 MediaItem readItem(xmlNode* root, xmlNode* item) {
     MediaItem read;
+    read.id = attribute(item, "id");
     Subtitle subtitle;
     for (xmlNode* node = firstElement(item); node != nullptr; node = elementFrom(node->next)) {
         const std::string_view name = localName(node);

@@ -19,6 +19,7 @@ struct MediaResource {
 };
 
 struct MediaItem {
+    std::string id;
     std::string title;
     /// In the order of the document; subtitles are not among them.
     std::vector<MediaResource> resources;

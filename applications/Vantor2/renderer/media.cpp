@@ -43,6 +43,7 @@ const MediaResource* choose(const MediaItem& item, const std::string& uri,
 Track trackOf(const MediaItem& item, const MediaResource* resource) {
     Track track;
     track.metadata = item.didl;
+    track.id = item.id;
     track.info.title = item.title;
     if (resource != nullptr) {
         track.uri = resource->uri;
@@ -81,20 +82,28 @@ Media describeMedia(const std::string& uri, const std::string& metadata,
         media.tracks.push_back(items.empty() ? track : onlyTrack(items.front(), uri, formats));
         return media;
     }
-    for (const MediaItem& item : items) {
-        const MediaResource* resource = choose(item, uri, formats);
-        if (resource == nullptr || !isPlayableAddress(resource->uri)) {
-            continue;
-        }
-        if (resource->uri == uri) {
-            media.start = media.tracks.size();
-        }
-        media.tracks.push_back(trackOf(item, resource));
+    media.tracks = tracksOf(items, uri, formats);
+    const auto named = std::find_if(media.tracks.begin(), media.tracks.end(),
+                                    [&](const Track& track) { return track.uri == uri; });
+    if (named != media.tracks.end()) {
+        media.start = static_cast<std::size_t>(named - media.tracks.begin());
     }
     if (media.tracks.empty()) {
-        media.tracks.push_back({uri, "", {}});
+        media.tracks.push_back({uri, "", {}, ""});
     }
     return media;
+}
+
+std::vector<Track> tracksOf(const std::vector<MediaItem>& items, const std::string& uri,
+                            const std::string& formats) {
+    std::vector<Track> tracks;
+    for (const MediaItem& item : items) {
+        const MediaResource* resource = choose(item, uri, formats);
+        if (resource != nullptr && isPlayableAddress(resource->uri)) {
+            tracks.push_back(trackOf(item, resource));
+        }
+    }
+    return tracks;
 }
 
 bool isAmongFormats(const std::string& mimeType, std::string_view formats) {

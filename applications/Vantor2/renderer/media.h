@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "renderer/controller.h"
+#include "renderer/didl.h"
 #include "renderer/media_info.h"
 
 namespace vantor {
@@ -16,6 +17,7 @@ struct Track {
     std::string uri;
     std::string metadata; ///< DIDL-Lite with this track alone; "" when nothing readable is known
     MediaInfo info;
+    std::string id = {}; ///< of its item; "" when it has none
 };
 
 struct Media {
@@ -31,6 +33,11 @@ struct Media {
 /// another one's. A document with several items is a playlist.
 Media describeMedia(const std::string& uri, const std::string& metadata,
                     const std::string& formats);
+
+/// The items that have a resource with a usable address, each as a track; of its resources that
+/// with the address `uri` comes first, then as above.
+std::vector<Track> tracksOf(const std::vector<MediaItem>& items, const std::string& uri,
+                            const std::string& formats);
 
 /// Whether a type stands in a sink protocol info; everything does in an empty one.
 bool isAmongFormats(const std::string& mimeType, std::string_view formats);

@@ -8,6 +8,7 @@
 #include "base/time_text.h"
 #include "base/xml.h"
 #include "common/text.h"
+#include "renderer/container_address.h"
 #include "renderer/didl.h"
 
 namespace vantor {
@@ -111,6 +112,9 @@ std::vector<Track> readM3u(const std::string& content, const std::string& base) 
 
 bool isPlaylist(const Track& track) {
     const std::string& type = track.info.mimeType;
+    if (isContainerAddress(track.uri)) {
+        return true;
+    }
     if (dlnaParameter(track.info.protocolInfo, "DLNA.ORG_PN") == "DIDL_S") {
         return true;
     }
@@ -131,15 +135,24 @@ std::vector<Track> readPlaylist(const std::string& text, const std::string& base
     if (text[first] != '<') {
         return readM3u(asUtf8(text), base);
     }
-    std::vector<Track> tracks;
-    if (!readDidl(text).empty()) {
-        tracks = describeMedia(base, text, formats).tracks;
-    }
+    std::vector<Track> tracks = tracksOf(readDidl(text), "", formats);
     const auto unusable = [&](const Track& track) {
         return isPlaylist(track) || track.uri == base;
     };
     tracks.erase(std::remove_if(tracks.begin(), tracks.end(), unusable), tracks.end());
     return tracks;
+}
+
+std::size_t firstTrackOf(const std::vector<Track>& tracks, const std::string& uri) {
+    const auto address = readContainerAddress(uri);
+    if (!address || tracks.empty()) {
+        return 0;
+    }
+    const auto named = std::find_if(tracks.begin(), tracks.end(), [&](const Track& track) {
+        return !track.id.empty() && track.id == address->firstItemId;
+    });
+    return named != tracks.end() ? static_cast<std::size_t>(named - tracks.begin())
+                                 : std::min(address->firstIndex, tracks.size() - 1);
 }
 
 } // namespace vantor

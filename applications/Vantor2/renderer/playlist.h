@@ -8,8 +8,8 @@
 
 namespace vantor {
 
-/// Whether an address is known to lead to a playlist rather than to media: by its type, or by its
-/// ending when the type is not known.
+/// Whether an address is known to lead to a playlist rather than to media: by its scheme, by its
+/// type, or by its ending when the type is not known.
 bool isPlaylist(const Track& track);
 
 /// The tracks of a playlist that was fetched from `base`, in their order, at most kMostItems. Empty
@@ -17,5 +17,9 @@ bool isPlaylist(const Track& track);
 /// the pieces of a stream. Playlists inside it are left out, so none can point at itself.
 std::vector<Track> readPlaylist(const std::string& text, const std::string& base,
                                 const std::string& formats);
+
+/// The track with which a container's playback begins: the one that its address names, else the one
+/// with the index that it names, else the first.
+std::size_t firstTrackOf(const std::vector<Track>& tracks, const std::string& uri);
 
 } // namespace vantor

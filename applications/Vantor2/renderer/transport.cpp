@@ -5,6 +5,7 @@
 
 #include "base/log.h"
 #include "base/time_text.h"
+#include "renderer/container_address.h"
 #include "renderer/play_speed.h"
 #include "renderer/playlist.h"
 
@@ -41,10 +42,13 @@ int Transport::mayControl(const Controller& controller) const {
 // What a controller wants to be played, or the error that it deserves.
 int Transport::describe(const Controller& controller, const std::string& uri,
                         const std::string& metadata, Media& media) const {
-    if (!isPlayableAddress(uri)) {
+    const bool container = readContainerAddress(uri).has_value();
+    if (!isPlayableAddress(uri) && !container) {
         return kResourceNotFound;
     }
-    media = describeMedia(uri, metadata, formats_);
+    // What is said about a container describes none of its tracks.
+    media = describeMedia(uri, container ? std::string() : metadata, formats_);
+    media.metadata = metadata;
     media.owner = controller;
     const Track& first = media.tracks[media.start];
     return isPlaylist(first) || isPlayableMimeType(first.info.mimeType) ? 0 : kIllegalMimeType;

@@ -88,8 +88,8 @@ void Transport::playlistArrived(const std::optional<std::string>& text) {
                   : "the playlist cannot be fetched");
         return;
     }
+    media.start = firstTrackOf(tracks, media.uri);
     media.tracks = std::move(tracks);
-    media.start = 0;
     std::optional<Media> next = queue_.next();
     queue_.load(std::move(media));
     queue_.setNext(std::move(next));

@@ -190,6 +190,10 @@ TEST(APlaylistFile, MayBeDidlLite) {
     const auto tracks = readPlaylist("\n" + list, "http://a/list.xml", "");
     ASSERT_EQ(tracks.size(), 2u);
     EXPECT_EQ(tracks[1].info.title, "Two");
+    const auto only = readPlaylist(didl(item("One", res("audio/mpeg:*", "http://a/1.mp3"))),
+                                   "http://a/list.xml", "");
+    ASSERT_EQ(only.size(), 1u);
+    EXPECT_EQ(only[0].uri, "http://a/1.mp3");
 }
 
 TEST(APlaylistFile, IsKnownByItsTypeElseByItsEnding) {
@@ -212,7 +216,7 @@ Media list(std::size_t count, const std::string& uri = "http://a/list") {
     Media media;
     media.uri = uri;
     for (std::size_t number = 1; number <= count; ++number) {
-        media.tracks.push_back({"http://a/" + std::to_string(number), "", {}});
+        media.tracks.push_back({"http://a/" + std::to_string(number), "", {}, ""});
     }
     return media;
 }

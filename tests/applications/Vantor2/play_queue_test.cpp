@@ -250,6 +250,20 @@ TEST_F(AQueue, StopsWhatPlaysBeforeItFetchesAPlaylist) {
     EXPECT_EQ(player.taken(), (Commands{"open http://192.0.2.1/1.mp3", "play 1"}));
 }
 
+TEST_F(AQueue, PlaysAContainerFromTheItemThatItsAddressNames) {
+    const std::string container = "dlna-playcontainer://uuid%3A1-2?cid=album&fid=b&fii=0";
+    EXPECT_EQ(transport.setUri(phone, container, "<DIDL-Lite><container/></DIDL-Lite>"), 0);
+    transport.play(phone, "1");
+    EXPECT_EQ(playlists.fetched, Commands{container});
+    playlists.done("<DIDL-Lite><item id=\"a\"><res>http://192.0.2.1/a</res></item>"
+                   "<item id=\"b\"><res>http://192.0.2.1/b</res></item></DIDL-Lite>");
+    EXPECT_EQ(player.taken(), (Commands{"open http://192.0.2.1/b", "play 1"}));
+    EXPECT_EQ(transport.view(phone).trackNumber, 2u);
+    EXPECT_EQ(transport.view(phone).uri, container);
+    EXPECT_EQ(transport.setUri(phone, "dlna-playcontainer://somewhere?cid=1", ""), 716);
+    EXPECT_EQ(transport.setNextUri(phone, "dlna-playcontainer://uuid%3A1?cid=2", ""), 0);
+}
+
 TEST_F(AQueue, SeeksToAByteWhereTheServerServesAnyRange) {
     transport.setUri(phone, kFilm, didl("A film", "http-get:*:video/mp4:DLNA.ORG_OP=01"));
     transport.play(phone, "1");

@@ -1,5 +1,5 @@
 // Fetching playlists from servers that behave, and from some that do not.
-#include "http/playlist_fetcher.h"
+#include "playlists/playlist_fetcher.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -74,7 +74,9 @@ protected:
         }));
         EXPECT_EQ(answers, 1);
     }
-    PlaylistFetcher fetcher;
+    PlaylistFetcher fetcher{[] {
+        return std::vector<std::string>{"127.0.0.1"};
+    }};
     int answers = 0;
     std::optional<std::string> received;
 };
@@ -119,7 +121,7 @@ TEST_F(APlaylistFetcher, MayGoWhileARequestIsOnItsWay) {
     Server mute("");
     bool answered = false;
     {
-        PlaylistFetcher brief;
+        PlaylistFetcher brief([] { return std::vector<std::string>(); });
         brief.fetch(mute.uri, [&](const auto&) { answered = true; });
         ASSERT_TRUE(runUntil([&] {
             mute.serve();

@@ -1,4 +1,4 @@
-#include "http/playlist_fetcher.h"
+#include "http/http_transfer.h"
 
 #include <utility>
 
@@ -9,26 +9,26 @@ namespace {
 constexpr guint kSilenceSeconds = 5;
 // A controller shows the transition meanwhile; a server that takes longer will not play either.
 constexpr std::chrono::seconds kLongestTransfer{10};
-// Some thousand entries with long names.
-constexpr std::size_t kLongestPlaylist = 512 * 1024;
+// Some thousand entries of a playlist with long names.
+constexpr std::size_t kLongestBody = 1024 * 1024;
 constexpr gsize kPiece = 16 * 1024;
 
 } // namespace
 
-// Lives as long as GIO works for it; by then the fetcher may be gone or busy with another one,
+// Lives as long as GIO works for it; by then the owner may be gone or busy with another one,
 // which the cancellable tells.
-struct PlaylistFetcher::Transfer {
-    PlaylistFetcher* fetcher;
+struct HttpTransfer::Transfer {
+    HttpTransfer* owner;
     GObjectPtr<GCancellable> cancellable;
     GObjectPtr<SoupMessage> message;
     GObjectPtr<GInputStream> stream;
     std::string text;
-    Fetched done;
+    Done done;
 
     bool counts() const { return g_cancellable_is_cancelled(cancellable.get()) == FALSE; }
 };
 
-PlaylistFetcher::PlaylistFetcher()
+HttpTransfer::HttpTransfer()
     : session_(
           SOUP_SESSION(g_object_new(SOUP_TYPE_SESSION, "timeout", kSilenceSeconds, "idle-timeout",
                                     kSilenceSeconds, "proxy-resolver", nullptr, nullptr))),
@@ -39,12 +39,12 @@ PlaylistFetcher::PlaylistFetcher()
           }
       }) {}
 
-PlaylistFetcher::~PlaylistFetcher() {
+HttpTransfer::~HttpTransfer() {
     giveUp();
     soup_session_abort(session_.get());
 }
 
-void PlaylistFetcher::giveUp() {
+void HttpTransfer::giveUp() {
     if (current_) {
         g_cancellable_cancel(current_.get());
         current_.reset();
@@ -52,17 +52,17 @@ void PlaylistFetcher::giveUp() {
     limit_.stop();
 }
 
-void PlaylistFetcher::fetch(const std::string& uri, Fetched done) {
+void HttpTransfer::start(GObjectPtr<SoupMessage> message, Done done) {
     giveUp();
-    auto transfer = std::make_unique<Transfer>();
-    transfer->fetcher = this;
-    transfer->cancellable.reset(g_cancellable_new());
-    transfer->message.reset(soup_message_new("GET", uri.c_str()));
-    transfer->done = std::move(done);
-    if (!transfer->message) {
-        transfer->done(std::nullopt);
+    if (!message) {
+        done(std::nullopt);
         return;
     }
+    auto transfer = std::make_unique<Transfer>();
+    transfer->owner = this;
+    transfer->cancellable.reset(g_cancellable_new());
+    transfer->message = std::move(message);
+    transfer->done = std::move(done);
     current_ = shareObject(transfer->cancellable.get());
     limit_.start(kLongestTransfer);
     Transfer* raw = transfer.release();
@@ -70,7 +70,7 @@ void PlaylistFetcher::fetch(const std::string& uri, Fetched done) {
                             raw->cancellable.get(), answered, raw);
 }
 
-void PlaylistFetcher::answered(GObject* session, GAsyncResult* result, gpointer data) {
+void HttpTransfer::answered(GObject* session, GAsyncResult* result, gpointer data) {
     std::unique_ptr<Transfer> transfer(static_cast<Transfer*>(data));
     GError* failure = nullptr;
     transfer->stream.reset(soup_session_send_finish(SOUP_SESSION(session), result, &failure));
@@ -81,19 +81,19 @@ void PlaylistFetcher::answered(GObject* session, GAsyncResult* result, gpointer 
     const bool found = transfer->stream &&
                        SOUP_STATUS_IS_SUCCESSFUL(soup_message_get_status(transfer->message.get()));
     if (!found) {
-        transfer->fetcher->finish(*transfer, false);
+        transfer->owner->finish(*transfer, false);
         return;
     }
     readMore(std::move(transfer));
 }
 
-void PlaylistFetcher::readMore(std::unique_ptr<Transfer> transfer) {
+void HttpTransfer::readMore(std::unique_ptr<Transfer> transfer) {
     Transfer* raw = transfer.release();
     g_input_stream_read_bytes_async(raw->stream.get(), kPiece, G_PRIORITY_DEFAULT,
                                     raw->cancellable.get(), arrived, raw);
 }
 
-void PlaylistFetcher::arrived(GObject* stream, GAsyncResult* result, gpointer data) {
+void HttpTransfer::arrived(GObject* stream, GAsyncResult* result, gpointer data) {
     std::unique_ptr<Transfer> transfer(static_cast<Transfer*>(data));
     GError* failure = nullptr;
     GBytes* bytes = g_input_stream_read_bytes_finish(G_INPUT_STREAM(stream), result, &failure);
@@ -107,15 +107,15 @@ void PlaylistFetcher::arrived(GObject* stream, GAsyncResult* result, gpointer da
     if (!transfer->counts()) {
         return;
     }
-    if (bytes == nullptr || size == 0 || transfer->text.size() > kLongestPlaylist) {
+    if (bytes == nullptr || size == 0 || transfer->text.size() > kLongestBody) {
         const bool whole = bytes != nullptr && size == 0;
-        transfer->fetcher->finish(*transfer, whole);
+        transfer->owner->finish(*transfer, whole);
         return;
     }
     readMore(std::move(transfer));
 }
 
-void PlaylistFetcher::finish(Transfer& transfer, bool whole) {
+void HttpTransfer::finish(Transfer& transfer, bool whole) {
     current_.reset();
     limit_.stop();
     if (transfer.stream) {

@@ -1,5 +1,5 @@
-// Fetches playlists from the address that an admitted controller named: one at a time, small, and
-// within a time limit.
+// One small document over HTTP, within a time limit. The daemon asks other servers for playlists
+// only, on behalf of a controller that was admitted.
 //
 // Main thread.
 #pragma once
@@ -12,23 +12,25 @@
 #include <libsoup/soup.h>
 
 #include "base/glib_handles.h"
-#include "renderer/ports.h"
 
 namespace vantor {
 
-class PlaylistFetcher : public PlaylistPort {
+class HttpTransfer {
 public:
-    PlaylistFetcher();
+    HttpTransfer();
     /// What is on its way is given up unanswered.
-    ~PlaylistFetcher() override;
-    PlaylistFetcher(const PlaylistFetcher&) = delete;
-    PlaylistFetcher& operator=(const PlaylistFetcher&) = delete;
+    ~HttpTransfer();
+    HttpTransfer(const HttpTransfer&) = delete;
+    HttpTransfer& operator=(const HttpTransfer&) = delete;
 
-    void fetch(const std::string& uri, Fetched done) override;
+    /// The body of a successful answer; nothing when there is none in time or it is too long.
+    using Done = std::function<void(const std::optional<std::string>& body)>;
+    /// Gives up an earlier one. `message` may be null: then there is no body, at once.
+    void start(GObjectPtr<SoupMessage> message, Done done);
+    void giveUp();
 
 private:
     struct Transfer;
-    void giveUp();
     void finish(Transfer& transfer, bool whole);
     static void answered(GObject* session, GAsyncResult* result, gpointer data);
     static void arrived(GObject* stream, GAsyncResult* result, gpointer data);

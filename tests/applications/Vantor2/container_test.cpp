@@ -1,0 +1,230 @@
+// Containers of media servers: their addresses, and the way from an address to its items, with a
+// media server that lives on loopback.
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "applications/Vantor2/run_until.h"
+#include "playlists/playlist_fetcher.h"
+#include "renderer/container_address.h"
+#include "renderer/playlist.h"
+
+namespace vantor {
+namespace {
+
+constexpr const char* kDirectory = "urn:schemas-upnp-org:service:ContentDirectory:1";
+constexpr const char* kServiceId = "urn:upnp-org:serviceId:ContentDirectory";
+
+TEST(AContainersAddress, NamesServerContainerAndFirstItem) {
+    const auto address = readContainerAddress(
+        "dlna-playcontainer://uuid%3A1-2-3?sid=urn%3Aupnp-org%3AserviceId%3AContentDirectory"
+        "&cid=0%2FAlbum%20A%26B&fid=0%2F7&fii=6&sc=%2Bdc%3Atitle&md=0");
+    ASSERT_TRUE(address);
+    EXPECT_EQ(address->udn, "uuid:1-2-3");
+    EXPECT_EQ(address->serviceId, kServiceId);
+    EXPECT_EQ(address->containerId, "0/Album A&B");
+    EXPECT_EQ(address->firstItemId, "0/7");
+    EXPECT_EQ(address->firstIndex, 6u);
+    EXPECT_EQ(address->sortCriteria, "+dc:title");
+}
+
+TEST(AContainersAddress, IsRefusedWhenItNamesNothing) {
+    for (const char* uri :
+         {"http://192.0.2.1/a", "dlna-playcontainer://", "dlna-playcontainer://uuid%3A1",
+          "dlna-playcontainer://uuid%3A1?sid=x", "dlna-playcontainer://192.0.2.1?cid=1",
+          "dlna-playcontainer://uuid%3A1%0D%0AX%3A%20y?cid=1", "dlna-playcontainer://uuid%3A1?cid=",
+          "dlna-playcontainer://uuid%3A1?cid=%00", "dlna-playcontainer://uuid%3A1?cid=%FF"}) {
+        EXPECT_FALSE(readContainerAddress(uri)) << uri;
+    }
+    EXPECT_FALSE(
+        readContainerAddress("dlna-playcontainer://uuid%3A1?cid=" + std::string(5000, 'x')));
+}
+
+TEST(AContainersFirstTrack, IsTheNamedOneElseTheOneWithTheIndex) {
+    std::vector<Track> tracks(3);
+    tracks[2].id = "seven";
+    const std::string base = "dlna-playcontainer://uuid%3A1?cid=1";
+    EXPECT_EQ(firstTrackOf(tracks, base + "&fid=seven&fii=1"), 2u);
+    EXPECT_EQ(firstTrackOf(tracks, base + "&fid=gone&fii=1"), 1u);
+    EXPECT_EQ(firstTrackOf(tracks, base + "&fii=99"), 2u);
+    EXPECT_EQ(firstTrackOf(tracks, base), 0u);
+    EXPECT_EQ(firstTrackOf(tracks, "http://192.0.2.1/list.m3u"), 0u);
+    EXPECT_EQ(firstTrackOf({}, base + "&fii=1"), 0u);
+}
+
+std::string description(const std::string& control, const std::string& more = "") {
+    return "<root xmlns=\"urn:schemas-upnp-org:device-1-0\">" + more +
+           "<device><serviceList><service><serviceType>urn:x</serviceType>"
+           "<serviceId>urn:other</serviceId><controlURL>/other</controlURL></service><service>"
+           "<serviceType>" +
+           kDirectory + "</serviceType><serviceId>" + kServiceId + "</serviceId><controlURL>" +
+           control + "</controlURL></service></serviceList></device></root>";
+}
+
+TEST(AMediaServersDescription, LeadsToItsDirectory) {
+    const std::string here = "http://192.0.2.1:80/d/desc.xml";
+    const auto found = findService(description("control"), here, kServiceId);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->control, "http://192.0.2.1:80/d/control");
+    EXPECT_EQ(found->type, kDirectory);
+    EXPECT_EQ(findService(description("/c", "<URLBase>http://192.0.2.1:8200/</URLBase>"), here,
+                          kServiceId)
+                  ->control,
+              "http://192.0.2.1:8200/c");
+    EXPECT_FALSE(findService(description("http://198.51.100.1/c"), here, kServiceId))
+        << "not to another host";
+    EXPECT_FALSE(findService(description("/c"), here, "urn:nobody"));
+    EXPECT_FALSE(findService("<root>", here, kServiceId));
+}
+
+/// Answers searches and requests on 127.0.0.1, each request on a connection of its own.
+class MediaServer {
+public:
+    MediaServer() {
+        listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        sockaddr_in own{};
+        own.sin_family = AF_INET;
+        own.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_EQ(bind(listener_, reinterpret_cast<sockaddr*>(&own), sizeof(own)), 0);
+        EXPECT_EQ(listen(listener_, 4), 0);
+        socklen_t size = sizeof(own);
+        getsockname(listener_, reinterpret_cast<sockaddr*>(&own), &size);
+        location = "http://127.0.0.1:" + std::to_string(ntohs(own.sin_port)) + "/desc.xml";
+
+        ear_ = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        const int yes = 1;
+        setsockopt(ear_, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
+        sockaddr_in group{};
+        group.sin_family = AF_INET;
+        group.sin_port = htons(1900);
+        group.sin_addr.s_addr = inet_addr("239.255.255.250");
+        EXPECT_EQ(bind(ear_, reinterpret_cast<sockaddr*>(&group), sizeof(group)), 0);
+        ip_mreq membership{};
+        membership.imr_multiaddr = group.sin_addr;
+        membership.imr_interface.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_EQ(setsockopt(ear_, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof(membership)),
+                  0);
+        voice_ = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        own.sin_port = 0;
+        EXPECT_EQ(bind(voice_, reinterpret_cast<sockaddr*>(&own), sizeof(own)), 0);
+    }
+    ~MediaServer() {
+        for (const int fd : {listener_, ear_, voice_}) {
+            close(fd);
+        }
+        for (const auto& connection : connections_) {
+            close(connection.first);
+        }
+    }
+    MediaServer(const MediaServer&) = delete;
+    MediaServer& operator=(const MediaServer&) = delete;
+
+    void serve() {
+        answerSearches();
+        const int accepted = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        if (accepted >= 0) {
+            connections_.emplace_back(accepted, "");
+        }
+        for (auto& connection : connections_) {
+            char buffer[4096];
+            const ssize_t count = recv(connection.first, buffer, sizeof(buffer), MSG_DONTWAIT);
+            if (count > 0) {
+                connection.second.append(buffer, static_cast<std::size_t>(count));
+                answerRequest(connection.first, connection.second);
+            }
+        }
+    }
+
+    std::string location;
+    std::string announced; ///< instead of the location, when not empty
+    std::string browsed;   ///< the body of the Browse request
+
+private:
+    void answerSearches() {
+        char buffer[2048];
+        sockaddr_in from{};
+        socklen_t size = sizeof(from);
+        const ssize_t count =
+            recvfrom(ear_, buffer, sizeof(buffer), 0, reinterpret_cast<sockaddr*>(&from), &size);
+        const std::string question(buffer, count > 0 ? static_cast<std::size_t>(count) : 0);
+        if (question.find("ST: uuid:of-this-test\r\n") == std::string::npos) {
+            return;
+        }
+        const std::string answer =
+            "HTTP/1.1 200 OK\r\nlocation: " + (announced.empty() ? location : announced) +
+            "\r\nST: uuid:of-this-test\r\nUSN: uuid:of-this-test\r\n\r\n";
+        EXPECT_GT(sendto(voice_, answer.data(), answer.size(), 0,
+                         reinterpret_cast<sockaddr*>(&from), size),
+                  0);
+    }
+    void answerRequest(int fd, const std::string& request) {
+        std::string body;
+        if (request.rfind("GET /desc.xml", 0) == 0) {
+            body = description("/control");
+        } else if (request.find("</s:Envelope>") != std::string::npos) {
+            browsed = request;
+            body = "<s:Envelope xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\"><s:Body>"
+                   "<u:BrowseResponse xmlns:u=\"urn:x\"><Result>&lt;DIDL-Lite&gt;&lt;item id=\"7\""
+                   "&gt;&lt;res&gt;http://127.0.0.1:9/7.mp3&lt;/res&gt;&lt;/item&gt;"
+                   "&lt;/DIDL-Lite&gt;</Result></u:BrowseResponse></s:Body></s:Envelope>";
+        } else {
+            return; // not whole yet
+        }
+        const std::string answer =
+            "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(body.size()) +
+            "\r\nConnection: close\r\n\r\n" + body;
+        EXPECT_EQ(send(fd, answer.data(), answer.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(answer.size()));
+        shutdown(fd, SHUT_WR);
+    }
+    int listener_;
+    int ear_;
+    int voice_;
+    std::vector<std::pair<int, std::string>> connections_;
+};
+
+class AContainer : public testing::Test {
+protected:
+    void fetch(const std::string& uri) {
+        fetcher.fetch(uri, [this](const std::optional<std::string>& text) {
+            ++answers;
+            received = text;
+        });
+        ASSERT_TRUE(runUntil(
+            [&] {
+                server.serve();
+                return answers > 0;
+            },
+            std::chrono::seconds(15)));
+    }
+    MediaServer server;
+    PlaylistFetcher fetcher{[] {
+        return std::vector<std::string>{"127.0.0.1", "::1"};
+    }};
+    int answers = 0;
+    std::optional<std::string> received;
+};
+
+TEST_F(AContainer, IsBrowsedOnTheServerThatItsAddressNames) {
+    fetch("dlna-playcontainer://uuid%3Aof-this-test?cid=A%26B&sc=%2Bdc%3Atitle");
+    ASSERT_TRUE(received);
+    const auto tracks = readPlaylist(*received, "dlna-playcontainer://", "");
+    ASSERT_EQ(tracks.size(), 1u);
+    EXPECT_EQ(tracks[0].uri, "http://127.0.0.1:9/7.mp3");
+    EXPECT_EQ(tracks[0].id, "7");
+    EXPECT_EQ(server.browsed.rfind("POST /control HTTP/1.1", 0), 0u);
+    EXPECT_NE(server.browsed.find(std::string("\"") + kDirectory + "#Browse\""), std::string::npos);
+    EXPECT_NE(server.browsed.find("<ObjectID>A&amp;B</ObjectID>"), std::string::npos);
+    EXPECT_NE(server.browsed.find("<SortCriteria>+dc:title</SortCriteria>"), std::string::npos);
+}
+
+TEST_F(AContainer, IsNotLookedForWhereAnAnswerLeadsToSomebodyElse) {
+    server.announced = "http://192.0.2.1/desc.xml";
+    fetch("dlna-playcontainer://uuid%3Aof-this-test?cid=1");
+    EXPECT_FALSE(received) << "nobody else answers";
+}
+
+} // namespace
+} // namespace vantor
