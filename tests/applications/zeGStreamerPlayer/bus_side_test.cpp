@@ -239,6 +239,14 @@ TEST_F(TheVocabulary, AdjustsThePicture) {
     EXPECT_EQ(engine_.taken(), "");
 }
 
+TEST_F(TheVocabulary, CoversTheDisplay) {
+    engine_.taken();
+    EXPECT_TRUE(sendCustom("FullScreen", "1"));
+    EXPECT_TRUE(sendCustom("FullScreen", "0"));
+    EXPECT_FALSE(sendCustom("FullScreen", "yes"));
+    EXPECT_EQ(engine_.taken(), "full screen on; full screen off");
+}
+
 TEST_F(TheVocabulary, BeginsNewMediaUprightAndAtItsOwnSize) {
     sendCustom("Zoom", "Zoomx4");
     sendCustom("Rotate", "270");

@@ -1,6 +1,7 @@
 // The player with a display: an X server without a screen stands for one.
 
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -51,11 +52,13 @@ protected:
 
     /// Waits until the display looks so where the window is: without a window manager it stands in
     /// the upper left corner, as large as its picture.
-    bool waitForWindow(bool (*looks)(test::Pixel)) {
+    bool waitForWindow(bool (*looks)(test::Pixel)) { return waitForPixel(150, 80, looks); }
+
+    bool waitForPixel(int x, int y, bool (*looks)(test::Pixel)) {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (std::chrono::steady_clock::now() < end) {
             const test::Picture picture = test::grabDisplay(display_);
-            if (picture.width > 0 && looks(picture.at(150, 80))) {
+            if (picture.width > 0 && looks(picture.at(x, y))) {
                 return true;
             }
         }
@@ -79,6 +82,27 @@ TEST_F(ThePlayersWindow, ShowsFilmsAndPhotosAndClosesWithThePlayer) {
     player_->signal(SIGTERM);
     EXPECT_EQ(player_->waitForExit(), 0) << player_->error();
     EXPECT_TRUE(waitForWindow(test::isBlack));
+}
+
+TEST_F(ThePlayersWindow, CoversTheWholeDisplayOnRequest) {
+    const auto fullScreen = [this](const char* value) {
+        zeSBusState* const state =
+            zeSBusState::New(&ContentPlayerServiceCustomCommandTemplate, nullptr);
+        auto* const record = reinterpret_cast<ContentPlayerServiceCustomCommand*>(state);
+        record->mCommand = strdup("FullScreen");
+        record->mArgument = strdup(value);
+        return zeSBusCommand("customcommand", state)
+            .Execute(&watcher_.manager(), "ContentPlayerService", "main");
+    };
+    play("/good/photo.png"); // green, 200 by 100 pixels
+    ASSERT_TRUE(waitForWindow(test::isGreen)) << player_->error();
+    EXPECT_TRUE(waitForPixel(500, 180, test::isBlack));
+    ASSERT_TRUE(fullScreen("1"));
+    EXPECT_TRUE(waitForPixel(500, 180, test::isGreen)) << player_->error();
+    EXPECT_TRUE(waitForPixel(20, 10, test::isBlack)); // 2:1 on 16:9
+    ASSERT_TRUE(fullScreen("0"));
+    EXPECT_TRUE(waitForPixel(500, 180, test::isBlack)) << player_->error();
+    EXPECT_TRUE(waitForWindow(test::isGreen));
 }
 
 } // namespace

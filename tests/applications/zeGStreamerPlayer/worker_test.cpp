@@ -99,6 +99,7 @@ TEST(AMessage, CarriesEveryOrder) {
     EXPECT_TRUE(back.mute);
     EXPECT_FALSE(back.keepRatio);
     EXPECT_EQ(back.ratio, AspectRatio::kDotByDot);
+    EXPECT_TRUE(orderBack(FullScreenOrder{true}).on);
     EXPECT_EQ(orderBack(MoveOrder{-3, 4}).right, -3);
     EXPECT_EQ(orderBack(MoveOrder{-3, 4}).down, 4);
     EXPECT_EQ(orderBack(SaveScreenOrder{9, "p"}).path, "p");

@@ -244,6 +244,10 @@ void GStreamerEngine::setVolume(unsigned percent, bool mute) {
     });
 }
 
+void GStreamerEngine::setFullScreen(bool on) {
+    queue_.post([this, on] { screen_->setFullScreen(on); });
+}
+
 void GStreamerEngine::setView(const View& view) {
     queue_.post([this, view] { screen_->setView(view); });
 }

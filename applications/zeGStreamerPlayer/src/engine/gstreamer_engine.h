@@ -41,6 +41,7 @@ public:
     void repeat(Session session, Repeat what) override;
     void close(Session session) override;
     void setVolume(unsigned percent, bool mute) override;
+    void setFullScreen(bool on) override;
     void setView(const View& view) override;
     void moveView(int right, int down) override;
     void saveScreen(const std::string& path,

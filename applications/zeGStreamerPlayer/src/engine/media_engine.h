@@ -96,6 +96,8 @@ public:
     virtual void close(Session session) = 0;
     /// Volume in percent on a scale that sounds even; holds for every session.
     virtual void setVolume(unsigned percent, bool mute) = 0;
+    /// Whether the window covers the whole display; holds for every session.
+    virtual void setFullScreen(bool on) = 0;
     /// How the picture is seen; holds for every session.
     virtual void setView(const View& view) = 0;
     /// Moves the view by pixels of the screen, to the edges of the picture at most. A new session

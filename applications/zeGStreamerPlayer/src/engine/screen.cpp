@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <gst/app/gstappsrc.h>
+#include <gst/video/videooverlay.h>
 
 #include "engine/sinks.h"
 #include "process/log.h"
@@ -88,7 +89,7 @@ Canvas turned(Canvas from, int quarterTurns) {
 
 } // namespace
 
-Screen::Screen(const Settings& settings) : settings_(settings) {
+Screen::Screen(const Settings& settings) : settings_(settings), fullScreen_(settings.fullScreen) {
     gst_video_info_init(&format_);
 }
 
@@ -125,6 +126,18 @@ void Screen::clear() {
     ++media_;
     if (picture_) {
         picture_.reset();
+        render();
+    }
+}
+
+void Screen::setFullScreen(bool on) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (on == fullScreen_) {
+        return;
+    }
+    fullScreen_ = on;
+    if (pipeline_) {
+        stopOutput(); // another window has to be opened
         render();
     }
 }
@@ -279,14 +292,38 @@ void Screen::startOutput() {
     input_.reset(GST_ELEMENT(gst_object_ref_sink(gst_element_factory_make("appsrc", nullptr))));
     GstElement* const convert = gst_element_factory_make("videoconvert", nullptr);
     GstElement* const scale = gst_element_factory_make("videoscale", nullptr);
+    GstElement* const size = gst_element_factory_make("capsfilter", nullptr);
+    if (fullScreen_) {
+        fillDisplay(sink, size);
+    }
     gst_app_src_set_leaky_type(GST_APP_SRC(input_.get()), GST_APP_LEAKY_TYPE_DOWNSTREAM);
     g_object_set(input_.get(), "format", GST_FORMAT_TIME, "is-live", TRUE, "max-buffers",
                  guint64{2}, nullptr);
-    gst_bin_add_many(GST_BIN(pipeline_.get()), input_.get(), convert, scale, sink, nullptr);
-    gst_element_link_many(input_.get(), convert, scale, sink, nullptr);
+    gst_bin_add_many(GST_BIN(pipeline_.get()), input_.get(), convert, scale, size, sink, nullptr);
+    gst_element_link_many(input_.get(), convert, scale, size, sink, nullptr);
     const GstOwner<GstBus> bus(gst_element_get_bus(pipeline_.get()));
     gst_bus_set_sync_handler(bus.get(), &Screen::onOutputMessage, this, nullptr);
     gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING);
+}
+
+/// Gives the sink the whole display; X sinks do not scale, so `size` is told to.
+void Screen::fillDisplay(GstElement* sink, GstElement* size) {
+    if (g_object_class_find_property(G_OBJECT_GET_CLASS(sink), "fullscreen") != nullptr) {
+        g_object_set(sink, "fullscreen", TRUE, nullptr);
+        return;
+    }
+    if (!settings_.xDisplay || !GST_IS_VIDEO_OVERLAY(sink)) {
+        return;
+    }
+    window_ = FullScreenWindow::open();
+    if (!window_) {
+        return;
+    }
+    gst_video_overlay_set_window_handle(GST_VIDEO_OVERLAY(sink), window_->handle());
+    const GstOwner<GstCaps> caps(gst_caps_new_simple(
+        "video/x-raw", "width", G_TYPE_INT, window_->width(), "height", G_TYPE_INT,
+        window_->height(), "pixel-aspect-ratio", GST_TYPE_FRACTION, 1, 1, nullptr));
+    g_object_set(size, "caps", caps.get(), nullptr);
 }
 
 void Screen::stopOutput() {
@@ -295,6 +332,7 @@ void Screen::stopOutput() {
     }
     input_.reset();
     pipeline_.reset();
+    window_.reset();
 }
 
 GstBusSyncReply Screen::onOutputMessage(GstBus*, GstMessage* message, gpointer self) {

@@ -7,11 +7,13 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 
 #include <gst/app/gstappsink.h>
 #include <gst/video/video.h>
 
+#include "engine/full_screen_window.h"
 #include "engine/gst_handles.h"
 #include "engine/view.h"
 #include "process/settings.h"
@@ -31,6 +33,8 @@ public:
     /// Black; pictures of the media before are not shown any more.
     void clear();
 
+    /// Whether the window covers the whole display.
+    void setFullScreen(bool on);
     void setView(const View& view);
     /// Moves the view by pixels of the screen, up to the edges of the picture.
     void moveView(int right, int down);
@@ -48,6 +52,7 @@ private:
     bool prepareConverter(const Layout& layout, const GstVideoInfo& format);
     void output(GstSample* sample);
     void startOutput();
+    void fillDisplay(GstElement* sink, GstElement* size);
     void stopOutput();
 
     const Settings settings_;
@@ -58,6 +63,8 @@ private:
     unsigned media_ = 0;          ///< counts; a sink of another one is not listened to
     GstOwner<GstSample> picture_; ///< as the media gave it
     View view_;
+    bool fullScreen_;
+    std::unique_ptr<FullScreenWindow> window_; ///< while it covers an X display
     Pan pan_;
     GstOwner<GstElement> pipeline_; ///< from our pictures to the window
     GstOwner<GstElement> input_;

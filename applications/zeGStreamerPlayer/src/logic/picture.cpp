@@ -71,10 +71,10 @@ struct Picture::Row {
     const char* name;
     bool (*carryOut)(Picture& self, const std::string& value);
 
-    static const std::array<Row, 16> kAll;
+    static const std::array<Row, 17> kAll;
 };
 
-const std::array<Picture::Row, 16> Picture::Row::kAll = {{
+const std::array<Picture::Row, 17> Picture::Row::kAll = {{
     {"Zoom", [](Picture& self, const std::string& value) { return self.zoom(value); }},
     {"Rotate", [](Picture& self, const std::string& value) { return self.rotate(value); }},
     {"MOVE_DIRECTION",
@@ -83,6 +83,7 @@ const std::array<Picture::Row, 16> Picture::Row::kAll = {{
     {"MOVE_SET", [](Picture& self, const std::string& value) { return self.moveNow(value); }},
     {"DisplayAspectRatio",
      [](Picture& self, const std::string& value) { return self.aspectRatio(value); }},
+    {"FullScreen", [](Picture& self, const std::string& value) { return self.fullScreen(value); }},
     {"CropRect_s32X",
      [](Picture& self, const std::string& value) {
          return self.coordinate(&Rectangle::x, self.coming_.crop, value, true);
@@ -204,6 +205,15 @@ bool Picture::aspectRatio(const std::string& value) {
     }
     view_.ratio = static_cast<AspectRatio>(*number);
     apply();
+    return true;
+}
+
+bool Picture::fullScreen(const std::string& value) {
+    bool on = false;
+    if (!flag(on, value)) {
+        return false;
+    }
+    engine_.setFullScreen(on);
     return true;
 }
 

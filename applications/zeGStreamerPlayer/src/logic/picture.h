@@ -36,6 +36,7 @@ private:
     bool moveOffset(const std::string& value);
     bool moveNow(const std::string& value);
     bool aspectRatio(const std::string& value);
+    bool fullScreen(const std::string& value);
     bool rectangles(const std::string& value);
     bool coordinate(int Rectangle::*side, Rectangle& rectangle, const std::string& value,
                     bool canBeNegative);

@@ -32,6 +32,7 @@ Settings readSettings(const std::function<const char*(const char* name)>& lookup
     Settings settings;
     settings.videoSink = text("KETRA_VIDEO_SINK");
     settings.audioSink = text("KETRA_AUDIO_SINK");
+    settings.fullScreen = text("KETRA_FULLSCREEN") == "1";
     readScreenSize(text("KETRA_SCREEN_SIZE"), settings);
     settings.snapshotDir = text("KETRA_SNAPSHOT_DIR");
     settings.downloadDir = text("KETRA_DOWNLOAD_DIR");

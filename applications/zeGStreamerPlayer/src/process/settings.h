@@ -1,15 +1,16 @@
 // The player's settings, all from the environment, because the process is started without
 // arguments.
 //
-//   KETRA_VIDEO_SINK     GStreamer element for the picture   (automatic, without display: none)
-//   KETRA_AUDIO_SINK     GStreamer element for the sound     (automatic)
-//   KETRA_SCREEN_SIZE    WIDTHxHEIGHT of the screen, in whose pixels rectangles are given
-//   (1920x1080) KETRA_SNAPSHOT_DIR   folder into which pictures of the screen may be written (none:
-//   refused) KETRA_DOWNLOAD_DIR   folder for the copy that lets a film be played backwards (TMPDIR,
-//   /tmp) KETRA_DOWNLOAD_LIMIT_MB  largest film of which a copy is kept   (half of what is free
-//   there) KETRA_CA_FILE        certificates (PEM) to be trusted for https   (the system's)
-//   KETRA_STATE_DIR      folder in which the volume is kept   ($XDG_STATE_HOME/ketra or the like)
-//   KETRA_LOG            error, warning, info or debug   (info)
+//   KETRA_VIDEO_SINK        GStreamer element for the picture (automatic, without display: none)
+//   KETRA_AUDIO_SINK        GStreamer element for the sound (automatic)
+//   KETRA_FULLSCREEN        1: the window covers the whole display from the start (0)
+//   KETRA_SCREEN_SIZE       size of the screen, in whose pixels rectangles are given (1920x1080)
+//   KETRA_SNAPSHOT_DIR      folder into which pictures of the screen may be written (none: refused)
+//   KETRA_DOWNLOAD_DIR      folder for the copy that lets a film be played backwards (TMPDIR, /tmp)
+//   KETRA_DOWNLOAD_LIMIT_MB largest film of which a copy is kept (half of what is free there)
+//   KETRA_CA_FILE           certificates (PEM) to be trusted for https (the system's)
+//   KETRA_STATE_DIR         folder in which the volume is kept ($XDG_STATE_HOME/ketra or the like)
+//   KETRA_LOG               error, warning, info or debug (info)
 #pragma once
 
 #include <cstdint>
@@ -24,6 +25,7 @@ namespace player {
 struct Settings {
     std::string videoSink;
     std::string audioSink;
+    bool fullScreen = false;
     int screenWidth = 1920;
     int screenHeight = 1080;
     std::string snapshotDir;

@@ -80,6 +80,7 @@ private:
     void on(const CloseOrder& order) { engine_.close(order.session); }
     void on(const VolumeOrder& order) { engine_.setVolume(order.percent, order.mute); }
     void on(const ViewOrder& order) { engine_.setView(order.view); }
+    void on(const FullScreenOrder& order) { engine_.setFullScreen(order.on); }
     void on(const MoveOrder& order) { engine_.moveView(order.right, order.down); }
     void on(const SaveScreenOrder& order) {
         engine_.saveScreen(order.path, [this, id = order.id](const std::string& error) {

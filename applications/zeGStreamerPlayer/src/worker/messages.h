@@ -51,6 +51,9 @@ struct VolumeOrder {
 struct ViewOrder {
     View view;
 };
+struct FullScreenOrder {
+    bool on;
+};
 struct MoveOrder {
     int right;
     int down;
@@ -62,9 +65,9 @@ struct SaveScreenOrder {
 /// Asks for a Pong through the media thread.
 struct Ping {};
 
-using Order =
-    std::variant<OpenOrder, PlayOrder, PauseOrder, SeekOrder, SpeedOrder, AudioTrackOrder,
-                 RepeatOrder, CloseOrder, VolumeOrder, ViewOrder, MoveOrder, SaveScreenOrder, Ping>;
+using Order = std::variant<OpenOrder, PlayOrder, PauseOrder, SeekOrder, SpeedOrder, AudioTrackOrder,
+                           RepeatOrder, CloseOrder, VolumeOrder, ViewOrder, FullScreenOrder,
+                           MoveOrder, SaveScreenOrder, Ping>;
 
 struct SavedScreen {
     std::uint64_t id;

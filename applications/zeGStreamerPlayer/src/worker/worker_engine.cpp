@@ -71,6 +71,9 @@ void WorkerEngine::start() {
         pair[0], [this](const Bytes& bytes) { onMessage(bytes); }, [this] { onLost(); });
     send(volume_);
     send(view_);
+    if (fullScreen_) {
+        send(*fullScreen_);
+    }
     send(Ping{});
     waiting_ = true;
     asked_ = Clock::now();
@@ -237,6 +240,11 @@ void WorkerEngine::close(Session session) {
 void WorkerEngine::setVolume(unsigned percent, bool mute) {
     volume_ = VolumeOrder{percent, mute};
     send(volume_);
+}
+
+void WorkerEngine::setFullScreen(bool on) {
+    fullScreen_ = FullScreenOrder{on};
+    send(*fullScreen_);
 }
 
 void WorkerEngine::setView(const View& view) {

@@ -43,6 +43,7 @@ public:
     void repeat(Session session, Repeat what) override;
     void close(Session session) override;
     void setVolume(unsigned percent, bool mute) override;
+    void setFullScreen(bool on) override;
     void setView(const View& view) override;
     void moveView(int right, int down) override;
     void saveScreen(const std::string& path,
@@ -73,6 +74,7 @@ private:
     Session session_ = 0; ///< what the worker plays
     VolumeOrder volume_{100, false};
     ViewOrder view_;
+    std::optional<FullScreenOrder> fullScreen_; ///< as it was ordered; else the setting holds
     std::uint64_t lastPicture_ = 0;
     std::map<std::uint64_t, std::function<void(const std::string& error)>> pictures_;
 };

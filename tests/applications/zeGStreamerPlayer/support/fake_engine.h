@@ -34,6 +34,9 @@ public:
     void setVolume(unsigned percent, bool mute) override {
         orders.push_back("volume " + std::to_string(percent) + (mute ? " mute" : ""));
     }
+    void setFullScreen(bool on) override {
+        orders.push_back(std::string("full screen ") + (on ? "on" : "off"));
+    }
     void setView(const player::View& now) override {
         view = now;
         orders.push_back("view");
