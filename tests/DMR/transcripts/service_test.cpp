@@ -91,8 +91,10 @@ TEST_F(ATranscriptOfTheService, ReadsAsItsFileForItsLife) {
     step("the service is created", [&] { dmr(); });
     step("its callbacks are refused", [&] {
         gCallbacksAreRefused = true;
-        dmr().ServicesInitialize(DLNA_DEV_DMR);
+        EXPECT_EQ(dmr().ServicesInitialize(DLNA_DEV_DMR), FALSE);
         gCallbacksAreRefused = false;
+        EXPECT_EQ(Access::role(dmr()), 0);
+        EXPECT_EQ(Access::manager(*link()), nullptr);
     });
     step("it is initialised in every role", [&] {
         for (const int role : {1, 2, 3}) {
