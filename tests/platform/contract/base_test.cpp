@@ -90,6 +90,15 @@ TEST(TheConsole, PrintsFormattedText) {
               "Service 'SoundService$main' added\n50%\nno arguments");
 }
 
+TEST(TheConsole, PrintsSomethingForANullText) {
+    const World world;
+    const char* const volatile nothing = nullptr; // a record's text; unknown to the compiler
+    const std::string printed =
+        contract::consoleOutputOf([&] { zeConsole_Printf("title='%s' state=%d\n", nothing, 4); });
+    EXPECT_EQ(printed.rfind("title='", 0), 0U) << printed;
+    EXPECT_NE(printed.find("' state=4\n"), std::string::npos) << printed;
+}
+
 TEST(TheConsole, PrintsLongTextWhole) {
     const World world;
     const std::string text(100000, 'x');
