@@ -17,11 +17,6 @@ namespace vantor {
 
 namespace {
 
-// Datagrams that may leave at once and per second: some dozen controllers that search at the same
-// moment get all they ask for, a flood gets little.
-constexpr double kBurst = 200;
-constexpr double kPerSecond = 100;
-
 struct SocketAddress {
     sockaddr_storage any{};
     socklen_t size = 0;
@@ -86,9 +81,7 @@ SearchResponder::SearchResponder(const NetworkPlace& place, std::vector<Announce
       location_(std::move(location)),
       server_(std::move(server)),
       maxAge_(maxAge),
-      interface_(place.interface),
-      allowance_(kBurst),
-      countedAt_(std::chrono::steady_clock::now()) {
+      interface_(place.interface) {
     SocketAddress from;
     if (!numericAddress(place.address, 0, place.interface, from)) {
         return;
@@ -105,17 +98,6 @@ SearchResponder::~SearchResponder() {
     }
 }
 
-bool SearchResponder::mayAnswer() {
-    const auto now = std::chrono::steady_clock::now();
-    const std::chrono::duration<double> passed = now - std::exchange(countedAt_, now);
-    allowance_ = std::min(kBurst, allowance_ + passed.count() * kPerSecond);
-    if (allowance_ < 1) {
-        return false;
-    }
-    allowance_ -= 1;
-    return true;
-}
-
 std::string SearchResponder::message(const Announcement& announcement) const {
     return "HTTP/1.1 200 OK\r\nCache-Control: max-age=" + std::to_string(maxAge_) +
            "\r\nExt:\r\nLocation: " + location_ + "\r\nServer: " + server_ +
@@ -130,7 +112,7 @@ void SearchResponder::answer(const std::string& searchTarget, const std::string&
         return;
     }
     for (const Announcement& announcement : matching(announcements_, searchTarget)) {
-        if (!mayAnswer()) {
+        if (!budget_.take(host, std::chrono::steady_clock::now())) {
             logDebug("too many searches, one not answered");
             return;
         }

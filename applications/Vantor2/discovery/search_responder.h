@@ -4,11 +4,11 @@
 // Used by Discovery. Main thread.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "discovery/answer_budget.h"
 #include "discovery/network_place.h"
 
 namespace vantor {
@@ -41,7 +41,6 @@ public:
     void answer(const std::string& searchTarget, const std::string& host, std::uint16_t port);
 
 private:
-    bool mayAnswer();
     std::string message(const Announcement& announcement) const;
 
     std::vector<Announcement> announcements_;
@@ -50,8 +49,7 @@ private:
     unsigned maxAge_;
     std::string interface_;
     int socket_ = -1;
-    double allowance_;
-    std::chrono::steady_clock::time_point countedAt_;
+    AnswerBudget budget_;
 };
 
 } // namespace vantor

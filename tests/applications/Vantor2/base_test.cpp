@@ -12,6 +12,7 @@
 #include "base/settings.h"
 #include "base/stranger_log.h"
 #include "base/time_text.h"
+#include "discovery/answer_budget.h"
 #include "discovery/network_place.h"
 #include "discovery/search_responder.h"
 #include "gena/event_publisher.h"
@@ -274,6 +275,27 @@ TEST(ASearch, FindsWhatItAsksFor) {
     EXPECT_EQ(matching(all, "upnp:rootdevice")[0].usn, "uuid:1234::upnp:rootdevice");
     EXPECT_EQ(matching(all, "uuid:1234")[0].usn, "uuid:1234");
     EXPECT_TRUE(matching(all, "urn:schemas-upnp-org:device:MediaServer:1").empty());
+}
+
+TEST(AnswersToSearches, AreBoundedForEachHostAndForAll) {
+    AnswerBudget budget;
+    AnswerBudget::TimePoint now{std::chrono::hours(1)};
+    int flood = 0;
+    for (int search = 0; search < 10000; ++search) {
+        flood += budget.take("192.0.2.66", now) ? 1 : 0;
+    }
+    EXPECT_EQ(flood, 40);
+    EXPECT_TRUE(budget.take("192.0.2.1", now)) << "others are answered meanwhile";
+    now += std::chrono::seconds(1);
+    EXPECT_TRUE(budget.take("192.0.2.66", now));
+    int forged = 0;
+    for (int host = 0; host < 10000; ++host) {
+        forged += budget.take("host " + std::to_string(host), now) ? 1 : 0;
+    }
+    EXPECT_LE(forged, 256);
+    EXPECT_GE(forged, 250);
+    now += std::chrono::seconds(10);
+    EXPECT_TRUE(budget.take("somebody new", now)) << "quiet hosts are forgotten";
 }
 
 TEST(TheNetworks, AreChosenByWishElseBeyondLoopback) {
