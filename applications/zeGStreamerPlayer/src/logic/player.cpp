@@ -366,13 +366,7 @@ void Player::begin() {
 }
 
 void Player::setFormats(const std::string& formats) {
-    if (formats == status_.formats) {
-        return;
-    }
     status_.formats = formats;
-    if (status_.state == PlayerState::kStopped && !loading_) {
-        announce();
-    }
 }
 
 void Player::setIdle(const IdleStatus& idle) {

@@ -51,7 +51,8 @@ public:
     /// "NORMAL", "REPEAT_ONE" or "REPEAT_ALL".
     bool setPlayMode(const std::string& mode);
 
-    /// What can be played, as sink protocol info; told to everybody at rest.
+    /// What can be played, as sink protocol info; told with the next record. It is no reason for
+    /// one: a second record at rest would be taken for the end of something that played.
     void setFormats(const std::string& formats);
 
     /// Tells everybody about the idle media, with the rest.

@@ -16,6 +16,9 @@ namespace {
 constexpr unsigned kTickMs = 500;
 constexpr unsigned kBusRetryMs = 200;
 constexpr std::chrono::milliseconds kGoodbyeLimit{1500};
+// The first record should name the formats that the media thread has found: a second record at rest
+// would be taken for the end of something that played. A slow disk must not keep the player away.
+constexpr std::chrono::seconds kFormatsPatience{3};
 
 } // namespace
 
@@ -30,7 +33,10 @@ PlayerProcess::PlayerProcess(const Settings& settings)
                   player_.onEvent(event);
               }
           },
-          [this](const std::string& formats) { player_.setFormats(formats); }),
+          [this](const std::string& formats) {
+              player_.setFormats(formats);
+              appear();
+          }),
       player_(Player::Surroundings{engine_, [] { return std::chrono::steady_clock::now(); },
                                    [this](const PlayerStatus& status) {
                                        logDebug(std::string("state ") + wordOf(status.state) +
@@ -62,14 +68,12 @@ ExitCode PlayerProcess::run() {
     sources_ = {g_unix_signal_add(SIGTERM, &PlayerProcess::onSignal, this),
                 g_unix_signal_add(SIGINT, &PlayerProcess::onSignal, this),
                 g_timeout_add(kTickMs, &PlayerProcess::tickFired, this)};
-    busAwaySince_ = std::chrono::steady_clock::now();
+    appearAt_ = std::chrono::steady_clock::now() + kFormatsPatience;
     lifeline_.emplace([this] {
         logInfo("the process that started the player has ended");
         end(ExitCode::kAsTold);
     });
-    if (lifeline_->intact()) {
-        tryBus();
-    } else {
+    if (!lifeline_->intact()) {
         logInfo("the process that started the player ended before it");
         ended_ = true;
     }
@@ -89,6 +93,14 @@ void PlayerProcess::end(ExitCode code) {
         ended_ = true;
         exitCode_ = code;
         g_main_loop_quit(loop_);
+    }
+}
+
+void PlayerProcess::appear() {
+    if (appearAt_ && !ended_) {
+        appearAt_.reset();
+        busAwaySince_ = std::chrono::steady_clock::now();
+        tryBus();
     }
 }
 
@@ -123,6 +135,9 @@ void PlayerProcess::tick() {
     player_.tick();
     idle_.setFree(player_.atRest());
     engine_.tick();
+    if (appearAt_ && std::chrono::steady_clock::now() >= *appearAt_) {
+        appear();
+    }
     if (busAwaySince_ && std::chrono::steady_clock::now() - *busAwaySince_ >= kBusPatience) {
         logError("there was no bus for " + std::to_string(kBusPatience.count()) + " seconds");
         end(ExitCode::kBusLost);

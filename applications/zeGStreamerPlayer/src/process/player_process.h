@@ -43,6 +43,7 @@ public:
 private:
     void end(ExitCode code);
     void tick();
+    void appear();
     void tryBus();
     void onConnection(bool connected);
     bool saveScreen(const std::string& path);
@@ -62,6 +63,7 @@ private:
     IdleMedia idle_;
     std::optional<PlayerService> service_;
     std::optional<companion::Lifeline> lifeline_;
+    std::optional<std::chrono::steady_clock::time_point> appearAt_; ///< until it has appeared
     std::optional<std::chrono::steady_clock::time_point> busAwaySince_;
     std::string busError_; ///< why the bus could not be used, as it was logged
     std::vector<unsigned> sources_;
