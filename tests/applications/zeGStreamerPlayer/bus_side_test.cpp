@@ -333,6 +333,14 @@ TEST(TheRecord, SaysWhatCanBePlayedAsLongAsThereIsNoMedia) {
     writeStatus(record, status);
     EXPECT_STREQ(record.as<ContentPlayerService>().mMedia.mDLNAProfile, status.formats.c_str());
     EXPECT_EQ(record.as<ContentPlayerService>().mTrack.mDLNAProfile, nullptr);
+    status.aside = true; // nobody who follows the states shall see a stop in it
+    writeStatus(record, status);
+    EXPECT_STREQ(record.as<ContentPlayerService>().mTrack.mDLNAProfile, "");
+    status.track.protocolInfo = "http-get:*:video/mp4:*";
+    writeStatus(record, status);
+    EXPECT_STREQ(record.as<ContentPlayerService>().mTrack.mDLNAProfile, "http-get:*:video/mp4:*");
+    status.track.protocolInfo.clear();
+    status.aside = false;
     status.media.uri = "http://h/1";
     writeStatus(record, status);
     EXPECT_EQ(record.as<ContentPlayerService>().mMedia.mDLNAProfile, nullptr);

@@ -361,6 +361,22 @@ TEST_F(ThePlayer, ShowsTheCoverOfTheMediaWhenNobodyNamesAnother) {
     EXPECT_EQ(last().albumArtMimeType, "");
 }
 
+TEST_F(ThePlayer, TellsAboutTheIdleMediaAsideFromItsStates) {
+    player_.setFormats("http-get:*:video/mp4:*");
+    EXPECT_EQ(said(), ""); // no reason for a record
+    IdleStatus idle;
+    idle.uri = "http://h/clouds.mp4";
+    player_.setIdle(idle);
+    ASSERT_EQ(said_.size(), 1u);
+    EXPECT_EQ(said_.back().state, PlayerState::kStopped);
+    EXPECT_EQ(said_.back().idle.uri, idle.uri);
+    EXPECT_EQ(said_.back().formats, "http-get:*:video/mp4:*");
+    EXPECT_TRUE(said_.back().aside);
+    // Whoever asks for a stop waits for one that counts.
+    EXPECT_TRUE(player_.stop());
+    EXPECT_FALSE(said_.back().aside);
+}
+
 // Photos.
 
 TEST_F(ThePlayer, ReportsAPhotoAsPlayingWithItsInfoAndThenAsFinished) {

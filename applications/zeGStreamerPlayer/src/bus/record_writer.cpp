@@ -44,6 +44,11 @@ void writeStatus(statebus::Record& record, const PlayerStatus& status) {
         writeText(record, "mMedia.mDLNAProfile", status.formats);
     }
     writeMedia(record, "mTrack", status.track);
+    if (status.aside && status.track.protocolInfo.empty()) {
+        // The TV's library takes a report without protocol info for one about the media, and one
+        // whose protocol info names no kind of media for none at all.
+        record.setText("mTrack.mDLNAProfile", "");
+    }
     const IdleStatus& idle = status.idle;
     record.setNumber("mIdleTrack.mState", static_cast<long long>(idle.state));
     record.setText("mIdleTrack.mStateStr", wordOf(idle.state));

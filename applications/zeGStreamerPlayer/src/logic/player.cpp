@@ -231,6 +231,12 @@ void Player::announce() {
     surroundings_.announce(status_);
 }
 
+void Player::announceAside() {
+    status_.aside = true;
+    announce();
+    status_.aside = false;
+}
+
 void Player::endSession() {
     if (loading_ || opened_) {
         surroundings_.engine.close(session_);
@@ -372,7 +378,7 @@ void Player::setFormats(const std::string& formats) {
 void Player::setIdle(const IdleStatus& idle) {
     status_.idle = idle;
     if (!loading_ || status_.state == PlayerState::kLoading) {
-        announce();
+        announceAside();
     }
 }
 

@@ -70,6 +70,7 @@ private:
     void start(Speed speed);
     void announceLoading();
     void announce();
+    void announceAside();
     void fail(PlayerError error, const std::string& detail);
     void endSession();
     void setPosition(std::int64_t positionMs);

@@ -62,6 +62,8 @@ struct PlayerStatus {
     int trackCount = 0;
     std::string playMode;
     IdleStatus idle;
+    /// Nothing new about the media: who follows its states shall take no notice of this report.
+    bool aside = false;
     std::string formats; ///< sink protocol info of all that can be played; "" while not known
 };
 
