@@ -65,6 +65,19 @@ protected:
         return false;
     }
 
+    /// What the display shows, for a failure.
+    std::string told() const {
+        const test::Picture picture = test::grabDisplay(display_);
+        std::string text = std::to_string(picture.width);
+        for (int y = 10; y < picture.height; y += 68) {
+            text += "\n";
+            for (int x = 10; x < picture.width; x += 20) {
+                text += test::colourOf(picture.at(x, y));
+            }
+        }
+        return text;
+    }
+
     test::TemporaryFolder folder_;
     Program server_{{"Xvfb", "-displayfd", "1", "-screen", "0", "640x360x24", "-nolisten", "tcp"}};
     std::string display_;
@@ -95,10 +108,10 @@ TEST_F(ThePlayersWindow, CoversTheWholeDisplayOnRequest) {
             .Execute(&watcher_.manager(), "ContentPlayerService", "main");
     };
     play("/good/photo.png"); // green, 200 by 100 pixels
-    ASSERT_TRUE(waitForWindow(test::isGreen)) << player_->error();
+    ASSERT_TRUE(waitForWindow(test::isGreen)) << player_->error() << told();
     EXPECT_TRUE(waitForPixel(500, 180, test::isBlack));
     ASSERT_TRUE(fullScreen("1"));
-    EXPECT_TRUE(waitForPixel(500, 180, test::isGreen)) << player_->error();
+    EXPECT_TRUE(waitForPixel(500, 180, test::isGreen)) << player_->error() << told();
     EXPECT_TRUE(waitForPixel(20, 10, test::isBlack)); // 2:1 on 16:9
     ASSERT_TRUE(fullScreen("0"));
     EXPECT_TRUE(waitForPixel(500, 180, test::isBlack)) << player_->error();

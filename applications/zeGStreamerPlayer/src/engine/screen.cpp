@@ -16,6 +16,7 @@ namespace {
 
 constexpr char kMedia[] = "ketra-media"; ///< the sink's note of whose it is
 constexpr std::size_t kPixelBytes = 4;
+constexpr int kDrawnAgain = 5;
 constexpr guint kOpaqueBlack = 0xff000000;
 
 struct Canvas {
@@ -169,6 +170,14 @@ void Screen::moveView(int right, int down) {
     }
 }
 
+void Screen::tick() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (drawAgain_ > 0 && picture_) {
+        --drawAgain_;
+        render();
+    }
+}
+
 GstSample* Screen::shown() {
     const std::lock_guard<std::mutex> lock(mutex_);
     return picture_ ? composed().release() : nullptr;
@@ -304,6 +313,7 @@ void Screen::startOutput() {
     const GstOwner<GstBus> bus(gst_element_get_bus(pipeline_.get()));
     gst_bus_set_sync_handler(bus.get(), &Screen::onOutputMessage, this, nullptr);
     gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING);
+    drawAgain_ = kDrawnAgain;
 }
 
 /// Gives the sink the whole display; X sinks do not scale, so `size` is told to.
