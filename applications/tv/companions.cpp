@@ -21,6 +21,9 @@ const char kPlayerPath[] = "/applications/DLNA/release/bin/zeGStreamerPlayer";
 
 namespace {
 
+/// As the library writes it when it shuts down.
+constexpr char kPolicyDenied[] = "1";
+
 /// 0: there is no such process any more.
 pid_t parentOf(pid_t process) {
     std::ifstream file("/proc/" + std::to_string(process) + "/stat");
@@ -79,6 +82,8 @@ void CompanionWatch::remoteState(zeSBusManager* manager, void* user, const char*
     const std::string instance = dollar == std::string::npos ? "" : name.substr(dollar + 1);
     if (type == ContentPlayerServiceTemplate.mTypeName) {
         self->change([&](Companions& companions) {
+            if (added && companions.players.empty())
+                companions.ownPlayer = instance;
             if (added)
                 companions.players.insert(instance);
             else
@@ -133,7 +138,7 @@ void CompanionWatch::daemonChanged(zeSBusManager*, void* user,
 
 bool CompanionWatch::takePicture(const std::string& file) {
     const Companions companions = now();
-    if (companions.players.empty())
+    if (companions.players.count(companions.ownPlayer) == 0)
         return false;
     auto* command = static_cast<ContentPlayerServiceCustomCommand*>(
         zeSBusState::New(&ContentPlayerServiceCustomCommandTemplate, nullptr));
@@ -143,7 +148,12 @@ bool CompanionWatch::takePicture(const std::string& file) {
     command->mArgument = zeStrdup(file.c_str());
     zeSBusCommand snapshot("customcommand", command);
     return snapshot.Execute(manager_.get(), ContentPlayerServiceTemplate.mTypeName,
-                            companions.players.begin()->c_str());
+                            companions.ownPlayer.c_str());
+}
+
+bool CompanionWatch::denyControllers() {
+    return manager_->SetValue(MediaRendererServiceTemplate.mTypeName, nullptr,
+                              "mPlayerControlAuthorization", kPolicyDenied);
 }
 
 const char* programToWaitFor(const Companions& companions) {

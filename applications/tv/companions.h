@@ -23,6 +23,7 @@ extern const char kPlayerPath[];
 struct Companions {
     bool connected = true;            ///< to the state bus
     std::set<std::string> players;    ///< instance names
+    std::string ownPlayer;            ///< the first that appeared
     std::int32_t playerState = 0;     ///< a ContentPlayerState of the last report, 0 before one
     bool daemon = false;              ///< it is on the bus and has reported
     unsigned daemonStarts = 0;        ///< how often one has appeared there and reported
@@ -45,6 +46,9 @@ public:
     Companions now() const;
     /// Writes what is on the screen to a file. False: refused or not answered.
     bool takePicture(const std::string& file);
+
+    /// Nobody is let in any more. False: the daemon does not answer, or there is none.
+    bool denyControllers();
 
 private:
     static void remoteState(zeSBusManager* manager, void* user, const char* fullName, bool added);

@@ -44,7 +44,7 @@ bool isFree(const Companions& companions) {
 Television::Television(const Options& options, const Output& output)
     : options_(options),
       report_(output.own(), options.json ? Format::kJson : Format::kPlain),
-      keys_(STDIN_FILENO),
+      keys_(console_.input()),
       permission_(options.answer),
       pictureFolder_(folderFromEnvironment()),
       watch_(std::make_unique<CompanionWatch>([this] { onCompanions(); })) {}
@@ -163,7 +163,7 @@ void Television::loop() {
         }
         pollfd ready[] = {{signals_.descriptor(), POLLIN, 0},
                           {events.fileDescriptor(), POLLIN, 0},
-                          {inputEnded_ ? -1 : STDIN_FILENO, POLLIN, 0}};
+                          {inputEnded_ ? -1 : console_.input(), POLLIN, 0}};
         if (poll(ready, 3, wait) < 0)
             continue;
         if (ready[0].revents != 0 && signals_.take())
@@ -197,7 +197,7 @@ void Television::onTime(Time now) {
 }
 
 void Television::onInput() {
-    const InputChunk chunk = readChunk(STDIN_FILENO);
+    const InputChunk chunk = readChunk(console_.input());
     inputEnded_ = chunk.ended;
     if (keys_.isTerminal() && options_.script != "-") {
         for (const Command& command : remote_.feed(chunk.bytes))
@@ -235,13 +235,25 @@ void Television::showStatusLine() {
 bool Television::endByForce(const char* program) {
     if (program == nullptr || !killCompanion(program))
         return false;
-    report_.problem(std::string(program) + " does not react and was killed");
+    const bool onlyOne = program != kPlayerPath || watch_->now().players.size() <= 1;
+    report_.problem(program + std::string(onlyOne ? " does not react and was killed"
+                                                  : " was killed: the library waits until every "
+                                                    "player on the state bus has stopped"));
     return true;
 }
 
 bool Television::endDaemonByForce() {
     // Once the old one has gone the one that comes next is left alone.
     return watch_->now().daemon && endByForce(kDaemonPath);
+}
+
+void Television::endDaemonThatDoesNotAnswer() {
+    // The library begins with two requests to it. With a daemon that stands still they would use
+    // up the patience that the player gets, and the player would be taken for the one to blame.
+    const Patience patience(signals_, report_, "shutting down",
+                            [] { return "the renderer daemon does not answer"; });
+    if (!watch_->denyControllers() && watch_->now().connected)
+        endDaemonByForce();
 }
 
 void Television::shutDown() {
@@ -251,6 +263,8 @@ void Television::shutDown() {
     report_.notice("shutting down");
     companionsDeadline_.reset();
     events.dispatchPending();
+    console_.refill();
+    endDaemonThatDoesNotAnswer();
     {
         const Patience patience(
             signals_, report_, "shutting down", [this] { return reasonToWait(watch_->now()); },

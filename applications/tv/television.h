@@ -7,6 +7,7 @@
 
 #include "ketra/KetraSrv.h"
 #include "tv/companions.h"
+#include "tv/console.h"
 #include "tv/input.h"
 #include "tv/options.h"
 #include "tv/output.h"
@@ -50,6 +51,9 @@ private:
     /// Kill what the library waits for in vain. False: there was nothing to kill.
     bool endByForce(const char* program);
     bool endDaemonByForce();
+    /// Asks the daemon for the policy with which every shut-down begins, which may take as long as
+    /// the state bus waits for an answer, and kills a daemon that stands still.
+    void endDaemonThatDoesNotAnswer();
     void shutDown();
     void end(ExitCode code);
     std::optional<Time> nextDeadline() const;
@@ -78,6 +82,7 @@ private:
     const Options options_;
     EndingSignals signals_;
     Report report_;
+    const Console console_;
     KeyByKey keys_;
     RemoteKeys remote_;
     LineSplitter lines_;

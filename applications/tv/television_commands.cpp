@@ -23,6 +23,7 @@ std::string pictureName() {
 void Television::carryOut(const Command& command) {
     if (command.verb == Verb::kNothing)
         return;
+    console_.refill();
     const Outcome outcome = perform(command);
     // A key's effect is seen on the screen; only that it had none needs words.
     if (!command.line.empty())

@@ -66,8 +66,8 @@ void Television::onCompanions() {
     if (now.connected != known_.connected)
         report_.notice(now.connected ? "the state bus is back" : "the state bus is gone");
     if (now.players.size() > 1 && known_.players.size() <= 1)
-        report_.problem("another player is on the state bus: the library will ask on its console "
-                        "which one each command is for");
+        report_.problem("another player is on the state bus: what it does is taken for this TV's, "
+                        "whose commands go on to its own player");
     if (ready_) {
         if (now.players.empty() && !known_.players.empty())
             report_.problem("the player is gone; nothing can be played until the TV is started "
@@ -84,7 +84,8 @@ void Television::onCompanions() {
         permission_.answered(); // nobody is left to tell an answer to
     known_ = now;
     if (permission_.onPending(now.requests, now.newestRequest))
-        report_.notice("the question was not answered in time");
+        report_.notice("the question is no longer open: it was withdrawn, or nobody answered in "
+                       "time");
 }
 
 void Television::onCompanionsMissing(const Companions& companions) {

@@ -80,7 +80,7 @@ class Control:
 
 
 def processes():
-    """Process id by program of the three processes of this world."""
+    """Process ids by program; the player is two processes, the one that plays is a child."""
     found = {}
     for entry in pathlib.Path("/proc").iterdir():
         if entry.name.isdigit():
@@ -89,7 +89,7 @@ def processes():
             except OSError:
                 continue
             if program in ("ketra-tv", "Vantor2", "zeGStreamerPlayer"):
-                found[program] = int(entry.name)
+                found.setdefault(program, []).append(int(entry.name))
     return found
 
 
@@ -140,8 +140,8 @@ class Measurement:
         self.add("play", (time.monotonic() - begun) * 1000)
 
     def memory(self, when):
-        for program, process in processes().items():
-            self.add(f"{program} {when}", proportional_memory(process))
+        for program, pids in processes().items():
+            self.add(f"{program} {when}", sum(proportional_memory(pid) for pid in pids))
 
     def round(self, number, uri):
         tv, control = self.start(number)

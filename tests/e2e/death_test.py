@@ -4,7 +4,7 @@ import os
 import signal
 import unittest
 
-from house import HouseTest, companion_pids, find_renderer, kill, media, until
+from house import COMPANIONS, HouseTest, bus_daemon, companion_pids, find_renderer, kill, media, until
 
 
 class Death(HouseTest):
@@ -62,6 +62,18 @@ class Death(HouseTest):
         tv = self.television("--allow")
         find_renderer()
         self.assert_quits_although_it_stands_still(tv, "Vantor2")
+
+    def test_is_what_a_daemon_gets_that_stands_still_while_a_film_plays(self):
+        tv = self.playing_television()
+        self.assert_quits_although_it_stands_still(tv, "Vantor2")
+        self.assertEqual(tv.texts("problem"), [COMPANIONS + "Vantor2 does not react and was killed"])
+
+    def test_of_the_state_bus_while_a_film_plays_is_told_and_does_not_hang_the_shut_down(self):
+        tv = self.playing_television()
+        daemon = bus_daemon()
+        kill([daemon])
+        tv.until_said("notice", "the state bus is gone", 5)
+        self.assert_quits(tv)
 
     def test_is_what_a_player_gets_that_stands_still_at_the_shut_down(self):
         tv = self.playing_television()

@@ -55,6 +55,20 @@ def companion_pids(program):
     return pids
 
 
+def bus_daemon():
+    """The process id of this world's state bus."""
+    address = "--address=" + os.environ["DBUS_SESSION_BUS_ADDRESS"]
+    for entry in os.listdir("/proc"):
+        try:
+            if entry.isdigit():
+                with open(f"/proc/{entry}/cmdline", encoding="utf-8") as words:
+                    if address in words.read().split("\0"):
+                        return int(entry)
+        except OSError:
+            pass  # it ended while we looked
+    raise AssertionError("this world has no state bus")
+
+
 class Process:
     """A child whose output is read line by line on a thread of its own."""
 
@@ -143,6 +157,16 @@ class Television(television.Television):
 
     def status(self, seconds=DEADLINE):
         return self.told(super().status, seconds)
+
+    def texts(self, kind):
+        """What it said in lines of this kind."""
+        return [line["text"] for line in self._said if line["line"] == kind]
+
+    def until_said(self, kind, text, seconds=DEADLINE):
+        try:
+            until(lambda: text in self.texts(kind), f"{kind} {text!r}", seconds)
+        except AssertionError as failure:
+            raise AssertionError(f"{failure}\n{self.tail()}") from None
 
     def event_names(self):
         return [event["name"] for event in self.events()]

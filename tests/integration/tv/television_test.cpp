@@ -2,6 +2,7 @@
 // ones: what it prints, what it survives, and how it ends.
 #include <dirent.h>
 
+#include <atomic>
 #include <fstream>
 #include <sstream>
 
@@ -9,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "ServiceRecords.h"
+#include "statebus/publisher.h"
 #include "support/private_bus.h"
 #include "support/program.h"
 #include "support/raw_peer.h"
@@ -55,6 +57,39 @@ public:
 private:
     zeMultiMBusEngine engine_{false};
     zeSBusManager manager_;
+};
+
+/// A player that is not the TV's, on the same bus.
+class SecondPlayer {
+public:
+    SecondPlayer() {
+        EXPECT_EQ(engine_.Open(), 0);
+        EXPECT_EQ(engine_.Start(1), 0);
+        statebus::PublicationSpec spec;
+        spec.layout = &ContentPlayerServiceTemplate;
+        spec.instance = "second";
+        statebus::Record first(ContentPlayerServiceTemplate);
+        first.setNumber("mState", kPlayerPlaying);
+        spec.initial = first;
+        spec.will = first;
+        spec.argumentLayouts = {&ContentPlayerServiceCustomCommandTemplate};
+        spec.onCommand = [this](const statebus::Command&) {
+            ++commands_;
+            return true;
+        };
+        publication_ = statebus::publish(engine_, std::move(spec), nullptr);
+        EXPECT_NE(publication_, nullptr);
+    }
+    ~SecondPlayer() {
+        publication_.reset();
+        engine_.Stop();
+    }
+    int commands() const { return commands_; }
+
+private:
+    std::atomic<int> commands_{0};
+    zeMultiMBusEngine engine_{false};
+    std::unique_ptr<statebus::Publication> publication_;
 };
 
 class TheTelevision : public testing::Test {
@@ -231,7 +266,7 @@ TEST_F(TheTelevision, NotesAQuestionThatNobodyAnswered) {
     // The postponed request has to be seen before it goes.
     ASSERT_TRUE(director.daemon("postpone_authorization", nullptr));
     ASSERT_TRUE(director.daemon("forget", nullptr));
-    EXPECT_TRUE(noticed("notice", "not answered in time"));
+    EXPECT_TRUE(noticed("notice", "the question is no longer open"));
     EXPECT_EQ(reply("allow")["text"], "no question is open");
     tv_->say("quit");
     EXPECT_EQ(tv_->waitForExit(), 0) << said();
@@ -307,6 +342,52 @@ TEST_F(TheTelevision, NotesForeignRecordsOnItsBusAndGoesOn) {
     EXPECT_FALSE(event("MM_START_PLAY").is_null()) << said();
     tv_->say("quit");
     EXPECT_EQ(tv_->waitForExit(), 0) << said();
+    EXPECT_TRUE(companionsEnd());
+}
+
+TEST_F(TheTelevision, CommandsItsOwnPlayerWhileThereIsASecondOne) {
+    start();
+    Director director;
+    const SecondPlayer second;
+    EXPECT_TRUE(noticed("problem", "another player is on the state bus"));
+    ASSERT_TRUE(director.player("open", kFilm));
+    EXPECT_FALSE(event("MM_METADATA").is_null());
+    EXPECT_EQ(reply("pause")["ok"], true) << said();
+    EXPECT_FALSE(event("MM_MEDIA_PAUSE").is_null()) << said();
+    EXPECT_NE(trace().find("2\t- second"), std::string::npos) << "the library asked";
+    tv_->signal(SIGTERM);
+    EXPECT_EQ(tv_->waitForExit(), 0) << said();
+    EXPECT_EQ(said().find("was killed"), std::string::npos) << said();
+    EXPECT_EQ(second.commands(), 0);
+    EXPECT_TRUE(companionsEnd());
+}
+
+TEST_F(TheTelevision, IsNotAskedForAPlayerWhenItsInputHasEnded) {
+    start();
+    tv_->endInput();
+    const SecondPlayer second;
+    EXPECT_TRUE(noticed("problem", "another player is on the state bus"));
+    Director director;
+    ASSERT_TRUE(director.player("open", kFilm));
+    EXPECT_FALSE(event("MM_METADATA").is_null());
+    tv_->signal(SIGTERM);
+    EXPECT_EQ(tv_->waitForExit(), 0) << said();
+    EXPECT_EQ(said().find("was killed"), std::string::npos) << said();
+    EXPECT_TRUE(companionsEnd());
+}
+
+TEST_F(TheTelevision, KillsTheDaemonThatStandsStillAndNotThePlayerThatPlays) {
+    start();
+    Director director;
+    ASSERT_TRUE(director.player("open", kFilm));
+    EXPECT_FALSE(event("MM_START_PLAY").is_null());
+    const std::vector<pid_t> daemon = companions("Vantor2");
+    ASSERT_EQ(daemon.size(), 1U);
+    kill(daemon[0], SIGSTOP);
+    tv_->signal(SIGINT);
+    EXPECT_EQ(tv_->waitForExit(), 0) << said();
+    EXPECT_NE(said().find("Vantor2 does not react and was killed"), std::string::npos) << said();
+    EXPECT_EQ(said().find("zeGStreamerPlayer does not react"), std::string::npos) << said();
     EXPECT_TRUE(companionsEnd());
 }
 
