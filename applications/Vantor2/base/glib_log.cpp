@@ -1,10 +1,12 @@
 #include "base/glib_log.h"
 
+#include <mutex>
 #include <string>
 
 #include <glib.h>
 
 #include "base/log.h"
+#include "base/stranger_log.h"
 
 namespace vantor {
 
@@ -17,8 +19,26 @@ LogLevel levelOf(GLogLevelFlags flags) {
     return (flags & G_LOG_LEVEL_WARNING) != 0 ? LogLevel::kWarning : LogLevel::kDebug;
 }
 
+// Strangers can cause some of the libraries' warnings, as often as they like. Any thread.
+std::optional<std::size_t> takeWarning() {
+    static std::mutex mutex;
+    static LineBudget budget;
+    const std::lock_guard<std::mutex> lock(mutex);
+    return budget.take(std::chrono::steady_clock::now());
+}
+
 GLogWriterOutput writeMessage(GLogLevelFlags flags, const GLogField* fields, gsize count,
                               gpointer) {
+    const LogLevel level = levelOf(flags);
+    if (level == LogLevel::kWarning) {
+        const auto leftOut = takeWarning();
+        if (!leftOut) {
+            return G_LOG_WRITER_HANDLED;
+        }
+        if (*leftOut > 0) {
+            logWarning(std::to_string(*leftOut) + " lines like the next one were left out");
+        }
+    }
     std::string domain;
     std::string text;
     for (gsize index = 0; index < count; ++index) {
@@ -32,7 +52,7 @@ GLogWriterOutput writeMessage(GLogLevelFlags flags, const GLogField* fields, gsi
             field.length < 0 ? std::string(value)
                              : std::string(value, static_cast<std::size_t>(field.length));
     }
-    logMessage(levelOf(flags), domain + ": " + text);
+    logMessage(level, domain + ": " + text);
     return G_LOG_WRITER_HANDLED;
 }
 

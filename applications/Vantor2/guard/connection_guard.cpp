@@ -38,6 +38,22 @@ bool isContentLengthSound(SoupMessageHeaders* headers) {
            soup_message_headers_get_list(headers, "Transfer-Encoding") == nullptr;
 }
 
+// libsoup answers a list of ranges with a copy of the document for each of them. Nobody needs more
+// than one here, and without the header the whole document is a correct answer.
+void dropSeveralRanges(SoupMessageHeaders* headers) {
+    const char* ranges = soup_message_headers_get_list(headers, "Range");
+    if (ranges != nullptr && std::string_view(ranges).find(',') != std::string_view::npos) {
+        soup_message_headers_remove(headers, "Range");
+    }
+}
+
+// A peer that has reset the connection already has no address any more.
+bool isConnected(int fd) {
+    sockaddr_storage peer{};
+    socklen_t size = sizeof(peer);
+    return getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
+}
+
 } // namespace
 
 struct ConnectionGuard::Connection {
@@ -160,12 +176,17 @@ ConnectionGuard::Connection* ConnectionGuard::accept(SoupServerMessage* message,
     connection->socket = socket;
     connection->fd = g_socket_get_fd(socket);
     connection->strayReference = G_OBJECT(socket)->ref_count > 1;
-    const char* host = soup_server_message_get_remote_host(message);
+    const bool alreadyGone = !isConnected(connection->fd);
+    // Not asked for of a peer that has gone: libsoup would write a warning each time. It keeps what
+    // it was asked for once, so it does not ask the system when the connection is stolen later.
+    const char* host = alreadyGone ? nullptr : soup_server_message_get_remote_host(message);
     connection->host = host != nullptr ? host : "";
     connection->since = Clock::now();
-    if (!makeRoom(*connection)) {
+    if (alreadyGone || !makeRoom(*connection)) {
         // Not stolen: libsoup is still setting it up. It reads the end and drops the connection.
-        logStranger("too many connections, one refused from " + connection->host);
+        if (!alreadyGone) {
+            logStranger("too many connections, one refused from " + connection->host);
+        }
         connection->closing = true;
         shutdown(connection->fd, SHUT_RDWR);
     } else {
@@ -235,20 +256,54 @@ void ConnectionGuard::requestFinished(SoupServerMessage* message) {
     connection->watch = g_unix_fd_add_full(
         G_PRIORITY_DEFAULT - 1, connection->fd,
         static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
-        [](gint fd, GIOCondition, gpointer data) -> gboolean {
+        [](gint, GIOCondition, gpointer data) -> gboolean {
             auto* self = static_cast<Connection*>(data);
-            char byte;
-            const ssize_t got = recv(fd, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
-            if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-                return G_SOURCE_CONTINUE;
-            }
-            self->watch = 0;
-            if (got <= 0) {
-                self->guard->dropIdle(*self);
-            }
-            return G_SOURCE_REMOVE;
+            return self->guard->idleReadable(*self);
         },
         connection, nullptr);
+}
+
+// Something arrived on an idle connection: its end, or the first bytes of a request.
+gboolean ConnectionGuard::idleReadable(Connection& connection) {
+    char byte;
+    const ssize_t got = recv(connection.fd, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+    if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+        return G_SOURCE_CONTINUE;
+    }
+    connection.watch = 0;
+    if (got <= 0) {
+        dropIdle(connection);
+        return G_SOURCE_REMOVE;
+    }
+    // libsoup says that a request has started when it has read a line. Until then it is late like
+    // any other half header, and must not be stolen from libsoup, which may be through with it.
+    connection.state = State::head;
+    connection.since = Clock::now();
+    connection.deadline = connection.since + limits_.head;
+    arm(connection.deadline);
+    connection.watch = g_unix_fd_add_full(
+        G_PRIORITY_DEFAULT - 1, connection.fd, static_cast<GIOCondition>(G_IO_HUP | G_IO_ERR),
+        [](gint, GIOCondition, gpointer data) -> gboolean {
+            auto* self = static_cast<Connection*>(data);
+            self->watch = 0;
+            self->guard->lostBeforeLine(*self);
+            return G_SOURCE_REMOVE;
+        },
+        &connection, nullptr);
+    return G_SOURCE_REMOVE;
+}
+
+// libsoup copes with the end of the data here, but not with an error: it keeps the connection for
+// ever, half taken apart. So the error is taken before libsoup reads, which then sees an end.
+void ConnectionGuard::lostBeforeLine(Connection& connection) {
+    int error = 0;
+    socklen_t size = sizeof(error);
+    getsockopt(connection.fd, SOL_SOCKET, SO_ERROR, &error, &size);
+    if (error == 0 && !connection.closing) {
+        // The error came in the middle of libsoup's reading. The descriptor at least is ours again.
+        g_socket_close(connection.socket, nullptr);
+        forget(connection);
+    }
 }
 
 // Ends what was done for an idle connection, and lets go of its last message.
@@ -314,6 +369,7 @@ void ConnectionGuard::headersArrived(Connection& connection, SoupServerMessage* 
         refuse(connection, message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE);
         return;
     }
+    dropSeveralRanges(headers);
     connection.state = State::body;
     connection.since = Clock::now();
     connection.deadline = connection.since + limits_.body;

@@ -1,6 +1,7 @@
 // Holds the HTTP server's connections to limits: how many there are, how long a request may take to
-// arrive, how large it may be, and to whom it must be addressed. It also repairs two leaks of
-// libsoup 3.2 (a kept connection that the client closes; a socket reference per connection).
+// arrive, how large it may be, and to whom it must be addressed. It also repairs three faults of
+// libsoup 3.2 (it loses a kept connection that the client closes, and one that breaks within the
+// first line of a request; it leaks a socket reference per connection).
 //
 // Sits between libsoup and everything else, by libsoup's public signals only. Main thread.
 #pragma once
@@ -71,6 +72,8 @@ private:
     bool makeRoom(const Connection& newcomer);
     Connection* oldestSilent(const std::string* host);
     void forget(Connection& connection);
+    gboolean idleReadable(Connection& connection);
+    void lostBeforeLine(Connection& connection);
     void dropIdle(Connection& connection);
     void wake(Connection& connection);
     void cut(Connection& connection);

@@ -1,4 +1,5 @@
 // Times, names, settings, log lines, media information and other small things.
+#include <algorithm>
 #include <fstream>
 #include <map>
 
@@ -8,6 +9,7 @@
 
 #include "base/authority.h"
 #include "base/device_store.h"
+#include "base/glib_log.h"
 #include "base/log.h"
 #include "base/settings.h"
 #include "base/stranger_log.h"
@@ -66,6 +68,18 @@ TEST(LinesThatStrangersCause, AreFewWhateverTheirNumber) {
     EXPECT_EQ(budget.take(now), std::optional<std::size_t>(9970)) << "it tells what was left out";
     EXPECT_EQ(budget.take(now), std::optional<std::size_t>(0));
     EXPECT_FALSE(budget.take(now));
+}
+
+TEST(LinesThatStrangersCause, AreFewAlsoWhenALibraryWritesThem) {
+    adoptGlibMessages();
+    testing::internal::CaptureStderr();
+    for (int line = 0; line < 1000; ++line) {
+        g_warning("could not get remote address");
+    }
+    const std::string log = testing::internal::GetCapturedStderr();
+    const auto lines = std::count(log.begin(), log.end(), '\n');
+    EXPECT_GE(lines, 30) << log;
+    EXPECT_LT(lines, 40);
 }
 
 TEST(AControllersName, IsPrintableAndOfBoundedLength) {

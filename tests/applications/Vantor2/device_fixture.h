@@ -49,6 +49,12 @@ public:
             fd_ = -1;
         }
     }
+    /// Leaves without a goodbye: what the device sends or reads from now on is an error.
+    void reset() {
+        const linger none{1, 0};
+        EXPECT_EQ(setsockopt(fd_, SOL_SOCKET, SO_LINGER, &none, sizeof(none)), 0);
+        close();
+    }
     bool connected() const { return connected_; }
     /// True when all was taken by the kernel or the device.
     bool send(const std::string& bytes) {

@@ -254,6 +254,73 @@ TEST_F(HttpSide, SurvivesClientsThatLeaveAtAnyPoint) {
     EXPECT_EQ(statusOf(get("/description.xml")), 200);
 }
 
+TEST_F(ImpatientHttpSide, SurvivesAKeptConnectionThatBreaksWithinTheFirstLine) {
+    RawClient client(device->port());
+    client.send("GET /description.xml HTTP/1.1\r\nHost: " + host() + "\r\n\r\n");
+    ASSERT_EQ(statusOf(client.answer()), 200);
+    const int before = openDescriptors();
+    client.send("G");
+    const auto taken = std::chrono::steady_clock::now();
+    runUntil([&] { return std::chrono::steady_clock::now() - taken > milliseconds(20); });
+    client.reset();
+    EXPECT_TRUE(runUntil([&] { return device->server().connectionCount() == 0; }));
+    EXPECT_LE(openDescriptors(), before - 2) << "its own end and the device's";
+    EXPECT_EQ(statusOf(get("/description.xml")), 200);
+}
+
+TEST_F(ImpatientHttpSide, CutsAKeptConnectionWithHalfARequestAsSoonAsANewOne) {
+    RawClient client(device->port());
+    client.send("GET /description.xml HTTP/1.1\r\nHost: " + host() + "\r\n\r\n");
+    ASSERT_EQ(statusOf(client.answer()), 200);
+    client.send("G");
+    EXPECT_EQ(statusOf(client.answer(milliseconds(3000))), 408) << "late, not idle";
+    EXPECT_TRUE(client.endsWithin(milliseconds(3000)));
+    EXPECT_TRUE(runUntil([&] { return device->server().connectionCount() == 0; }));
+}
+
+TEST_F(ImpatientHttpSide, SurvivesClientsThatResetAtAnyPoint) {
+    const std::string whole =
+        soapRequest("/AVTransport/control", std::string(kAvt) + "#GetTransportInfo",
+                    envelope(kAvt, "GetTransportInfo", "<InstanceID>0</InstanceID>"));
+    for (const bool kept : {false, true}) {
+        for (std::size_t length = 0; length <= whole.size(); ++length) {
+            RawClient client(device->port());
+            if (kept) {
+                client.send(whole);
+                ASSERT_EQ(statusOf(client.answer()), 200);
+            }
+            client.send(whole.substr(0, length));
+            if (length % 2 == 0) { // seen before the reset, or together with it
+                runUntil([] { return false; }, milliseconds(1));
+            }
+            client.reset();
+        }
+    }
+    EXPECT_TRUE(runUntil([&] { return device->server().connectionCount() == 0; }));
+    EXPECT_EQ(statusOf(get("/description.xml")), 200);
+}
+
+TEST_F(HttpSide, ServesOneRangeButNotALargeDocumentForManyRanges) {
+    const std::string whole = bodyOf(get("/description.xml"));
+    const auto ranges = [&](const std::string& header) {
+        return request("GET /description.xml HTTP/1.1\r\nHost: " + host() + "\r\n" + header +
+                       "\r\n");
+    };
+    const std::string one = ranges("Range: bytes=5-9\r\n");
+    EXPECT_EQ(statusOf(one), 206);
+    EXPECT_EQ(bodyOf(one), whole.substr(5, 5));
+    std::string many = "Range: bytes=0-";
+    for (int count = 0; count < 10000; ++count) {
+        many += ",0-";
+    }
+    for (const std::string& header :
+         {many + "\r\n", std::string("Range: bytes=0-\r\nRange: bytes=1-\r\n")}) {
+        const std::string answer = ranges(header);
+        EXPECT_EQ(statusOf(answer), 200);
+        EXPECT_EQ(bodyOf(answer), whole);
+    }
+}
+
 TEST_F(HttpSide, KeepsAConnectionForManyCalls) {
     RawClient client(device->port());
     for (int count = 0; count < 20; ++count) {
