@@ -27,7 +27,8 @@ enum PlayerBit : unsigned {
 };
 constexpr CommandSender::Kind kOpen{kOpenBit, kStopBit | kPlayBit | kPauseBit | kSeekBit};
 constexpr CommandSender::Kind kStop{kStopBit, kPlayBit | kPauseBit | kSeekBit};
-constexpr CommandSender::Kind kPlay{kPlayBit, 0};
+// A player that stood still when it was to open would play what it has from before.
+constexpr CommandSender::Kind kPlay{kPlayBit, 0, kOpenBit};
 constexpr CommandSender::Kind kPause{kPauseBit, 0};
 constexpr CommandSender::Kind kSeek{kSeekBit, 0};
 

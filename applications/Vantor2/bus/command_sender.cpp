@@ -22,14 +22,14 @@ void CommandSender::send(Kind kind, Command command, Done done) {
     };
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto isPointless = [&](Entry& entry) {
-        if (((kind.bit | kind.replaces) & entry.bit) == 0) {
+        if (((kind.bit | kind.replaces) & entry.kind.bit) == 0) {
             return false;
         }
         postToMain([done = std::move(entry.done)] { done(true); });
         return true;
     };
     queue_.erase(std::remove_if(queue_.begin(), queue_.end(), isPointless), queue_.end());
-    queue_.push_back({kind.bit, std::move(command), std::move(onMain)});
+    queue_.push_back({kind, std::move(command), std::move(onMain)});
     wake_.notify_one();
 }
 
@@ -57,7 +57,8 @@ void CommandSender::run() {
         Entry entry = std::move(queue_.front());
         queue_.pop_front();
         lock.unlock();
-        const bool accepted = entry.command();
+        const bool accepted = (entry.kind.needs & refused_) == 0 && entry.command();
+        refused_ = accepted ? refused_ & ~entry.kind.bit : refused_ | entry.kind.bit;
         postToMain([done = std::move(entry.done), accepted] { done(accepted); });
         lock.lock();
     }

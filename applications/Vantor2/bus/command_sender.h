@@ -25,6 +25,9 @@ public:
     struct Kind {
         unsigned bit;
         unsigned replaces;
+        /// Bits of the kinds without which it has no sense: it is answered no, and not sent, while
+        /// the last one sent of such a kind was refused.
+        unsigned needs = 0;
     };
 
     CommandSender();
@@ -41,12 +44,13 @@ public:
 
 private:
     struct Entry {
-        unsigned bit;
+        Kind kind;
         Command command;
         Done done;
     };
     void run();
 
+    unsigned refused_ = 0; // bits of kinds; the sender's thread
     std::mutex mutex_;
     std::condition_variable wake_;
     std::deque<Entry> queue_;     // guarded by mutex_

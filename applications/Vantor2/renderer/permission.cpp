@@ -12,6 +12,10 @@ void Permission::onOutcome(ControlKind kind, OutcomeHandler handler) {
     handlers_[kind] = std::move(handler);
 }
 
+void Permission::onNewRules(ControlKind kind, std::function<void()> handler) {
+    newRulesHandlers_[kind] = std::move(handler);
+}
+
 Permission::Verdict Permission::check(ControlKind kind, const Controller& controller) const {
     switch (policies_.at(kind)) {
     case ControlPolicy::everybody:
@@ -21,13 +25,38 @@ Permission::Verdict Permission::check(ControlKind kind, const Controller& contro
     default:
         break;
     }
-    const bool known =
-        admitted_ == controller || (kind == ControlKind::sound && soundAdmitted_ == controller);
+    const bool sound = kind == ControlKind::sound;
+    const bool known = (admitted_ == controller && (!sound || soundToo_)) ||
+                       (sound && soundAdmitted_ == controller);
     return known ? Verdict::admitted : Verdict::mustAsk;
 }
 
+bool Permission::admitsAddress(ControlKind kind, const std::string& address) const {
+    return admitted_ && admitted_->address == address &&
+           check(kind, *admitted_) == Verdict::admitted;
+}
+
 void Permission::noteAdmitted(const Controller& controller) {
+    if (admitted_ != controller) {
+        admit(controller);
+    }
+}
+
+void Permission::admit(const Controller& controller) {
     admitted_ = controller;
+    soundToo_ = true;
+}
+
+void Permission::describe(std::uint32_t id, const std::string& mimeType, const std::string& title) {
+    for (ControlRequest& request : requests_) {
+        const bool other = request.mediaMimeType != mimeType || request.mediaTitle != title;
+        if (request.id == id && other) {
+            request.mediaMimeType = mimeType;
+            request.mediaTitle = title;
+            changed_();
+            return;
+        }
+    }
 }
 
 std::uint32_t Permission::file(ControlRequest request) {
@@ -83,7 +112,11 @@ bool Permission::allow(std::uint32_t id) {
     if (found == requests_.end()) {
         return false;
     }
-    (found->kind == ControlKind::player ? admitted_ : soundAdmitted_) = found->controller;
+    if (found->kind == ControlKind::player) {
+        admit(found->controller);
+    } else {
+        soundAdmitted_ = found->controller;
+    }
     settle(id, Outcome::allowed);
     return true;
 }
@@ -111,9 +144,17 @@ bool Permission::setPolicy(ControlKind kind, long long policy) {
         return false;
     }
     const auto value = static_cast<ControlPolicy>(policy);
-    policies_[kind] = value;
+    const bool isNew = std::exchange(policies_[kind], value) != value;
+    if (value == ControlPolicy::nobody && kind == ControlKind::player) {
+        admitted_.reset();
+    } else if (value == ControlPolicy::nobody) {
+        soundAdmitted_.reset();
+        soundToo_ = false;
+    }
+    if (isNew) {
+        tellNewRules(kind);
+    }
     if (value == ControlPolicy::nobody) {
-        (kind == ControlKind::player ? admitted_ : soundAdmitted_).reset();
         settleAll(kind, Outcome::denied);
     } else if (value == ControlPolicy::everybody) {
         settleAll(kind, Outcome::allowed);
@@ -127,6 +168,15 @@ void Permission::closeAll() {
     soundAdmitted_.reset();
     settleAll(ControlKind::player, Outcome::denied);
     settleAll(ControlKind::sound, Outcome::denied);
+    tellNewRules(ControlKind::player);
+    tellNewRules(ControlKind::sound);
+}
+
+void Permission::tellNewRules(ControlKind kind) {
+    const auto handler = newRulesHandlers_.find(kind);
+    if (handler != newRulesHandlers_.end()) {
+        handler->second();
+    }
 }
 
 std::optional<TimePoint> Permission::deadline() const {

@@ -56,8 +56,14 @@ public:
     /// Who is told about the outcome of requests of a kind. The request is off the list by then.
     void onOutcome(ControlKind kind, OutcomeHandler handler);
 
+    /// Who is told that a kind's rules are new: another policy, or nobody admitted any more. What
+    /// is denied because of them is denied afterwards, except when the renderer leaves the network.
+    void onNewRules(ControlKind kind, std::function<void()> handler);
+
     enum class Verdict { admitted, mustAsk, refused };
     Verdict check(ControlKind kind, const Controller& controller) const;
+    /// Whether some program at the address is let in.
+    bool admitsAddress(ControlKind kind, const std::string& address) const;
     /// A controller whose command went through because everybody's do is let in like one that the
     /// viewer allowed, so that it keeps control when the policy becomes "ask".
     void noteAdmitted(const Controller& controller);
@@ -66,6 +72,8 @@ public:
     /// has used up its share, else the oldest of the address that has most. Returns its id, never
     /// 0.
     std::uint32_t file(ControlRequest request);
+    /// Says anew what is asked for; the rest of the request stays.
+    void describe(std::uint32_t id, const std::string& mimeType, const std::string& title);
     const ControlRequest* findOf(ControlKind kind, const Controller& controller) const;
     void withdraw(std::uint32_t id);
 
@@ -90,6 +98,8 @@ public:
 
 private:
     const ControlRequest* oneTooMany(const std::string& address) const;
+    void admit(const Controller& controller);
+    void tellNewRules(ControlKind kind);
     void settle(std::uint32_t id, Outcome outcome);
     void settleAll(ControlKind kind, Outcome outcome);
 
@@ -98,7 +108,9 @@ private:
     std::map<ControlKind, ControlPolicy> policies_{{ControlKind::player, ControlPolicy::ask},
                                                    {ControlKind::sound, ControlPolicy::everybody}};
     std::map<ControlKind, OutcomeHandler> handlers_;
+    std::map<ControlKind, std::function<void()>> newRulesHandlers_;
     std::optional<Controller> admitted_;      // by the viewer, for the player and the sound
+    bool soundToo_ = true;                    // false: admitted_ has lost the sound since
     std::optional<Controller> soundAdmitted_; // for the sound alone
     std::list<ControlRequest> requests_;
     std::uint32_t nextId_ = 1;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "base/stranger_log.h"
 #include "base/time_text.h"
 #include "renderer/container_address.h"
 #include "renderer/play_speed.h"
@@ -24,10 +25,28 @@ Transport::Transport(const RendererClock& clock, Permission& permission, PlayerP
       permission_(permission),
       player_(player),
       playlists_(playlists),
-      changed_(std::move(changed)) {
+      tellChanged_(std::move(changed)) {
     permission_.onOutcome(
         ControlKind::player,
         [this](const ControlRequest& request, Outcome outcome) { settled(request, outcome); });
+    permission_.onNewRules(ControlKind::player, [this] {
+        refused_.clear(); // the no was one of the old rules
+        changed_();       // what is possible for whom
+    });
+}
+
+void Transport::changed_() {
+    if (gathering_ > 0) {
+        changeDue_ = true;
+    } else {
+        tellChanged_();
+    }
+}
+
+Transport::OneChange::~OneChange() {
+    if (--transport_.gathering_ == 0 && std::exchange(transport_.changeDue_, false)) {
+        transport_.tellChanged_();
+    }
 }
 
 // ---- What controllers ask for ----
@@ -60,13 +79,9 @@ int Transport::setUri(const Controller& controller, const std::string& uri,
     if (verdict == Permission::Verdict::refused) {
         return kTransportNotAuthorized;
     }
+    const OneChange oneChange(*this);
     if (uri.empty()) {
-        // The usual way to take one's media back.
-        const int error = stop(controller);
-        if (error == 0 && !queue_.empty()) {
-            clear();
-        }
-        return error;
+        return takeBack(controller);
     }
     Media media;
     const int error = describe(controller, uri, metadata, media);
@@ -85,6 +100,23 @@ int Transport::setUri(const Controller& controller, const std::string& uri,
         start("1");
     }
     changed_();
+    return 0;
+}
+
+// An empty address is the usual way to take one's media back.
+int Transport::takeBack(const Controller& controller) {
+    if (isRefused(controller) || permission_.findOf(ControlKind::player, controller) != nullptr) {
+        return stop(controller); // what is loaded is not what it brought
+    }
+    const int error = mayControl(controller);
+    if (error != 0) {
+        return error;
+    }
+    stop(controller);
+    if (!queue_.empty()) {
+        clear();
+        changed_();
+    }
     return 0;
 }
 
@@ -116,21 +148,18 @@ int Transport::setNextUri(const Controller& controller, const std::string& uri,
 }
 
 int Transport::ask(Media media) {
+    const MediaInfo& info = media.tracks[media.start].info;
     const ControlRequest* earlier = permission_.findOf(ControlKind::player, media.owner);
     if (earlier != nullptr) {
-        if (earlier->mediaUri == media.uri) {
+        if (waiting_[earlier->id].media.uri == media.uri) {
             // The same question again; the viewer is asked once. The newest description counts.
+            permission_.describe(earlier->id, info.mimeType, info.title);
             waiting_[earlier->id].media = std::move(media);
             changed_();
             return 0;
         }
         permission_.withdraw(earlier->id);
     }
-    if (!isSomebodyElses(media.owner)) {
-        refusedToAll_ = false;
-        failed_ = false;
-    }
-    const MediaInfo& info = media.tracks[media.start].info;
     ControlRequest request;
     request.kind = ControlKind::player;
     request.controller = media.owner;
@@ -138,6 +167,10 @@ int Transport::ask(Media media) {
     request.mediaMimeType = info.mimeType;
     request.mediaTitle = info.title;
     const std::uint32_t id = permission_.file(std::move(request));
+    if (!isSomebodyElses(media.owner)) {
+        refusedToAll_ = false;
+        failed_ = false;
+    }
     waiting_[id].media = std::move(media);
     changed_();
     return 0;
@@ -163,7 +196,8 @@ int Transport::play(const Controller& controller, const std::string& speed) {
     }
     const TransportState state = mediaState();
     const bool running = state == TransportState::playing || state == TransportState::paused;
-    if (running && !isSpeedOffered(speed, report_.supportedSpeeds)) {
+    // What the player said about this media counts also when it plays no more.
+    if ((running || !fresh_) && !isSpeedOffered(speed, report_.supportedSpeeds)) {
         return kPlaySpeedNotSupported;
     }
     if (running) {
@@ -208,17 +242,19 @@ int Transport::stop(const Controller& controller) {
         permission_.withdraw(request->id);
         return 0;
     }
-    if (isRefused(controller)) {
-        return 0; // its own view is stopped already
-    }
+    const TransportState state = mediaState();
+    const bool resting = state == TransportState::noMedia || state == TransportState::stopped;
+    // A player that was given up may have come to life since.
+    const bool astray = failed_ && expecting_ != Expecting::stop && isActive(playerState_);
     const int error = mayControl(controller);
+    if (isRefused(controller) || (resting && (!astray || error != 0))) {
+        return 0; // as far as this controller can see it is stopped already, so nobody is refused
+    }
     if (error != 0) {
         return error;
     }
-    if (!queue_.empty() && mediaState() != TransportState::stopped) {
-        halt();
-        changed_();
-    }
+    halt();
+    changed_();
     return 0;
 }
 
@@ -310,13 +346,20 @@ int Transport::skip(const Controller& controller, bool (PlayQueue::*move)()) {
 }
 
 int Transport::setPlayMode(const Controller& controller, const std::string& mode) {
-    const int error = mayControl(controller);
-    if (error != 0) {
-        return error;
-    }
     const auto known = playModeOf(mode);
     if (!known) {
         return kPlayModeNotSupported;
+    }
+    const ControlRequest* request = permission_.findOf(ControlKind::player, controller);
+    if (request != nullptr) {
+        waiting_[request->id].mode = known;
+        return 0;
+    }
+    if (*known == queue_.mode()) {
+        return 0; // many set the normal one before they push; that is no reason to refuse them
+    }
+    if (permission_.check(ControlKind::player, controller) != Permission::Verdict::admitted) {
+        return kTransportNotAuthorized;
     }
     queue_.setMode(*known);
     changed_();
@@ -326,6 +369,7 @@ int Transport::setPlayMode(const Controller& controller, const std::string& mode
 // ---- What the viewer says ----
 
 void Transport::settled(const ControlRequest& request, Outcome outcome) {
+    const OneChange oneChange(*this);
     Waiting waiting;
     const auto found = waiting_.find(request.id);
     if (found != waiting_.end()) {
@@ -337,14 +381,15 @@ void Transport::settled(const ControlRequest& request, Outcome outcome) {
     case Outcome::allowed:
         load(std::move(waiting.media));
         queue_.setNext(std::move(waiting.next));
+        queue_.setMode(waiting.mode.value_or(queue_.mode()));
         if (waiting.play) {
             start(waiting.speed);
         }
         break;
     case Outcome::denied:
     case Outcome::expired:
-        logInfo("control by " + request.controller.shownName() +
-                (outcome == Outcome::denied ? " denied" : " not answered in time"));
+        logStranger("control by " + request.controller.shownName() +
+                    (outcome == Outcome::denied ? " denied" : " not answered in time"));
         if (elsewhere) {
             refused_.push_back(request.controller);
             if (refused_.size() > kMostRefused) {

@@ -64,6 +64,9 @@ struct TransportView {
     bool canSeekBytes = false;
     bool hasNext = false;
     bool hasPrevious = false;
+    // What this controller would be answered: whether its actions are taken, and its Stop at least.
+    bool mayControl = true;
+    bool mayStop = true;
 
     /// Where in the bytes the position lies, as far as an even rate tells.
     std::uint64_t positionBytes() const;
@@ -78,7 +81,7 @@ public:
     static constexpr std::chrono::seconds kStartPatience{30};
     static constexpr std::chrono::seconds kStopPatience{10};
 
-    /// `changed` is called after every change of what view() reports.
+    /// `changed` is called after every change of what view() reports, once for each action.
     Transport(const RendererClock& clock, Permission& permission, PlayerPort& player,
               PlaylistPort& playlists, std::function<void()> changed);
     Transport(const Transport&) = delete;
@@ -115,12 +118,29 @@ private:
     struct Waiting {
         Media media;
         std::optional<Media> next;
+        std::optional<PlayMode> mode;
         bool play = false;
         std::string speed = "1";
     };
     enum class Expecting { nothing, start, stop };
 
+    // Tells at its end, once, about everything that changes while it lives: what an action leaves
+    // behind on its way is nobody's business.
+    class OneChange {
+    public:
+        explicit OneChange(Transport& transport) : transport_(transport) {
+            ++transport_.gathering_;
+        }
+        ~OneChange();
+        OneChange(const OneChange&) = delete;
+        OneChange& operator=(const OneChange&) = delete;
+
+    private:
+        Transport& transport_;
+    };
+
     int mayControl(const Controller& controller) const;
+    int takeBack(const Controller& controller);
     int describe(const Controller& controller, const std::string& uri, const std::string& metadata,
                  Media& media) const;
     int ask(Media media);
@@ -133,12 +153,15 @@ private:
     void sendTrack();
     void resolvePlaylist();
     void playlistArrived(const std::optional<std::string>& text);
+    bool ownerIsAdmitted() const;
     bool playFollowing();
     void changeTrack();
     void start(const std::string& speed);
     void halt();
     void clear();
+    void changed_();
     void fail(const std::string& reason);
+    static bool isActive(int playerState);
     bool isResting(const PlayerReport& report) const;
     void apply(const PlayerReport& report);
 
@@ -155,7 +178,9 @@ private:
     Permission& permission_;
     PlayerPort& player_;
     PlaylistPort& playlists_;
-    std::function<void()> changed_;
+    std::function<void()> tellChanged_;
+    unsigned gathering_ = 0;
+    bool changeDue_ = false;
 
     PlayQueue queue_;
     bool resolving_ = false;    // the playlist is being fetched
@@ -170,6 +195,7 @@ private:
     bool refusedToAll_ = false; // no media, because the viewer said no
     Expecting expecting_ = Expecting::nothing;
     TimePoint expectingUntil_;
+    int playerState_ = 1; // in its last report, whatever that was about
     PlayerReport report_;
     std::optional<PlayerReport> early_; // arrived before the player's answer to the opening
 

@@ -58,6 +58,8 @@ void Transport::sendTrack() {
             return;
         }
         if (!accepted) {
+            // It may have taken the media after all, too late for us.
+            player_.stop([](bool) {});
             fail("the player did not take the media");
             return;
         }
@@ -93,6 +95,12 @@ void Transport::playlistArrived(const std::optional<std::string>& text) {
     std::optional<Media> next = queue_.next();
     queue_.load(std::move(media));
     queue_.setNext(std::move(next));
+    if (!ownerIsAdmitted()) {
+        fresh_ = false;
+        playWanted_ = false;
+        changed_();
+        return;
+    }
     const bool play = playWanted_;
     openTrack();
     if (play) {
@@ -112,11 +120,15 @@ void Transport::changeTrack() {
     changed_();
 }
 
-// The track has ended. Nothing starts on behalf of somebody who may not start anything any more.
+// Nothing starts on behalf of somebody who may not start anything any more.
+bool Transport::ownerIsAdmitted() const {
+    return permission_.check(ControlKind::player, queue_.media().owner) ==
+           Permission::Verdict::admitted;
+}
+
+// The track has ended.
 bool Transport::playFollowing() {
-    const bool admitted = permission_.check(ControlKind::player, queue_.media().owner) ==
-                          Permission::Verdict::admitted;
-    if (!admitted || !queue_.toFollowing()) {
+    if (!ownerIsAdmitted() || !queue_.toFollowing()) {
         return false;
     }
     openTrack();
@@ -172,7 +184,7 @@ void Transport::clear() {
     expecting_ = Expecting::nothing;
     failed_ = false;
     report_ = PlayerReport();
-    changed_();
+    refused_.clear(); // nobody's media is there for whose sake they were turned down
 }
 
 void Transport::fail(const std::string& reason) {
@@ -185,6 +197,7 @@ void Transport::fail(const std::string& reason) {
 }
 
 void Transport::playerChanged(const PlayerReport& report) {
+    playerState_ = report.state;
     if (!report.formats.empty() && report.formats != formats_) {
         formats_ = report.formats;
         changed_();
@@ -200,6 +213,10 @@ void Transport::playerChanged(const PlayerReport& report) {
     if (report.state == kOpening || (report.state == kStopped && report.errorCode != 0)) {
         early_ = report;
     }
+}
+
+bool Transport::isActive(int playerState) {
+    return playerState == kPaused || playerState == kPlaying || playerState == kOpening;
 }
 
 bool Transport::isResting(const PlayerReport& report) const {
@@ -262,6 +279,7 @@ void Transport::playerGone() {
     }
     const TransportState state = mediaState();
     report_ = PlayerReport();
+    playerState_ = report_.state;
     fresh_ = false;
     if (state != TransportState::stopped) {
         fail("the player has gone");

@@ -32,6 +32,9 @@ const char* transportStateText(TransportState state) {
 }
 
 std::string TransportView::possibleActions() const {
+    if (!mayControl) {
+        return mayStop ? "Stop" : "";
+    }
     std::string actions = "Stop";
     const bool running = state == TransportState::playing || state == TransportState::paused;
     if (!uri.empty()) {
@@ -122,10 +125,12 @@ TransportView Transport::view(const Controller& controller) const {
     if (request == nullptr && isRefused(controller)) {
         view.state = TransportState::stopped;
         view.failed = true;
+        view.mayControl = false;
         return view;
     }
     if (request == nullptr) {
         request = shownRequest();
+        view.mayControl = request == nullptr;
     }
     if (request != nullptr) {
         showRequest(view, *request);
@@ -138,6 +143,10 @@ TransportView Transport::view(const Controller& controller) const {
     }
     view.state = mediaState();
     view.failed = failed_;
+    // A subscription may name another program than the calls of the same controller do.
+    view.mayControl = mayControl(controller) == 0 ||
+                      permission_.admitsAddress(ControlKind::player, controller.address);
+    view.mayStop = view.mayControl || view.state == TransportState::stopped;
     showMedia(view, queue_.media(), queue_.trackNumber() - 1);
     if (queue_.next()) {
         view.nextUri = queue_.next()->uri;

@@ -152,6 +152,26 @@ TEST_F(ACommandSender, KeepsOnlyTheNewestOfAKindForAServiceThatStandsStill) {
     EXPECT_EQ(service.noted(), (Names{"first", "mute", "volume 999"}));
 }
 
+TEST_F(ACommandSender, DoesNotSendWhatNeedsSomethingThatWasRefused) {
+    constexpr CommandSender::Kind kPlay{8, 0, 1};
+    Service service;
+    service.letGo();
+    CommandSender sender;
+    std::vector<bool> answers;
+    const auto note = [&](bool accepted) {
+        answers.push_back(accepted);
+    };
+    sender.send(kVolume, service.command("refused"), note);
+    sender.send(kPlay, service.command("too much"), note);
+    sender.send(kMute, service.command("mute"), note);
+    ASSERT_TRUE(runUntil([&] { return answers.size() == 3; }));
+    sender.send(kVolume, service.command("volume"), note);
+    sender.send(kPlay, service.command("play"), note);
+    ASSERT_TRUE(runUntil([&] { return answers.size() == 5; }));
+    EXPECT_EQ(answers, (std::vector<bool>{false, false, true, true, true}));
+    EXPECT_EQ(service.noted(), (Names{"refused", "mute", "volume", "play"}));
+}
+
 TEST_F(ACommandSender, DropsWhatANewCommandMakesPointless) {
     Service service;
     CommandSender sender;

@@ -304,5 +304,14 @@ TEST_F(AQueue, TakesTheResourceThatThePlayerCanOpen) {
     EXPECT_EQ(transport.view(phone).uri, "http://192.0.2.1/film.xyz");
 }
 
+TEST_F(AQueue, DoesNotPlayAListThatArrivesWhenNobodyMayStartAnything) {
+    transport.setUri(phone, kList, "");
+    transport.play(phone, "1");
+    permission.setPolicy(ControlKind::player, 1);
+    playlists.done("http://192.0.2.1/1.mp3\n");
+    EXPECT_EQ(player.taken(), Commands{});
+    EXPECT_EQ(state(phone), TransportState::stopped);
+}
+
 } // namespace
 } // namespace vantor
