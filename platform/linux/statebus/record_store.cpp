@@ -72,10 +72,15 @@ void RecordStore::sweep(Clock::time_point now) {
 }
 
 void RecordStore::sweep(Track& track, Clock::time_point now) {
-    while (track.size() > kNewerOnes && now - track.front().replaced >= kAge &&
-           !isHeld(track.front().record)) {
-        free(track.front());
-        track.pop_front();
+    // Oldest first: the first one that is too young ends it, one that is held is left out.
+    for (auto entry = track.begin(); static_cast<std::size_t>(track.end() - entry) > kNewerOnes &&
+                                     now - entry->replaced >= kAge;) {
+        if (isHeld(entry->record)) {
+            ++entry;
+        } else {
+            free(*entry);
+            entry = track.erase(entry);
+        }
     }
 }
 

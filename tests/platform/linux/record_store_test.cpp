@@ -104,6 +104,23 @@ TEST_F(TheRecordStore, KeepsARecordThatIsHeld) {
     EXPECT_EQ(store.size(), 4u);
 }
 
+TEST_F(TheRecordStore, FreesTheNewerOnesOfARecordThatIsHeld) {
+    add(main, 1);
+    const auto* held = store.newest(main);
+    store.hold(held);
+    for (int i = 2; i <= 100; ++i)
+        add(main, i);
+    now += 11s;
+    store.sweep(now);
+    EXPECT_EQ(store.size(), 1u + 4u);
+    EXPECT_EQ(stateOf(held), 1);
+    EXPECT_EQ(stateOf(store.newest(main)), 100);
+    store.release(held);
+    now += 2s;
+    store.sweep(now);
+    EXPECT_EQ(store.size(), 4u);
+}
+
 TEST_F(TheRecordStore, RefusesWhatIsNotWellFormedAndKeepsWhatItHad) {
     add(main, 1);
     WireRecord wire;
