@@ -129,9 +129,12 @@ int dispatchEvents() {
             return handled;
         const PostedEvent event = middleware().queue.front();
         middleware().queue.pop_front();
-        const std::vector<KetraEvtHandle*> targets =
-            event.target == nullptr ? middleware().handlers
-                                    : std::vector<KetraEvtHandle*>{event.target};
+        std::vector<KetraEvtHandle*> targets = middleware().handlers;
+        if (event.target != nullptr) {
+            const bool known =
+                std::find(targets.begin(), targets.end(), event.target) != targets.end();
+            targets.assign(known ? 1 : 0, event.target);
+        }
         lock.unlock();
         for (KetraEvtHandle* target : targets)
             target->EventProc(event.type, event.event, event.parameter);

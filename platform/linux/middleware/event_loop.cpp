@@ -82,7 +82,8 @@ struct EventLoop::Data {
             return;
         }
         if (entry.target != nullptr) {
-            runHandler(entry.target, entry, lock);
+            if (isRegistered(entry.target)) // it may have been removed before the event was posted
+                runHandler(entry.target, entry, lock);
             return;
         }
         const std::vector<KetraEvtHandle*> everybody = handlers;

@@ -121,6 +121,15 @@ TEST_F(Events, DoNotReachAHandlerThatWasRemoved) {
     addHandler(first);
 }
 
+TEST_F(Events, DoNotReachAHandlerThatWasRemovedBeforeTheyWerePosted) {
+    removeHandler(first);
+    service.PostEvent(&first, 1, 2, 3);
+    service.PostEvent(nullptr, 1, 4, 3);
+    dispatchUntil([&] { return !second.handled.empty(); });
+    EXPECT_TRUE(first.handled.empty());
+    addHandler(first);
+}
+
 TEST_F(Events, GoToTheDefaultWhenNobodyHandlesThem) {
     class Unhandled : public KetraEvtHandle {
     public:

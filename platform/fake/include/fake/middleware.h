@@ -29,7 +29,7 @@ void inspectEvent(unsigned long event, Inspector inspector);
 /// Everything posted since the last clear, in order.
 std::vector<PostedEvent> postedEvents();
 
-/// Handlers that receive events without a target, in order of registration. Not owned.
+/// Handlers that receive events: those without a target in order of registration. Not owned.
 void addHandler(KetraEvtHandle& handler);
 void removeHandler(KetraEvtHandle& handler);
 /// Hands the queued events to their handlers on this thread. Returns how many were handled.

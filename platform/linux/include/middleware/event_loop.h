@@ -14,8 +14,8 @@ class EventLoop {
 public:
     static EventLoop& instance();
 
-    /// Handlers are not owned. A handler that is removed gets nothing any more, events already
-    /// queued included. Any thread.
+    /// Handlers are not owned. A handler that is removed gets nothing any more: neither events
+    /// already queued nor those that are posted to it later. Any thread.
     void addHandler(KetraEvtHandle& handler);
     void removeHandler(KetraEvtHandle& handler);
 
