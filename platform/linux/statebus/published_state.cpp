@@ -197,6 +197,7 @@ void PublishedState::requestName() {
     if (call != nullptr)
         (void)sd_bus_message_append(call.get(), "su", busName(name_).value_or("").c_str(),
                                     kDoNotQueue);
+    asking_ = true;
     connection_->send(std::move(call), kAnswerLimit,
                       [weak = weak_from_this()](sd_bus_message* answer) {
                           if (const auto self = weak.lock())
@@ -204,13 +205,29 @@ void PublishedState::requestName() {
                       });
 }
 
+void PublishedState::releaseName(std::function<void()> done) {
+    MessagePtr call = connection_->newCall(kDaemon, kDaemonPath, kDaemon, "ReleaseName");
+    if (call != nullptr)
+        (void)sd_bus_message_append(call.get(), "s", busName(name_).value_or("").c_str());
+    connection_->send(std::move(call), kAnswerLimit,
+                      [done = std::move(done)](sd_bus_message*) { done(); });
+}
+
+void PublishedState::withdrawRequest() {
+    // The daemon keeps the order: it grants the name, takes it back, and then sees a later request.
+    asking_ = false;
+    releaseName([] {});
+}
+
 void PublishedState::onNameAnswer(sd_bus_message* answer) {
     if (closed_)
         return;
     if (isFailure(answer)) {
+        withdrawRequest(); // without an answer in time the name may still become ours
         refused(answer == nullptr ? "the bus is gone" : sd_bus_message_get_error(answer)->message);
         return;
     }
+    asking_ = false;
     std::uint32_t result = 0;
     if (sd_bus_message_read_basic(answer, 'u', &result) <= 0 || result != kNowPrimaryOwner) {
         refused("it exists already");
@@ -251,14 +268,13 @@ void PublishedState::leave(bool withGoodbye, const std::function<void()>& done) 
         emit("Goodbye", [](sd_bus_message*) { return 0; });
     connection_->remove(*this);
     object_.reset();
-    if (!std::exchange(owned_, false)) {
-        done();
+    if (std::exchange(owned_, false)) {
+        releaseName(done);
         return;
     }
-    MessagePtr call = connection_->newCall(kDaemon, kDaemonPath, kDaemon, "ReleaseName");
-    if (call != nullptr)
-        (void)sd_bus_message_append(call.get(), "s", busName(name_).value_or("").c_str());
-    connection_->send(std::move(call), kAnswerLimit, [done](sd_bus_message*) { done(); });
+    if (asking_)
+        withdrawRequest();
+    done();
 }
 
 void PublishedState::emitChanged() {

@@ -52,6 +52,9 @@ private:
     struct Table;
 
     void requestName();
+    void releaseName(std::function<void()> done);
+    /// Takes back a request that nobody waits for any more.
+    void withdrawRequest();
     void onNameAnswer(sd_bus_message* answer);
     void refused(const std::string& why);
     void leave(bool withGoodbye, const std::function<void()>& done);
@@ -70,7 +73,8 @@ private:
 
     // The I/O thread's own.
     SlotPtr object_;
-    bool owned_ = false; ///< the name is ours
+    bool owned_ = false;  ///< the name is ours
+    bool asking_ = false; ///< it was asked for, and the daemon has not answered
     bool everOwned_ = false;
     bool closed_ = false;
     bool behind_ = false;      ///< the daemon takes nothing; the last record is still to be sent

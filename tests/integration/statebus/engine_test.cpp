@@ -1,6 +1,7 @@
 // Publisher and subscriber in one process, each with its own connection to a private bus.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -13,11 +14,13 @@
 #include "statebus/publisher.h"
 #include "support/bus_watcher.h"
 #include "support/private_bus.h"
+#include "support/raw_peer.h"
 
 using statebus::Record;
 using testing_support::BusWatcher;
 using testing_support::Notice;
 using testing_support::PrivateBus;
+using testing_support::RawPeer;
 
 namespace {
 
@@ -30,6 +33,25 @@ statebus::PublicationSpec playerSpec(const char* instance) {
     initial.setNumber("mState", kPlayerStopped);
     spec.initial = initial;
     return spec;
+}
+
+constexpr char kNotRunning[] = "the engine is not running";
+constexpr char kMainName[] = "tv.sbus.ContentPlayerService.main";
+
+/// Whom the bus names as the owner of an instance's name, "" when it has none.
+std::string ownerOf(const PrivateBus& bus, const std::string& name) {
+    RawPeer peer(bus.address());
+    sd_bus_message* answer = nullptr;
+    sd_bus_error error = SD_BUS_ERROR_NULL;
+    const char* owner = nullptr;
+    if (sd_bus_call_method(peer.bus(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                           "org.freedesktop.DBus", "GetNameOwner", &error, &answer, "s",
+                           name.c_str()) >= 0)
+        (void)sd_bus_message_read(answer, "s", &owner);
+    const std::string text = owner == nullptr ? "" : owner;
+    sd_bus_message_unref(answer);
+    sd_bus_error_free(&error);
+    return text;
 }
 
 class Engine : public testing::Test {
@@ -125,7 +147,7 @@ TEST_F(Engine, RefusesToPublishBeforeItRuns) {
     zeMultiMBusEngine idle(false);
     std::string error;
     EXPECT_EQ(statebus::publish(idle, playerSpec("main"), &error), nullptr);
-    EXPECT_EQ(error, "the engine is not running");
+    EXPECT_EQ(error, kNotRunning);
 }
 
 TEST_F(Engine, CarriesEveryFormOfCommand) {
@@ -243,6 +265,9 @@ TEST_F(Engine, SharesOneConnection) {
     auto player = statebus::publish(one, playerSpec("one"), nullptr);
     auto other = statebus::publish(two, playerSpec("two"), nullptr);
     ASSERT_TRUE(watcher.waitForCount(Notice::kChanged, 2));
+    const std::string owner = ownerOf(bus, "tv.sbus.ContentPlayerService.one");
+    EXPECT_NE(owner, "");
+    EXPECT_EQ(owner, ownerOf(bus, "tv.sbus.ContentPlayerService.two"));
     player.reset();
     one.Stop();
     other->change([](Record& record) { record.setNumber("mPlayback.mPositionSec", 5); });
@@ -275,6 +300,42 @@ TEST_F(Engine, HoldsNobodyUpWhileTheBusStandsStill) {
     kill(bus.pid(), SIGCONT);
     ASSERT_TRUE(watcher.waitForCount(Notice::kChanged, 5001));
     EXPECT_EQ(watcher.notices().back().position, 5000u);
+}
+
+TEST_F(Engine, TakesBackANameThatItWasGivenTooLate) {
+    kill(bus.pid(), SIGSTOP);
+    std::string error;
+    EXPECT_EQ(statebus::publish(publisher, playerSpec("main"), &error), nullptr);
+    EXPECT_NE(error, "");
+    kill(bus.pid(), SIGCONT);
+    EXPECT_NE(publish(playerSpec("main")), nullptr);
+    EXPECT_EQ(ownerOf(bus, kMainName), "");
+}
+
+TEST_F(Engine, TakesBackANameThatItStillAsksForWhenItStops) {
+    zeMultiMBusEngine other(true); // keeps the shared connection open
+    zeMultiMBusEngine stopped(true);
+    ASSERT_EQ(other.Open(), 0);
+    ASSERT_EQ(other.Start(1), 0);
+    std::string error = kNotRunning;
+    for (int attempt = 0; error == kNotRunning && attempt < 1000; ++attempt) {
+        ASSERT_EQ(stopped.Open(), 0);
+        ASSERT_EQ(stopped.Start(1), 0);
+        kill(bus.pid(), SIGSTOP);
+        std::atomic<bool> asking{false};
+        std::thread publishing([&] {
+            asking = true;
+            EXPECT_EQ(statebus::publish(stopped, playerSpec("main"), &error), nullptr);
+        });
+        while (!asking)
+            std::this_thread::yield();
+        stopped.Stop();
+        publishing.join();
+        kill(bus.pid(), SIGCONT);
+    }
+    ASSERT_NE(error, kNotRunning); // the stop was always quicker
+    EXPECT_NE(statebus::publish(other, playerSpec("main"), &error), nullptr) << error;
+    EXPECT_EQ(ownerOf(bus, kMainName), "");
 }
 
 TEST_F(Engine, DoesNotObeyACommandThatWasAnsweredNoLongAgo) {
