@@ -6,20 +6,69 @@
 
 namespace vantor {
 
+namespace {
+
+// As forgiving as the transport was when it took the address.
+GObjectPtr<SoupMessage> requestFor(const std::string& uri) {
+    GUri* address = g_uri_parse(
+        uri.c_str(), static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS | G_URI_FLAGS_PARSE_RELAXED),
+        nullptr);
+    if (address == nullptr) {
+        return nullptr;
+    }
+    const char* host = g_uri_get_host(address);
+    GObjectPtr<SoupMessage> message;
+    if (host != nullptr && *host != '\0') {
+        message.reset(soup_message_new_from_uri("GET", address));
+    }
+    g_uri_unref(address);
+    return message;
+}
+
+} // namespace
+
+PlaylistFetcher::PlaylistFetcher(OwnAddresses ownAddresses)
+    : nothingThere_([this] { answer(std::nullopt); }), browser_(std::move(ownAddresses)) {}
+
 void PlaylistFetcher::fetch(const std::string& uri, Fetched done) {
     transfer_.giveUp();
     browser_.giveUp();
+    nothingThere_.stop();
+    done_ = std::move(done);
+    asking_ = true;
+    begin(uri);
+    asking_ = false;
+}
+
+void PlaylistFetcher::begin(const std::string& uri) {
+    const auto whenDone = [this](const std::optional<std::string>& text) {
+        arrived(text);
+    };
     if (!isContainerAddress(uri)) {
-        transfer_.start(GObjectPtr<SoupMessage>(soup_message_new("GET", uri.c_str())),
-                        std::move(done));
+        transfer_.start(requestFor(uri), whenDone);
         return;
     }
     const auto address = readContainerAddress(uri);
     if (!address) {
-        done(std::nullopt);
+        arrived(std::nullopt);
         return;
     }
-    browser_.browse(*address, std::move(done));
+    browser_.browse(*address, whenDone);
+}
+
+void PlaylistFetcher::arrived(const std::optional<std::string>& text) {
+    if (asking_) {
+        nothingThere_.start(std::chrono::milliseconds(0)); // what comes at once is a failure
+    } else {
+        answer(text);
+    }
+}
+
+void PlaylistFetcher::answer(const std::optional<std::string>& text) {
+    const Fetched done = std::exchange(done_, nullptr);
+    if (done) {
+        done(text);
+    }
 }
 
 } // namespace vantor

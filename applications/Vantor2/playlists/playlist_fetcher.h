@@ -5,9 +5,11 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "base/glib_handles.h"
 #include "http/http_transfer.h"
 #include "playlists/container_browser.h"
 #include "renderer/ports.h"
@@ -17,11 +19,18 @@ namespace vantor {
 class PlaylistFetcher : public PlaylistPort {
 public:
     /// `ownAddresses` tells on which networks media servers are looked for.
-    explicit PlaylistFetcher(OwnAddresses ownAddresses) : browser_(std::move(ownAddresses)) {}
+    explicit PlaylistFetcher(OwnAddresses ownAddresses);
 
     void fetch(const std::string& uri, Fetched done) override;
 
 private:
+    void begin(const std::string& uri);
+    void arrived(const std::optional<std::string>& text);
+    void answer(const std::optional<std::string>& text);
+
+    Fetched done_;
+    bool asking_ = false; // within fetch, which never answers
+    Timer nothingThere_;
     HttpTransfer transfer_;
     ContainerBrowser browser_;
 };

@@ -84,11 +84,15 @@ std::string textOf(xmlDoc* document) {
     return text;
 }
 
-// The root of the document it came from (for its namespaces) around the item.
+// The namespaces of the document it came from around the item.
 std::string documentOf(xmlNode* root, xmlNode* item, const Subtitle& subtitle) {
     const XmlDocument document(xmlNewDoc(BAD_CAST "1.0"));
-    xmlNode* newRoot = xmlDocCopyNode(root, document.get(), 2);
+    xmlNode* newRoot = xmlNewDocNode(document.get(), nullptr, root->name, nullptr);
+    newRoot->nsDef = xmlCopyNamespaceList(root->nsDef);
     xmlDocSetRootElement(document.get(), newRoot);
+    if (root->ns != nullptr) {
+        newRoot->ns = xmlSearchNs(document.get(), newRoot, root->ns->prefix);
+    }
     xmlNode* newItem = xmlAddChild(newRoot, xmlDocCopyNode(item, document.get(), 1));
     if (!subtitle.uri.empty() && !subtitle.isResource) {
         xmlNode* resource =
@@ -127,13 +131,31 @@ MediaItem readItem(xmlNode* root, xmlNode* item) {
     return read;
 }
 
-void collect(xmlNode* root, xmlNode* parent, std::vector<MediaItem>& items) {
-    for (xmlNode* node = firstElement(parent); node != nullptr && items.size() < kMostItems;
+// For the documents of all items together; the constant is what some items with little in them
+// need.
+std::size_t roomFor(std::string_view text) {
+    return 4 * text.size() + std::size_t{512} * 1024;
+}
+
+struct Collection {
+    std::vector<MediaItem> items;
+    std::size_t room;
+    bool full = false;
+};
+
+void collect(xmlNode* root, xmlNode* parent, Collection& collection) {
+    for (xmlNode* node = firstElement(parent); node != nullptr && !collection.full;
          node = elementFrom(node->next)) {
         if (localName(node) == "item") {
-            items.push_back(readItem(root, node));
+            MediaItem item = readItem(root, node);
+            collection.full = item.didl.size() > collection.room;
+            if (!collection.full) {
+                collection.room -= item.didl.size();
+                collection.items.push_back(std::move(item));
+                collection.full = collection.items.size() == kMostItems;
+            }
         } else if (localName(node) == "container") {
-            collect(root, node, items); // as deep as the parser lets a document be
+            collect(root, node, collection); // as deep as the parser lets a document be
         }
     }
 }
@@ -141,16 +163,17 @@ void collect(xmlNode* root, xmlNode* parent, std::vector<MediaItem>& items) {
 } // namespace
 
 std::vector<MediaItem> readDidl(std::string_view text) {
-    std::vector<MediaItem> items;
+    Collection collection{{}, roomFor(text)};
     const XmlDocument document = parseStrictXml(text);
     if (document) {
         xmlNode* root = xmlDocGetRootElement(document.get());
-        collect(root, root, items);
+        collect(root, root, collection);
     }
+    std::vector<MediaItem>& items = collection.items;
     if (items.size() == 1 && items.front().didl.empty()) {
         items.front().didl = text; // byte by byte as it came
     }
-    return items;
+    return std::move(items);
 }
 
 std::string mimeTypeOf(std::string_view protocolInfo) {

@@ -31,7 +31,9 @@ struct MediaItem {
     std::string didl;
 };
 
-/// The items in the order of the document, at most kMostItems. None when the text is not one
+/// The items in the order of the document, at most kMostItems, and no more than have documents of
+/// their own that are together a few times as long as the text: what is said around the items
+/// is repeated in each, and nobody may fill the memory with that. None when the text is not one
 /// well-formed document.
 std::vector<MediaItem> readDidl(std::string_view text);
 constexpr std::size_t kMostItems = 1000; ///< a long album is 30; the rest of a flood is left out

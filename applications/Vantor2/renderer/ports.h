@@ -51,8 +51,8 @@ public:
 class PlaylistPort {
 public:
     virtual ~PlaylistPort() = default;
-    /// The document's text, nothing when it cannot be had in time or is too long. Later calls make
-    /// earlier ones pointless; those may stay unanswered.
+    /// The document's text, nothing when it cannot be had in time or is too long; never before the
+    /// call has returned. Later calls make earlier ones pointless; those may stay unanswered.
     using Fetched = std::function<void(const std::optional<std::string>& text)>;
     virtual void fetch(const std::string& uri, Fetched done) = 0;
 };

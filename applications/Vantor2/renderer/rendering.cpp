@@ -100,6 +100,11 @@ CommandDone Rendering::whenDone() {
         onTheWay_ = onTheWay_ > 0 ? onTheWay_ - 1 : 0;
         if (!accepted) {
             logWarning("the sound service refused a change");
+        }
+        // The service has the last word: the viewer's remote control is faster at times, and what
+        // was asked for may be more than it gives.
+        const bool overtaken = onTheWay_ == 0 && std::exchange(reportedMeanwhile_, false);
+        if (!accepted || overtaken) {
             shown_ = reported_;
             changed_();
         }
@@ -109,6 +114,7 @@ CommandDone Rendering::whenDone() {
 void Rendering::soundChanged(unsigned volume, bool mute) {
     present_ = true;
     reported_ = {std::min(volume, kMostVolume), mute};
+    reportedMeanwhile_ = onTheWay_ > 0;
     if (onTheWay_ == 0) {
         shown_ = reported_;
         changed_();

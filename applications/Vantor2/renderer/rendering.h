@@ -52,6 +52,7 @@ private:
     Sound reported_;
     Sound shown_;
     unsigned onTheWay_ = 0;
+    bool reportedMeanwhile_ = false;        // while something was on the way
     std::map<std::uint32_t, Wish> waiting_; // by request id
 };
 

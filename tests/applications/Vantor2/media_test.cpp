@@ -71,6 +71,26 @@ TEST(DidlLite, HasNoMoreItemsThanABound) {
     EXPECT_EQ(readDidl(didl(many)).size(), kMostItems);
 }
 
+TEST(DidlLite, RepeatsLittleOfWhatStandsAroundTheItems) {
+    const std::string ballast(31 * 1024, 'x');
+    std::string items;
+    for (int number = 0; number < 900; ++number) {
+        items += "<item/>";
+    }
+    for (const std::string& root :
+         {"<DIDL-Lite about=\"" + ballast + "\">", "<DIDL-Lite xmlns:a=\"" + ballast + "\">"}) {
+        const std::string text = root + items + "</DIDL-Lite>";
+        std::size_t sum = 0;
+        for (const MediaItem& item : readDidl(text)) {
+            sum += item.didl.size();
+        }
+        EXPECT_GT(sum, 0u);
+        EXPECT_LE(sum, 4 * text.size() + 512 * 1024) << root.substr(0, 20);
+    }
+    EXPECT_EQ(readDidl("<DIDL-Lite about=\"" + ballast + "\">" + items + "</DIDL-Lite>").size(),
+              900u);
+}
+
 TEST(Subtitles, AreFoundInTheirUsualForms) {
     const std::string film = res("video/mp4:*", "http://a/film.mp4");
     for (const std::string& form :

@@ -78,15 +78,32 @@ public:
 class NotingSound : public SoundPort {
 public:
     void setVolume(unsigned volume, CommandDone done) override {
-        commands.push_back("volume " + std::to_string(volume));
-        done(accepts);
+        note("volume " + std::to_string(volume), std::move(done));
     }
     void setMute(bool mute, CommandDone done) override {
-        commands.push_back(mute ? "mute" : "unmute");
-        done(accepts);
+        note(mute ? "mute" : "unmute", std::move(done));
+    }
+    /// Answers everything that waits for an answer.
+    void answer(bool accepted) {
+        std::vector<CommandDone> waiting;
+        waiting.swap(waiting_);
+        for (const CommandDone& done : waiting) {
+            done(accepted);
+        }
     }
     std::vector<std::string> commands;
     bool accepts = true;
+    bool answersAtOnce = true;
+
+private:
+    void note(const std::string& command, CommandDone done) {
+        commands.push_back(command);
+        waiting_.push_back(std::move(done));
+        if (answersAtOnce) {
+            answer(accepts);
+        }
+    }
+    std::vector<CommandDone> waiting_;
 };
 
 } // namespace vantor

@@ -133,5 +133,27 @@ TEST_F(APlaylistFetcher, MayGoWhileARequestIsOnItsWay) {
     EXPECT_FALSE(answered);
 }
 
+TEST_F(APlaylistFetcher, FetchesFromEveryAddressThatCountsAsPlayable) {
+    Server server("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\nodd");
+    server.uri.insert(server.uri.find("list"), "%zz");
+    fetch(server);
+    EXPECT_EQ(received, "odd");
+}
+
+TEST_F(APlaylistFetcher, NeverAnswersWhileItIsAsked) {
+    for (const char* address : {"nonsense", "http://", "dlna-playcontainer://nonsense"}) {
+        bool answered = false;
+        fetcher.fetch(address, [&](const auto& text) { answered = !text; });
+        EXPECT_FALSE(answered) << address;
+        EXPECT_TRUE(runUntil([&] { return answered; })) << address;
+    }
+    bool first = false;
+    fetcher.fetch("nonsense", [&](const auto&) { first = true; });
+    Server server("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\nsecond");
+    fetch(server);
+    EXPECT_EQ(received, "second");
+    EXPECT_FALSE(first);
+}
+
 } // namespace
 } // namespace vantor

@@ -35,6 +35,26 @@ protected:
     Rendering rendering;
 };
 
+TEST_F(TheServices, ShowTheVolumeThatTheRemoteControlMadeMeanwhile) {
+    rendering.soundChanged(20, false);
+    sound.answersAtOnce = false;
+    EXPECT_EQ(rendering.setVolume({"192.0.2.1", "test"}, 30), 0);
+    rendering.soundChanged(30, false);
+    rendering.soundChanged(31, false);
+    EXPECT_EQ(rendering.volume(), 30u) << "what was asked for, until the answer";
+    sound.answer(true);
+    EXPECT_EQ(rendering.volume(), 31u);
+    EXPECT_EQ(rendering.setVolume({"192.0.2.1", "test"}, 40), 0);
+    sound.answer(true);
+    EXPECT_EQ(rendering.volume(), 40u) << "nothing else was reported";
+    EXPECT_EQ(rendering.setVolume({"192.0.2.1", "test"}, 50), 0);
+    EXPECT_EQ(rendering.setMute({"192.0.2.1", "test"}, true), 0);
+    rendering.soundChanged(45, true);
+    sound.answer(true);
+    EXPECT_EQ(rendering.volume(), 45u) << "the service has a limit of its own";
+    EXPECT_TRUE(rendering.mute());
+}
+
 TEST_F(TheServices, HaveAHandlerForEveryActionAndNoOther) {
     for (const auto& [description, handlers] : all()) {
         std::set<std::string> described;
