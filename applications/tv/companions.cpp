@@ -36,6 +36,19 @@ pid_t parentOf(pid_t process) {
                : std::atoi(line.c_str() + name + 4);
 }
 
+/// With the program that the child runs; empty when it has ended and nobody has asked how.
+void forEachChild(const std::function<void(pid_t, const std::filesystem::path&)>& use) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    for (fs::directory_iterator process("/proc", error), end; !error && process != end;
+         process.increment(error)) {
+        const pid_t pid = std::atoi(process->path().filename().c_str());
+        std::error_code gone; // or not ours to look at
+        if (pid > 0 && parentOf(pid) == getpid())
+            use(pid, fs::read_symlink(process->path() / "exe", gone));
+    }
+}
+
 } // namespace
 
 CompanionWatch::CompanionWatch(std::function<void()> changed) : changed_(std::move(changed)) {}
@@ -165,18 +178,22 @@ const char* programToWaitFor(const Companions& companions) {
     return companions.visible ? kDaemonPath : nullptr;
 }
 
-bool killCompanion(const char* program) {
-    namespace fs = std::filesystem;
-    bool killed = false;
+bool runsCompanion(const char* program) {
     std::error_code error;
-    for (fs::directory_iterator process("/proc", error), end; !error && process != end;
-         process.increment(error)) {
-        const pid_t pid = std::atoi(process->path().filename().c_str());
-        std::error_code gone; // or not ours to look at
-        if (pid > 0 && parentOf(pid) == getpid() &&
-            fs::read_symlink(process->path() / "exe", gone) == program)
+    const auto own = std::filesystem::read_symlink("/proc/self/exe", error);
+    bool found = false;
+    forEachChild([&](pid_t, const std::filesystem::path& running) {
+        found = found || running == program || running == own;
+    });
+    return found;
+}
+
+bool killCompanion(const char* program) {
+    bool killed = false;
+    forEachChild([&](pid_t pid, const std::filesystem::path& running) {
+        if (running == program)
             killed = kill(pid, SIGKILL) == 0 || killed;
-    }
+    });
     return killed;
 }
 

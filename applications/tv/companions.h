@@ -67,6 +67,8 @@ private:
 
 /// The program that keeps the library from shutting down, one of the two above; null: none known.
 const char* programToWaitFor(const Companions& companions);
+/// Whether a child of this process runs the program, or is about to run one.
+bool runsCompanion(const char* program);
 /// Kills the children of this process that run the program. False: there are none.
 bool killCompanion(const char* program);
 /// What keeps the library from shutting the companions down, in words; empty: nothing known.

@@ -8,8 +8,19 @@
 namespace tv {
 
 Output::~Output() {
-    if (own_ >= 0)
-        close(own_);
+    for (const int descriptor : {own_, errors_})
+        if (descriptor >= 0)
+            close(descriptor);
+}
+
+bool Output::takeErrors() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return false;
+    errors_ = ends[0];
+    const bool done = fcntl(errors_, F_SETFL, O_NONBLOCK) == 0 && dup2(ends[1], STDERR_FILENO) >= 0;
+    close(ends[1]);
+    return done;
 }
 
 bool Output::copyOwn() {
@@ -31,7 +42,7 @@ bool Output::divert(const std::string& file) {
         return false;
     bool done = copyOwn() && dup2(trace, STDOUT_FILENO) >= 0;
     if (done && isatty(STDERR_FILENO) != 0)
-        done = dup2(trace, STDERR_FILENO) >= 0;
+        done = takeErrors();
     close(trace);
     return done;
 }

@@ -19,6 +19,8 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 constexpr milliseconds kStatusPeriod{500};
+/// Whether they have ended is looked up, not told: the library has the signal of it ignored.
+constexpr milliseconds kCompanionsPeriod{100};
 /// Another television's companions would be known by then.
 constexpr milliseconds kLookAround{100};
 /// Companions of a television that was killed end by themselves within this time.
@@ -43,6 +45,7 @@ bool isFree(const Companions& companions) {
 
 Television::Television(const Options& options, const Output& output)
     : options_(options),
+      errors_(output.errors()),
       report_(output.own(), options.json ? Format::kJson : Format::kPlain),
       keys_(console_.input()),
       permission_(options.answer),
@@ -142,6 +145,8 @@ std::optional<Television::Time> Television::nextDeadline() const {
     consider(script_.wakeUp());
     consider(screen_.deadline());
     consider(companionsDeadline_);
+    if (companionsDeadline_)
+        consider(steady_clock::now() + kCompanionsPeriod);
     consider(lookAgain_);
     if (report_.hasStatusLine())
         consider(steady_clock::now() + kStatusPeriod);
@@ -194,6 +199,7 @@ void Television::onTime(Time now) {
         onCompanions();
     if (companionsDeadline_ && now >= *companionsDeadline_)
         onCompanionsMissing(watch_->now());
+    noticeEndedCompanions();
 }
 
 void Television::onInput() {

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "ketra/KetraSrv.h"
+#include "tv/companion_errors.h"
 #include "tv/companions.h"
 #include "tv/console.h"
 #include "tv/input.h"
@@ -69,6 +70,8 @@ private:
     void expectCompanions();
     /// Whether both companions can be used, for the library too.
     bool areThere(const Companions& now);
+    /// Ends the TV when one of them has ended before it was there.
+    void noticeEndedCompanions();
     void onCompanionsMissing(const Companions& companions);
     Status status();
 
@@ -81,6 +84,7 @@ private:
 
     const Options options_;
     EndingSignals signals_;
+    CompanionErrors errors_;
     Report report_;
     const Console console_;
     KeyByKey keys_;

@@ -88,22 +88,41 @@ void Television::onCompanions() {
                        "time");
 }
 
+void Television::noticeEndedCompanions() {
+    if (!companionsDeadline_)
+        return;
+    const Companions now = watch_->now();
+    const bool player = !now.players.empty() || runsCompanion(kPlayerPath);
+    const bool daemon = now.daemon || runsCompanion(kDaemonPath);
+    if (!player || !daemon)
+        onCompanionsMissing(now);
+}
+
 void Television::onCompanionsMissing(const Companions& companions) {
     companionsDeadline_.reset();
-    const std::string after = " within " + std::to_string(options_.patience.count()) + " seconds; ";
-    const std::string hint = " (--verbose shows what it says)";
-    if (companions.players.empty())
-        report_.problem("the player did not appear on the state bus" + after + kPlayerPath + hint);
+    const std::string within = " within " + std::to_string(options_.patience.count()) + " seconds";
+    const auto missing = [&](const char* who, const char* program) {
+        report_.problem(std::string(who) +
+                        (runsCompanion(program) ? " did not appear on the state bus" + within
+                                                : " ended before it appeared on the state bus") +
+                        "; " + program);
+    };
+    const bool player = !companions.players.empty();
     const bool daemon = companions.daemon && companions.daemonStarts > daemonStartsBefore_;
+    if (!player)
+        missing("the player", kPlayerPath);
     if (!daemon)
-        report_.problem("the renderer daemon did not appear on the state bus" + after +
-                        kDaemonPath + hint);
-    if (companions.players.empty() || !daemon) {
+        missing("the renderer daemon", kDaemonPath);
+    if (player && daemon)
+        report_.problem("the renderer daemon did not report itself visible" + within + "; " +
+                        kDaemonPath);
+    else
         end(ExitCode::kNoCompanion);
-        return;
-    }
-    report_.problem("the renderer daemon did not report itself visible" + after + kDaemonPath +
-                    hint);
+    const std::vector<std::string> errors = errors_.last();
+    for (const std::string& line : errors)
+        report_.problem(statebus::visibleText(line));
+    if (errors.empty() && !options_.verbose)
+        report_.notice("--verbose shows what the companions say");
 }
 
 } // namespace tv

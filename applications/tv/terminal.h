@@ -7,8 +7,9 @@
 
 namespace tv {
 
-/// Makes a terminal hand over every key at once and puts it back when destroyed. Ctrl-C, Ctrl-Z and
-/// the like keep their meaning. Does nothing for what is not a terminal.
+/// Makes a terminal hand over every key at once and puts it back when destroyed, and also when
+/// Ctrl-\ or an abort ends the process. Ctrl-C, Ctrl-Z and the like keep their meaning. Does
+/// nothing for what is not a terminal. One object per process.
 class KeyByKey {
 public:
     explicit KeyByKey(int descriptor);

@@ -1,8 +1,11 @@
 """The television as a person starts it, on a bus that lives as long as it does."""
 
+import fcntl
 import os
+import re
 import signal
 import subprocess
+import termios
 import time
 import unittest
 
@@ -17,6 +20,48 @@ print(taken.getsockname()[1], flush=True)
 sys.stdin.read()
 """
 WITH_BUS = os.path.join(os.path.dirname(__file__), "../../tools/world/with-bus")
+
+
+class Terminal:
+    """A program at a terminal of its own, and what is seen there."""
+
+    def __init__(self, args, env):
+        self.text = ""
+        self._own, theirs = os.openpty()
+        self._theirs = theirs  # kept open: the settings are still to be read after the program
+        self._child = subprocess.Popen(
+            args, env=env, stdin=theirs, stdout=theirs, stderr=theirs, start_new_session=True,
+            preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
+        os.set_blocking(self._own, False)
+
+    def _look(self):
+        try:
+            self.text += os.read(self._own, 65536).decode("utf-8", "replace")
+        except BlockingIOError:
+            pass
+        return self.text
+
+    def until_said(self, part):
+        until(lambda: part in self._look(), repr(part))
+
+    def type(self, keys):
+        os.write(self._own, keys.encode())
+
+    def echoes(self):
+        return bool(termios.tcgetattr(self._theirs)[3] & termios.ECHO)
+
+    def ended(self):
+        """Its exit status; what it says is read meanwhile, or it would stand still."""
+        until(lambda: (self._look(), self._child.poll() is not None)[1], "its end")
+        self._look()
+        return self._child.returncode
+
+    def close(self):
+        if self._child.poll() is None:
+            os.killpg(self._child.pid, signal.SIGKILL)
+            self._child.wait()
+        os.close(self._own)
+        os.close(self._theirs)
 
 
 class ARunningTelevision(unittest.TestCase):
@@ -37,21 +82,60 @@ class ARunningTelevision(unittest.TestCase):
                 return tv
         self.fail("the television did not get ready")
 
-    def test_that_finds_its_port_occupied_names_it_and_ends(self):
+    def occupied_port(self):
         address = os.environ["KETRA_TV_ADDRESS"]
-        with subprocess.Popen(["in_tv", "/usr/bin/python3", "-c", OCCUPY, address],
-                              stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True) as taker:
-            port = taker.stdout.readline().strip()
-            environment = dict(os.environ, KETRA_STATE_DIR=f"/run/{self.id()}", KETRA_PORT=port)
-            tv = subprocess.run(
-                ["in_tv", WITH_BUS, "--", f"{BIN}/ketra-tv", "--patience", "2"],
-                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                text=True, env=environment, timeout=3 * DEADLINE, check=False,
-            )
-            taker.stdin.close()
+        taker = subprocess.Popen(["in_tv", "/usr/bin/python3", "-c", OCCUPY, address],
+                                 stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        self.addCleanup(taker.wait)
+        self.addCleanup(taker.stdin.close)
+        self.addCleanup(taker.stdout.close)
+        return taker.stdout.readline().strip()
+
+    def command(self, **settings):
+        """How it is started, and in which environment; it has more patience than the test."""
+        return {"args": ["in_tv", WITH_BUS, "--", f"{BIN}/ketra-tv", "--patience", "600"],
+                "env": dict(os.environ, KETRA_STATE_DIR=f"/run/{self.id()}", **settings)}
+
+    def test_that_finds_its_port_occupied_names_it_and_ends(self):
+        port = self.occupied_port()
+        tv = subprocess.run(
+            **self.command(KETRA_PORT=port), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+            stderr=subprocess.STDOUT, text=True, timeout=3 * DEADLINE, check=False,
+        )
         self.assertEqual(tv.returncode, 5, tv.stdout)
+        address = os.environ["KETRA_TV_ADDRESS"]
         self.assertIn(f"cannot serve on {address} port {port}: ", tv.stdout)
-        self.assertIn("the renderer daemon did not appear", tv.stdout)
+        self.assertIn("the renderer daemon ended before it appeared", tv.stdout)
+
+    def at_a_terminal(self, **settings):
+        """A television that a person starts at a terminal."""
+        terminal = Terminal(**self.command(**settings))
+        self.addCleanup(terminal.close)
+        return terminal
+
+    def test_at_a_terminal_tells_what_keeps_its_daemon_from_starting(self):
+        port = self.occupied_port()
+        address = os.environ["KETRA_TV_ADDRESS"]
+        for setting, value, reason in (
+            ("KETRA_PORT", port, f"cannot serve on {address} port {port}: "),
+            ("KETRA_PORT", "80000", "KETRA_PORT"),
+            ("KETRA_INTERFACE", "nope", "nope"),
+        ):
+            with self.subTest(setting=setting, value=value):
+                terminal = self.at_a_terminal(**{setting: value})
+                self.assertEqual(terminal.ended(), 5, terminal.text)
+                self.assertIn("the renderer daemon ended before it appeared", terminal.text)
+                self.assertRegex(terminal.text, f"problem Vantor2: error: .*{re.escape(reason)}")
+
+    def test_at_a_terminal_gives_it_back_when_it_is_ended_by_force(self):
+        terminal = self.at_a_terminal()
+        terminal.until_said("ready name=")
+        self.assertFalse(terminal.echoes())
+        terminal.type("\x1c")
+        terminal.ended()
+        self.assertTrue(terminal.echoes())
+        for program in ("Vantor2", "zeGStreamerPlayer"):
+            until(lambda: not companion_pids(program), f"the end of {program}")
 
     def check_end(self, tv, sock):
         said = []
