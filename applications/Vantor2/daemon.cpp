@@ -93,21 +93,22 @@ BusEvents Daemon::busEvents() {
 
 ExitCode Daemon::run() {
     openMain();
+    // From the first moment on: an end that comes while it starts is an orderly one, too.
+    const auto onSignal = [](gpointer self) -> gboolean {
+        static_cast<Daemon*>(self)->end(ExitCode::ok);
+        return G_SOURCE_CONTINUE;
+    };
+    const guint signals[] = {g_unix_signal_add(SIGTERM, onSignal, this),
+                             g_unix_signal_add(SIGINT, onSignal, this),
+                             g_unix_signal_add(SIGHUP, onSignal, this)};
     const ExitCode started = start();
     if (started == ExitCode::ok) {
-        const auto onSignal = [](gpointer self) -> gboolean {
-            static_cast<Daemon*>(self)->end(ExitCode::ok);
-            return G_SOURCE_CONTINUE;
-        };
-        const guint signals[] = {g_unix_signal_add(SIGTERM, onSignal, this),
-                                 g_unix_signal_add(SIGINT, onSignal, this),
-                                 g_unix_signal_add(SIGHUP, onSignal, this)};
         g_main_loop_run(loop_);
-        for (const guint source : signals) {
-            g_source_remove(source);
-        }
     } else {
         exitCode_ = started;
+    }
+    for (const guint source : signals) {
+        g_source_remove(source);
     }
     sayGoodbye();
     return exitCode_;

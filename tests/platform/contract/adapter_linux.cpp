@@ -88,6 +88,11 @@ public:
         waitpid(process_, nullptr, 0);
         process_ = 0;
     }
+    /// Returns when it stands still.
+    void freeze() {
+        signal(SIGSTOP);
+        waitpid(process_, nullptr, WUNTRACED);
+    }
 
 private:
     pid_t process_ = 0;
@@ -102,7 +107,7 @@ public:
             fail("the publisher did not start");
     }
     void kill() override { program_.end(); }
-    void freeze() override { program_.signal(SIGSTOP); }
+    void freeze() override { program_.freeze(); }
 
 private:
     Program program_;
