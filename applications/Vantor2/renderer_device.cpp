@@ -52,7 +52,7 @@ RendererDevice::RendererDevice(const DeviceIdentity& identity, const RendererClo
       playlists_([this] { return server_.addresses(); }),
       transport_(clock, permission_, player, playlists_, [this] { transportChanged(); }),
       rendering_(permission_, sound, [this] { renderingChanged(); }),
-      notify_(limits.subscriptions),
+      notify_(limits.subscriptions, limits.eventPatience),
       quota_(limits.subscriptionsPerHost, limits.subscriptions),
       transportEvents_(
           notify_, quota_,

@@ -25,6 +25,8 @@ struct DeviceLimits {
     /// Subscriptions of one host, over all services, and of all hosts together.
     unsigned subscriptionsPerHost = 32;
     unsigned subscriptions = 128;
+    /// How long an event message may take until it is answered.
+    std::chrono::milliseconds eventPatience{5000};
 };
 
 class RendererDevice {

@@ -19,6 +19,9 @@ constexpr std::uint32_t kLeastSeconds = 60;
 constexpr std::uint32_t kMostSeconds = 1800;
 constexpr unsigned kFailuresUntilRemoval = 3;
 constexpr std::size_t kMostCallbacks = 4;
+// Some controllers drop an event that reaches them before they have looked at the answer to their
+// subscription, which had left before.
+constexpr std::chrono::milliseconds kFirstEventDelay{50};
 
 HttpReply refusal(unsigned status) {
     HttpReply reply;
@@ -47,33 +50,46 @@ struct EventPublisher::Subscription {
     std::string sid;
     EventPeer peer;
     std::vector<std::string> callbacks; // tried in turn, the present one first
-    std::uint32_t sequence = 0;
+    SubscriptionQuota::Place place;
+    Timer first;                // until the initial event may leave
+    std::uint32_t sequence = 0; // of the present message
+    std::shared_ptr<const std::string> body;
+    std::size_t addressesTried = 0;
+    std::unique_ptr<NotifySender::Delivery> delivery;
     TimePoint expiry;
     TimePoint quietUntil; // no further message before this time
     bool begun = false;   // the initial event was sent
     bool busy = false;    // a message is on its way
     unsigned failures = 0;
-    EventState told;
+    std::shared_ptr<const EventState> told;
+
+    explicit Subscription(std::function<void()> begin) : first(std::move(begin)) {}
 };
 
-bool SubscriptionQuota::take(const std::string& host) {
-    const auto found = hosts_.find(host);
-    if (taken_ >= total_ || (found != hosts_.end() && found->second >= perHost_)) {
-        return false;
-    }
-    ++hosts_[host];
-    ++taken_;
-    return true;
-}
+struct EventPublisher::Round {
+    TimePoint now = Clock::now();
+    std::map<std::pair<std::string, std::string>, State> states;
+    std::map<std::pair<State, State>, Body> bodies;
+};
 
-void SubscriptionQuota::giveBack(const std::string& host) {
-    const auto found = hosts_.find(host);
-    if (found != hosts_.end()) {
-        --taken_;
-        if (--found->second == 0) {
-            hosts_.erase(found);
-        }
+SubscriptionQuota::SubscriptionQuota(unsigned perHost, unsigned total)
+    : perHost_(perHost), total_(total), taken_(std::make_shared<Taken>()) {}
+
+SubscriptionQuota::Place SubscriptionQuota::take(const std::string& host) {
+    const auto found = taken_->hosts.find(host);
+    const bool hostIsFull = found != taken_->hosts.end() && found->second >= perHost_;
+    if (taken_->total >= total_ || hostIsFull) {
+        return nullptr;
     }
+    ++taken_->hosts[host];
+    ++taken_->total;
+    return Place(taken_.get(), [taken = taken_, host](void*) {
+        --taken->total;
+        const auto count = taken->hosts.find(host);
+        if (--count->second == 0) {
+            taken->hosts.erase(count);
+        }
+    });
 }
 
 EventPublisher::EventPublisher(NotifySender& sender, SubscriptionQuota& quota, EventSource source)
@@ -113,12 +129,15 @@ HttpReply EventPublisher::subscribe(const HttpRequest& request) {
         logStranger("subscription from " + request.peerAddress + " refused: CALLBACK");
         return refusal(412);
     }
-    if (!quota_.take(request.peerAddress)) {
+    SubscriptionQuota::Place place = quota_.take(request.peerAddress);
+    if (!place) {
         logStranger("too many subscriptions, one refused from " + request.peerAddress);
         return refusal(503);
     }
-    auto subscription = std::make_unique<Subscription>();
-    subscription->sid = newSid();
+    const std::string sid = newSid();
+    auto subscription = std::make_unique<Subscription>([this, sid] { begin(sid); });
+    subscription->sid = sid;
+    subscription->place = std::move(place);
     subscription->peer = {request.peerAddress, request.userAgent};
     subscription->callbacks = std::move(callbacks);
     Subscription& entry = *subscription;
@@ -126,9 +145,10 @@ HttpReply EventPublisher::subscribe(const HttpRequest& request) {
 
     HttpReply reply = accepted(entry, request);
     // The subscriber must know its SID before the first event names it.
-    reply.afterwards = [this, alive = alive_, sid = entry.sid] {
-        if (*alive) {
-            begin(sid);
+    reply.afterwards = [this, alive = alive_, sid] {
+        const auto found = *alive ? subscriptions_.find(sid) : subscriptions_.end();
+        if (*alive && found != subscriptions_.end()) {
+            found->second->first.start(kFirstEventDelay);
         }
     };
     return reply;
@@ -168,27 +188,52 @@ void EventPublisher::begin(const std::string& sid) {
     }
     Subscription& subscription = *found->second;
     subscription.begun = true;
-    EventState now = source_.state(subscription.peer);
-    const EventState all = now;
-    send(subscription, std::move(now), all);
+    Round round;
+    State now = stateFor(round, subscription.peer);
+    Body body = std::make_shared<const std::string>(writePropertySet(source_.properties(*now)));
+    send(subscription, std::move(now), std::move(body));
 }
 
-void EventPublisher::send(Subscription& subscription, EventState now, const EventState& changed) {
+EventPublisher::State EventPublisher::stateFor(Round& round, const EventPeer& peer) {
+    State& state = round.states[{peer.address, peer.userAgent}];
+    if (!state) {
+        EventState now = source_.state(peer);
+        state = recent_.lock();
+        if (!state || *state != now) {
+            state = std::make_shared<const EventState>(std::move(now));
+            recent_ = state;
+        }
+    }
+    return state;
+}
+
+void EventPublisher::send(Subscription& subscription, State now, Body body) {
+    // 0 is the initial event's alone.
+    if (subscription.told) {
+        subscription.sequence = subscription.sequence == UINT32_MAX ? 1 : subscription.sequence + 1;
+    }
     subscription.told = std::move(now);
-    subscription.busy = true;
+    subscription.body = std::move(body);
+    subscription.addressesTried = 0;
     subscription.quietUntil = Clock::now() + source_.interval;
+    deliver(subscription);
+}
+
+void EventPublisher::deliver(Subscription& subscription) {
+    ++subscription.addressesTried;
+    subscription.busy = true;
     Notification notification;
     notification.url = subscription.callbacks.front();
     notification.sid = subscription.sid;
     notification.sequence = subscription.sequence;
-    notification.body = writePropertySet(source_.properties(changed));
-    // 0 is the initial event's alone.
-    subscription.sequence = subscription.sequence == UINT32_MAX ? 1 : subscription.sequence + 1;
-    sender_.send(notification, [this, alive = alive_, sid = subscription.sid](unsigned status) {
-        if (*alive) {
-            answered(sid, status);
-        }
-    });
+    notification.body = subscription.body;
+    subscription.delivery =
+        sender_.send(notification, [this, alive = alive_, sid = subscription.sid,
+                                    place = subscription.place](unsigned status) {
+            if (*alive) {
+                answered(sid, status);
+            }
+        });
 }
 
 void EventPublisher::answered(const std::string& sid, unsigned status) {
@@ -197,18 +242,24 @@ void EventPublisher::answered(const std::string& sid, unsigned status) {
         return;
     }
     Subscription& subscription = *found->second;
+    if (status == 0) {
+        std::rotate(subscription.callbacks.begin(), subscription.callbacks.begin() + 1,
+                    subscription.callbacks.end());
+        if (subscription.addressesTried < subscription.callbacks.size()) {
+            deliver(subscription);
+            return;
+        }
+    }
     subscription.busy = false;
+    subscription.body.reset();
     subscription.failures = status == 0 ? subscription.failures + 1 : 0;
     if (status == 412 || subscription.failures >= kFailuresUntilRemoval) {
         logStranger("subscriber " + subscription.peer.address + " dropped");
         remove(sid);
         return;
     }
-    if (status == 0) {
-        std::rotate(subscription.callbacks.begin(), subscription.callbacks.begin() + 1,
-                    subscription.callbacks.end());
-    }
-    flush();
+    Round round;
+    flush(round, subscription);
 }
 
 void EventPublisher::stateChanged() {
@@ -216,35 +267,51 @@ void EventPublisher::stateChanged() {
 }
 
 void EventPublisher::flush() {
-    const TimePoint now = Clock::now();
-    TimePoint next = TimePoint::max();
+    Round round;
     for (const auto& entry : subscriptions_) {
-        Subscription& subscription = *entry.second;
-        if (!subscription.begun || subscription.busy) {
-            continue; // begin or the answer comes here again
-        }
-        EventState state = source_.state(subscription.peer);
-        const EventState changed = difference(subscription.told, state);
-        if (changed.empty()) {
-            continue;
-        }
-        if (subscription.quietUntil > now) {
-            next = std::min(next, subscription.quietUntil);
-            continue;
-        }
-        send(subscription, std::move(state), changed);
-    }
-    if (next != TimePoint::max()) {
-        moderation_.start(std::chrono::ceil<std::chrono::milliseconds>(next - now));
+        flush(round, *entry.second);
     }
 }
 
-void EventPublisher::remove(const std::string& sid) {
-    const auto found = subscriptions_.find(sid);
-    if (found != subscriptions_.end()) {
-        quota_.giveBack(found->second->peer.address);
-        subscriptions_.erase(found);
+// Tells one subscriber what it does not know yet, now or when its time has come.
+void EventPublisher::flush(Round& round, Subscription& subscription) {
+    if (!subscription.begun || subscription.busy) {
+        return; // begin or the answer comes here again
     }
+    State state = stateFor(round, subscription.peer);
+    if (state == subscription.told) {
+        return;
+    }
+    Body& body = round.bodies[{subscription.told, state}];
+    if (!body) {
+        const EventState changed = difference(*subscription.told, *state);
+        if (changed.empty()) {
+            return;
+        }
+        if (subscription.quietUntil <= round.now) {
+            body =
+                std::make_shared<const std::string>(writePropertySet(source_.properties(changed)));
+        }
+    }
+    if (subscription.quietUntil > round.now) {
+        armModeration(subscription.quietUntil);
+        return;
+    }
+    send(subscription, std::move(state), body);
+}
+
+// One timer for all, at the nearest time.
+void EventPublisher::armModeration(TimePoint when) {
+    if (moderation_.running() && moderationAt_ <= when) {
+        return;
+    }
+    moderationAt_ = when;
+    moderation_.start(std::chrono::ceil<std::chrono::milliseconds>(when - Clock::now()));
+}
+
+void EventPublisher::remove(const std::string& sid) {
+    // Gives up a message that is on its way, too.
+    subscriptions_.erase(sid);
 }
 
 void EventPublisher::clear() {

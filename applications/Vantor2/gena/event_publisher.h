@@ -41,15 +41,22 @@ struct EventSource {
 /// How many subscriptions there may be over all services.
 class SubscriptionQuota {
 public:
-    SubscriptionQuota(unsigned perHost, unsigned total) : perHost_(perHost), total_(total) {}
-    bool take(const std::string& host);
-    void giveBack(const std::string& host);
+    /// A subscription's place, taken until nobody holds it any more: a message on its way to a
+    /// subscriber that has ended its subscription keeps it, too.
+    using Place = std::shared_ptr<void>;
+
+    SubscriptionQuota(unsigned perHost, unsigned total);
+    /// Nothing when all places, or those of this host, are taken.
+    Place take(const std::string& host);
 
 private:
+    struct Taken {
+        unsigned total = 0;
+        std::map<std::string, unsigned> hosts;
+    };
     unsigned perHost_;
     unsigned total_;
-    unsigned taken_ = 0;
-    std::map<std::string, unsigned> hosts_;
+    std::shared_ptr<Taken> taken_; // places may outlive the quota
 };
 
 class EventPublisher {
@@ -80,10 +87,17 @@ private:
     HttpReply accepted(Subscription& subscription, const HttpRequest& request);
 
     void begin(const std::string& sid);
-    void send(Subscription& subscription, EventState now, const EventState& changed);
+    using State = std::shared_ptr<const EventState>;
+    using Body = std::shared_ptr<const std::string>;
+    struct Round; // what one look at the state has computed already
+    State stateFor(Round& round, const EventPeer& peer);
+    void send(Subscription& subscription, State now, Body body);
+    void deliver(Subscription& subscription);
     void answered(const std::string& sid, unsigned status);
     void remove(const std::string& sid);
     void flush();
+    void flush(Round& round, Subscription& subscription);
+    void armModeration(TimePoint when);
     void expire();
     void armExpiry();
 
@@ -91,7 +105,9 @@ private:
     SubscriptionQuota& quota_;
     EventSource source_;
     std::map<std::string, std::unique_ptr<Subscription>> subscriptions_;
+    std::weak_ptr<const EventState> recent_; // most subscribers see the same state
     Timer moderation_;
+    TimePoint moderationAt_;
     Timer expiry_;
     std::shared_ptr<bool> alive_; // replies that are still being written may outlive this
 };

@@ -8,18 +8,26 @@ namespace vantor {
 
 namespace {
 
-constexpr guint kAnswerSeconds = 5;
+constexpr guint kIdleSeconds = 5;
 constexpr int kConnectionsPerSubscriber = 2;
 constexpr std::size_t kLongestCallback = 512;
 
-struct Delivery {
+// Lives as long as GIO works for it.
+struct Transfer {
     std::shared_ptr<bool> alive;
     std::function<void(unsigned)> done;
     GObjectPtr<SoupMessage> message;
+    GObjectPtr<GCancellable> cancellable; // by the deadline, or by who gave the message up
+    bool late = false;
+    Timer deadline{[this] {
+        late = true;
+        g_cancellable_cancel(cancellable.get());
+    }};
 };
 
 void sent(GObject* session, GAsyncResult* result, gpointer data) {
-    const std::unique_ptr<Delivery> delivery(static_cast<Delivery*>(data));
+    const std::unique_ptr<Transfer> transfer(static_cast<Transfer*>(data));
+    transfer->deadline.stop();
     GError* failure = nullptr;
     const GObjectPtr<GInputStream> answer(
         soup_session_send_finish(SOUP_SESSION(session), result, &failure));
@@ -28,18 +36,32 @@ void sent(GObject* session, GAsyncResult* result, gpointer data) {
     } else {
         g_clear_error(&failure);
     }
-    if (*delivery->alive) {
-        delivery->done(answer ? soup_message_get_status(delivery->message.get()) : 0);
+    const bool givenUp =
+        !transfer->late && g_cancellable_is_cancelled(transfer->cancellable.get()) != FALSE;
+    if (*transfer->alive && !givenUp) {
+        transfer->done(answer ? soup_message_get_status(transfer->message.get()) : 0);
     }
+}
+
+GBytes* shareBytes(const std::shared_ptr<const std::string>& text) {
+    using Shared = std::shared_ptr<const std::string>;
+    return g_bytes_new_with_free_func(
+        text->data(), text->size(), [](gpointer data) { delete static_cast<Shared*>(data); },
+        new Shared(text));
 }
 
 } // namespace
 
-NotifySender::NotifySender(unsigned connections)
-    : session_(SOUP_SESSION(
-          g_object_new(SOUP_TYPE_SESSION, "max-conns", static_cast<int>(connections),
-                       "max-conns-per-host", kConnectionsPerSubscriber, "timeout", kAnswerSeconds,
-                       "idle-timeout", kAnswerSeconds, "proxy-resolver", nullptr, nullptr))),
+NotifySender::Delivery::~Delivery() {
+    g_cancellable_cancel(cancellable_.get());
+}
+
+NotifySender::NotifySender(unsigned connections, std::chrono::milliseconds patience)
+    : session_(
+          SOUP_SESSION(g_object_new(SOUP_TYPE_SESSION, "max-conns", static_cast<int>(connections),
+                                    "max-conns-per-host", kConnectionsPerSubscriber, "idle-timeout",
+                                    kIdleSeconds, "proxy-resolver", nullptr, nullptr))),
+      patience_(patience),
       alive_(std::make_shared<bool>(true)) {}
 
 NotifySender::~NotifySender() {
@@ -47,7 +69,8 @@ NotifySender::~NotifySender() {
     soup_session_abort(session_.get());
 }
 
-void NotifySender::send(const Notification& notification, std::function<void(unsigned)> done) {
+std::unique_ptr<NotifySender::Delivery> NotifySender::send(const Notification& notification,
+                                                           std::function<void(unsigned)> done) {
     GObjectPtr<SoupMessage> message(soup_message_new("NOTIFY", notification.url.c_str()));
     soup_message_add_flags(message.get(), SOUP_MESSAGE_NO_REDIRECT);
     SoupMessageHeaders* headers = soup_message_get_request_headers(message.get());
@@ -55,12 +78,20 @@ void NotifySender::send(const Notification& notification, std::function<void(uns
     soup_message_headers_append(headers, "NTS", "upnp:propchange");
     soup_message_headers_append(headers, "SID", notification.sid.c_str());
     soup_message_headers_append(headers, "SEQ", std::to_string(notification.sequence).c_str());
-    GBytes* body = g_bytes_new(notification.body.data(), notification.body.size());
+    GBytes* body = shareBytes(notification.body);
     soup_message_set_request_body_from_bytes(message.get(), "text/xml; charset=\"utf-8\"", body);
     g_bytes_unref(body);
-    SoupMessage* raw = message.get();
-    soup_session_send_async(session_.get(), raw, G_PRIORITY_DEFAULT, nullptr, sent,
-                            new Delivery{alive_, std::move(done), std::move(message)});
+    auto transfer = std::make_unique<Transfer>();
+    transfer->alive = alive_;
+    transfer->done = std::move(done);
+    transfer->message = std::move(message);
+    transfer->cancellable.reset(g_cancellable_new());
+    transfer->deadline.start(patience_);
+    auto delivery = std::make_unique<Delivery>(transfer->cancellable.get());
+    Transfer* raw = transfer.release();
+    soup_session_send_async(session_.get(), raw->message.get(), G_PRIORITY_DEFAULT,
+                            raw->cancellable.get(), sent, raw);
+    return delivery;
 }
 
 bool isCallbackAllowed(const std::string& url, const std::string& peerAddress) {

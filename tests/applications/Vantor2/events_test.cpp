@@ -81,6 +81,12 @@ public:
         return runUntil([&] { return poll() >= count; }, limit);
     }
 
+    /// Answers with one more byte; false when the other side has closed the connection.
+    bool drip() const {
+        return !connections_.empty() &&
+               ::send(connections_.front().first, "H", 1, MSG_NOSIGNAL) == 1;
+    }
+
     std::vector<Event> events;
     std::uint16_t port = 0;
 
@@ -148,6 +154,16 @@ protected:
     static DeviceLimits few() {
         DeviceLimits limits;
         limits.subscriptionsPerHost = 3;
+        return limits;
+    }
+};
+
+class EventsForTheQuick : public Events {
+protected:
+    EventsForTheQuick() : Events(quick()) {}
+    static DeviceLimits quick() {
+        DeviceLimits limits;
+        limits.eventPatience = milliseconds(300);
         return limits;
     }
 };
@@ -270,6 +286,104 @@ TEST_F(Events, ReachOthersWhileSomeSubscribersAreMute) {
     play("http://127.0.0.1:9/a.mp4");
     ASSERT_TRUE(healthy.waitFor(2));
     EXPECT_LT(healthy.events[1].at - start, milliseconds(150));
+}
+
+TEST_F(Events, ReachOthersAlthoughManySubscriptionsToMuteOnesCameAndWent) {
+    std::vector<std::unique_ptr<Subscriber>> mute;
+    for (int round = 0; round < 5; ++round) {
+        std::vector<std::string> sids;
+        const std::size_t before = mute.size();
+        for (int count = 0; count < 32; ++count) {
+            mute.push_back(std::make_unique<Subscriber>(true));
+            const std::string answer = subscribe(*mute.back());
+            ASSERT_EQ(statusOf(answer), 200) << "round " << round;
+            sids.push_back(headerOf(answer, "SID"));
+        }
+        for (std::size_t row = before; row < mute.size(); ++row) {
+            ASSERT_TRUE(mute[row]->waitFor(1, milliseconds(3000)));
+        }
+        for (const std::string& sid : sids) {
+            ASSERT_EQ(statusOf(subscription("UNSUBSCRIBE", "SID: " + sid + "\r\n")), 200);
+        }
+    }
+    Subscriber healthy;
+    ASSERT_EQ(statusOf(subscribe(healthy)), 200);
+    EXPECT_TRUE(healthy.waitFor(1, milliseconds(2000)));
+}
+
+TEST_F(EventsForTheQuick, AreNotHeldUpByAnAnswerThatNeverEnds) {
+    Subscriber dripping(true);
+    subscribe(dripping);
+    ASSERT_TRUE(dripping.waitFor(1));
+    EXPECT_TRUE(runUntil([&] { return !dripping.drip(); })) << "the connection is cut";
+}
+
+TEST_F(Events, GoToTheNextAddressWhenOneIsDead) {
+    std::string dead;
+    { dead = Subscriber().callback(); }
+    Subscriber live;
+    subscription("SUBSCRIBE", "CALLBACK: " + dead + live.callback() + "\r\nNT: upnp:event\r\n");
+    ASSERT_TRUE(live.waitFor(1));
+    EXPECT_EQ(live.events[0].sequence, "0");
+    EXPECT_TRUE(live.events[0].says("TransportState", "NO_MEDIA_PRESENT"));
+    EXPECT_NE(live.events[0].lastChange().find("<CurrentPlayMode "), std::string::npos)
+        << "the whole state";
+    play("http://127.0.0.1:9/a.mp4");
+    ASSERT_TRUE(live.waitFor(2));
+    EXPECT_EQ(live.events[1].sequence, "1");
+}
+
+TEST_F(Events, BeginAMomentAfterTheAnswer) {
+    Subscriber subscriber;
+    RawClient client(device->port());
+    client.send("SUBSCRIBE /AVTransport/event HTTP/1.1\r\nHost: " + host() +
+                "\r\nCALLBACK: " + subscriber.callback() + "\r\nNT: upnp:event\r\n\r\n");
+    ASSERT_EQ(statusOf(client.answer()), 200);
+    const auto answered = steady_clock::now();
+    ASSERT_TRUE(subscriber.waitFor(1));
+    EXPECT_GE(subscriber.events[0].at - answered, milliseconds(40));
+    EXPECT_LT(subscriber.events[0].at - answered, milliseconds(1000));
+}
+
+TEST(AnEventPublisher, LooksAtTheStateOnceForSubscribersThatSeeTheSame) {
+    constexpr std::size_t kSubscribers = 50;
+    std::string value = "a";
+    std::size_t looks = 0;
+    EventSource source;
+    source.state = [&](const EventPeer&) {
+        ++looks;
+        return EventState{{"Value", value}};
+    };
+    source.properties = [](const EventState& changed) {
+        return changed;
+    };
+    NotifySender sender(100, milliseconds(5000));
+    SubscriptionQuota quota(100, 100);
+    EventPublisher publisher(sender, quota, std::move(source));
+    Subscriber subscriber;
+    HttpRequest request;
+    request.method = "SUBSCRIBE";
+    request.peerAddress = "127.0.0.1";
+    request.header = [&](const char* name) -> std::optional<std::string> {
+        const std::string header = name;
+        return header == "NT"         ? std::optional<std::string>("upnp:event")
+               : header == "CALLBACK" ? std::optional<std::string>(subscriber.callback())
+                                      : std::nullopt;
+    };
+    for (std::size_t count = 0; count < kSubscribers; ++count) {
+        const HttpReply reply = publisher.handle(request);
+        ASSERT_EQ(reply.status, 200U);
+        reply.afterwards();
+    }
+    ASSERT_TRUE(subscriber.waitFor(kSubscribers));
+    runUntil([&] { return looks >= 2 * kSubscribers; }); // each looks again when it is answered
+    looks = 0;
+    value = "b";
+    publisher.stateChanged();
+    EXPECT_EQ(looks, 1u);
+    ASSERT_TRUE(subscriber.waitFor(2 * kSubscribers));
+    runUntil([&] { return looks >= 1 + kSubscribers; });
+    EXPECT_EQ(looks, 1 + kSubscribers) << "and no more for everybody's answer";
 }
 
 TEST_F(Events, GoOnlyToTheOneWhoAsks) {
