@@ -16,6 +16,10 @@ constexpr std::string_view kEnvelopeStart =
     "s:encodingStyle=\"http://schemas.xmlsoap.org/soap/encoding/\"><s:Body>";
 constexpr std::string_view kEnvelopeEnd = "</s:Body></s:Envelope>\n";
 
+// No action takes more than three. Thousands of names would hold up everybody while they are
+// compared with one another.
+constexpr std::size_t kMostArguments = 16;
+
 struct ErrorRow {
     int code;
     const char* description;
@@ -75,7 +79,7 @@ ParsedSoap parseAction(const xmlNode* action, std::string_view soapAction) {
         const auto sameName = [&](const auto& argument) {
             return argument.first == name;
         };
-        if (firstElement(node) != nullptr ||
+        if (firstElement(node) != nullptr || call.arguments.size() == kMostArguments ||
             std::any_of(call.arguments.begin(), call.arguments.end(), sameName)) {
             return UpnpError{kInvalidArgs};
         }

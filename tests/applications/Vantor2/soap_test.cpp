@@ -60,6 +60,15 @@ TEST(ASoapRequest, IsRefusedWhenAnArgumentComesTwiceOrHoldsElements) {
     EXPECT_EQ(verdict(play("<InstanceID><b>0</b></InstanceID>"), kPlay), 402);
 }
 
+TEST(ASoapRequest, IsRefusedWithMoreArgumentsThanAnyActionTakes) {
+    std::string arguments;
+    for (int count = 0; count < 16; ++count) {
+        arguments += "<a" + std::to_string(count) + "/>";
+    }
+    EXPECT_EQ(verdict(play(arguments), kPlay), 0);
+    EXPECT_EQ(verdict(play(arguments + "<more/>"), kPlay), 402);
+}
+
 TEST(ASoapRequest, NeedsEnvelopeAndBodyInTheirNamespace) {
     EXPECT_EQ(verdict("<Envelope><Body><Play/></Body></Envelope>", kPlay), 401);
     EXPECT_EQ(verdict("<a/>", kPlay), 401);
