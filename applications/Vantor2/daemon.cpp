@@ -22,6 +22,10 @@ namespace {
 constexpr std::chrono::seconds kBusPatience{10};
 constexpr std::chrono::seconds kPredecessorPatience{5};
 constexpr std::chrono::milliseconds kPublishPause{50};
+// Records about requests, which anybody on the network can cause, and which readers keep for a
+// while: as many at once as a viewer's dealings with one request take, and few per second.
+constexpr std::size_t kMostRecords = 8;
+constexpr std::chrono::seconds kRecordsWindow{2};
 
 std::string hostName() {
     char name[256] = "";
@@ -59,6 +63,13 @@ Daemon::Daemon(Settings settings)
           end(ExitCode::noBus);
       }),
       publishAgain_([this] { publishFirst(); }),
+      publishSoon_([this] {
+          publishedRequests_.push_back(clock_.now());
+          if (publishedRequests_.size() > kMostRecords) {
+              publishedRequests_.pop_front();
+          }
+          publish();
+      }),
       bus_(busEvents()) {}
 
 Daemon::~Daemon() {
@@ -153,7 +164,8 @@ bool Daemon::startNetwork(std::string& error) {
         return false;
     }
     const DeviceIdentity identity{store_->uuid(), record_.friendlyName, KETRA_VERSION};
-    device_ = std::make_unique<RendererDevice>(identity, clock_, bus_, bus_, [this] { publish(); });
+    device_ = std::make_unique<RendererDevice>(identity, clock_, bus_, bus_,
+                                               [this] { publishRequests(); });
     if (!serveOn(wanted, error)) {
         return false;
     }
@@ -258,8 +270,21 @@ void Daemon::publish() {
     record_.playerPolicy = static_cast<int>(permission.policy(ControlKind::player));
     record_.soundPolicy = static_cast<int>(permission.policy(ControlKind::sound));
     record_.requests = permission.requests();
+    publishSoon_.stop();
     std::string error;
     bus_.publish(record_, error);
+}
+
+// What one action changes is one record: it is published when the action is over.
+void Daemon::publishRequests() {
+    if (publishSoon_.running()) {
+        return;
+    }
+    const TimePoint now = clock_.now();
+    const TimePoint due = publishedRequests_.size() < kMostRecords
+                              ? now
+                              : std::max(now, publishedRequests_.front() + kRecordsWindow);
+    publishSoon_.start(std::chrono::ceil<std::chrono::milliseconds>(due - now));
 }
 
 bool Daemon::setVisible(bool visible) {
@@ -329,7 +354,9 @@ bool Daemon::write(const std::string& path, const std::string& text) {
     } else if (path == "mSoundControlAuthorization" && number) {
         accepted = device_->permission().setPolicy(ControlKind::sound, *number);
     }
-    if (!accepted) {
+    if (accepted) {
+        publish(); // with the answer, as whoever wrote expects
+    } else {
         logWarning("write of " + path + " refused: " + text);
     }
     return accepted;

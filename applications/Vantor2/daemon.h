@@ -4,6 +4,7 @@
 // Main thread.
 #pragma once
 
+#include <deque>
 #include <string>
 
 #include "base/device_store.h"
@@ -50,6 +51,7 @@ private:
 
     void publishFirst();
     void publish();
+    void publishRequests();
     bool setVisible(bool visible);
     bool command(const statebus::Command& command);
     bool write(const std::string& path, const std::string& text);
@@ -63,6 +65,8 @@ private:
     ExitCode exitCode_ = ExitCode::ok;
     Timer busAway_;
     Timer publishAgain_;
+    Timer publishSoon_;
+    std::deque<TimePoint> publishedRequests_; // when, the last few times
     TimePoint publishUntil_;
     std::optional<DeviceStore> store_;
     RendererRecord record_;

@@ -13,14 +13,29 @@ std::string asText(const char* text) {
     return text == nullptr ? std::string() : std::string(text);
 }
 
+// What controllers say is as long as they like, and every reader of the record keeps it. The viewer
+// reads one line; a longer address than this one is nobody's to read.
+constexpr std::size_t kLongestText = 256;
+constexpr std::size_t kLongestUri = 2048;
+
+std::string shortened(const std::string& text, std::size_t length) {
+    if (text.size() <= length) {
+        return text;
+    }
+    while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80U) {
+        --length; // whole characters
+    }
+    return text.substr(0, length);
+}
+
 void fillRequest(statebus::Record& target, const std::string& path, const ControlRequest& request) {
     target.setNumber(path + ".mCategory", request.kind == ControlKind::player ? 0 : 1);
     target.setNumber(path + ".mRequestId", request.id);
     target.setText(path + ".mControllerId", request.controller.shownName());
     target.setNumber(path + ".mState", static_cast<int>(request.state));
-    target.setText(path + ".mMediaURI", request.mediaUri);
-    target.setText(path + ".mMediaMimeType", request.mediaMimeType);
-    target.setText(path + ".mMediaTitle", request.mediaTitle);
+    target.setText(path + ".mMediaURI", shortened(request.mediaUri, kLongestUri));
+    target.setText(path + ".mMediaMimeType", shortened(request.mediaMimeType, kLongestText));
+    target.setText(path + ".mMediaTitle", shortened(request.mediaTitle, kLongestText));
 }
 
 } // namespace

@@ -182,6 +182,41 @@ TEST_F(TheDaemon, TellsTheControllerOfTheNo) {
         [](const auto& record) { return record.mAuthorizationRequestsCount == 0; }));
 }
 
+TEST_F(TheDaemon, TellsTheViewerOfAFloodOfQuestionsAFewTimesASecond) {
+    start();
+    const std::string metadata =
+        "&lt;DIDL-Lite xmlns=\"urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/\" "
+        "xmlns:dc=\"http://purl.org/dc/elements/1.1/\"&gt;&lt;item&gt;&lt;dc:title&gt;" +
+        std::string(255, 'x') + "\xC3\xA4" + std::string(4000, 'x') +
+        "&lt;/dc:title&gt;&lt;/item&gt;&lt;/DIDL-Lite&gt;";
+    const auto begin = std::chrono::steady_clock::now();
+    const std::size_t before = tv->records().size();
+    constexpr int kPushes = 300;
+    for (int number = 1; number <= kPushes; ++number) {
+        const std::string uri =
+            kFilm + std::string("?") + std::string(4000, 'u') + std::to_string(number);
+        ASSERT_TRUE(succeeded(call(kAvt, "SetAVTransportURI",
+                                   std::string(kInstance) + "<CurrentURI>" + uri +
+                                       "</CurrentURI><CurrentURIMetaData>" + metadata +
+                                       "</CurrentURIMetaData>")));
+    }
+    ASSERT_TRUE(tv->waitForRecord([](const auto& record) {
+        return record.mAuthorizationRequestsCount == 1 &&
+               record.mAuthorizationRequests[0].mRequestId == kPushes;
+    }));
+    const auto passed = std::chrono::steady_clock::now() - begin;
+    const auto records = tv->records();
+    EXPECT_LE(records.size() - before,
+              8 + 4 * static_cast<std::size_t>(std::chrono::ceil<seconds>(passed).count()));
+    const auto& request = records.back().as<MediaRendererService>().mAuthorizationRequests[0];
+    EXPECT_EQ(request.mMediaTitle, std::string(255, 'x')) << "whole characters";
+    EXPECT_EQ(std::string(request.mMediaURI).size(), 2048u);
+    EXPECT_EQ(transport(), "TRANSITIONING");
+    EXPECT_TRUE(tv->command("deny_operation", kPushes));
+    EXPECT_TRUE(tv->waitForRecord(
+        [](const auto& record) { return record.mAuthorizationRequestsCount == 0; }));
+}
+
 TEST_F(TheDaemon, ObeysThePolicy) {
     start();
     EXPECT_TRUE(tv->write("mPlayerControlAuthorization", "1"));
