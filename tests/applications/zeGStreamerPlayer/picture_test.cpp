@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/case_name.h"
 #include "support/colours.h"
 #include "support/media_server.h"
 #include "support/recorded_player.h"
@@ -182,7 +183,8 @@ TEST_P(APicture, StartsAtItsOwnSizeWhenItIsNew) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfAFilmAndAPhoto, APicture,
-                         testing::Values("/good/corners.mp4", "/good/corners.png"));
+                         testing::Values("/good/corners.mp4", "/good/corners.png"),
+                         [](const auto& one) { return test::caseName(one.param); });
 
 /// Nothing moves in a film that is paused, but it can be looked at more closely.
 class APausedFilm : public APicture {};
@@ -195,6 +197,7 @@ TEST_P(APausedFilm, IsZoomed) {
     EXPECT_EQ(corners(), "kkkk");
 }
 
-INSTANTIATE_TEST_SUITE_P(ThatStandsStill, APausedFilm, testing::Values("/good/corners.mp4"));
+INSTANTIATE_TEST_SUITE_P(ThatStandsStill, APausedFilm, testing::Values("/good/corners.mp4"),
+                         [](const auto& one) { return test::caseName(one.param); });
 
 } // namespace

@@ -207,7 +207,8 @@ TEST_P(ASong, IsSoughtForwardAndBack) {
     EXPECT_EQ(player_.last().state, PlayerState::kPlaying);
 }
 
-INSTANTIATE_TEST_SUITE_P(OfAKind, ASong, testing::Values("/good/song.mp3", "/good/song.ogg"));
+INSTANTIATE_TEST_SUITE_P(OfAKind, ASong, testing::Values("/good/song.mp3", "/good/song.ogg"),
+                         [](const auto& one) { return test::caseName(one.param); });
 
 TEST_F(APlayer, KeepsASeekThatComesWhileItLoads) {
     playPath("/good/film.mp4");
@@ -260,7 +261,8 @@ TEST_P(ASpeed, IsTheOneThatIsMeasured) {
     EXPECT_STREQ(player_.last().speed.text(), GetParam());
 }
 
-INSTANTIATE_TEST_SUITE_P(OfAFilm, ASpeed, testing::Values("2", "4", "8", "-2", "-4", "-8", "1/2"));
+INSTANTIATE_TEST_SUITE_P(OfAFilm, ASpeed, testing::Values("2", "4", "8", "-2", "-4", "-8", "1/2"),
+                         [](const auto& one) { return test::caseName(one.param); });
 
 TEST_F(APlayer, EndsTheMediaWhenItRunsForwardFast) {
     playUntilPlaying("/good/film.mp4");

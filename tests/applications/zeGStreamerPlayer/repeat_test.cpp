@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/case_name.h"
 #include "support/media_server.h"
 #include "support/recorded_player.h"
 #include "support/temporary_folder.h"
@@ -87,6 +88,7 @@ TEST_P(ARepeatedPart, HasABeginningBeforeItHasAnEnd) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfAMedia, ARepeatedPart,
-                         testing::Values("/good/film.mp4", "/good/film.webm"));
+                         testing::Values("/good/film.mp4", "/good/film.webm"),
+                         [](const auto& one) { return test::caseName(one.param); });
 
 } // namespace
