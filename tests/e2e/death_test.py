@@ -28,6 +28,7 @@ class Death(HouseTest):
         phone.wait_line(lambda line: line.startswith("playing"), "playing")
         kill(companion_pids("zeGStreamerPlayer"))
         self.assertEqual(phone.ended(), 9, phone.tail())
+        self.assertEqual(phone.lines[-1], f"Playback failed on {tv.name}.")
         self.assert_quits(tv)
 
     def test_of_the_daemon_while_it_is_visible_does_not_hang_the_shut_down(self):

@@ -54,6 +54,10 @@ class EveryWorld(unittest.TestCase):
         self.need(*([] if os.getuid() == 0 else ["--user", "--map-root-user"]), "--net", "--mount")
         self.goes_the_road(*world("loopback"))
 
+    def test_of_one_host_without_a_network_needs_no_setting(self):
+        self.need(*([] if os.getuid() == 0 else ["--user", "--map-root-user"]), "--net", "--mount")
+        self.goes_the_road(*world("loopback"), "env", "--unset=KETRA_INTERFACE")
+
     def test_is_the_machine_itself_where_there_are_no_namespaces(self):
         self.need(*([] if os.getuid() == 0 else ["--user", "--map-root-user"]), "--net", "--mount")
         said = self.goes_the_road(BARE_MACHINE, os.path.join(self.folder, "root"),

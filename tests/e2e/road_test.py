@@ -44,6 +44,7 @@ class TheRoad(HouseTest):
         tv.do("stop")
         tv.event("MM_EXIT_FORCE")
         self.assertEqual(phone.ended(), 0, phone.tail())
+        self.assertEqual(phone.lines[-1], "Stopped on the television.")
         self.assert_quits(tv)
 
     def test_a_song_is_played_to_its_end_with_its_tags(self):

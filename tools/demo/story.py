@@ -16,6 +16,7 @@ from television import Missing, Television, describe  # noqa: E402
 
 PNG = b"\x89PNG\r\n\x1a\n"
 REFUSED = 8  # exit status of ketra-push
+INTERRUPTED = 130
 
 
 class Story:
@@ -178,6 +179,9 @@ def main():
         print(f"\ndemo: {missing}", file=sys.stderr)
         print(f"demo: what the library printed is in {story.out / 'trace.log'}", file=sys.stderr)
         return 1
+    except KeyboardInterrupt:
+        print("\ndemo: interrupted", file=sys.stderr)
+        return INTERRUPTED
     finally:
         story.close()
     story.summary()

@@ -126,6 +126,10 @@ std::optional<ExitCode> PushSession::lookOnce(bool keepPhoto) {
     if (isOurs) {
         progress_.show(transport.state, position);
     }
+    const bool isActive = transport.state != "STOPPED" && transport.state != "NO_MEDIA_PRESENT";
+    if (isOurs && isActive) {
+        position_.note(position, transport.speed);
+    }
     return judge(transport, keepPhoto);
 }
 
@@ -157,11 +161,15 @@ std::optional<ExitCode> PushSession::judgeStopped(const TransportInfo& transport
             progress_.say(name_ + " did not take it: its viewer said no, or nobody answered.");
             return ExitCode::kRefused;
         }
-        progress_.say(name_ + " cannot play this file (" + file_.type.mime + ").");
+        progress_.say(wasPlaying_ ? "Playback failed on " + name_ + "."
+                                  : "Playback failed on " + name_ + ": it cannot play this file (" +
+                                        file_.type.mime + "), or its player has ended.");
         return ExitCode::kPlaybackFailed;
     }
     if (wasPlaying_ || (wasActive_ && served.reachedEnd)) {
-        progress_.say(served.reachedEnd ? "Done." : "Stopped on the television.");
+        // A short file has been fetched to its end long before it has been played.
+        const bool isDone = position_.isAtEnd().value_or(served.reachedEnd);
+        progress_.say(isDone ? "Done." : "Stopped on the television.");
         return ExitCode::kDone;
     }
     if (g_get_monotonic_time() - handedOverAt_ < kStartLimitMicros) {

@@ -6,6 +6,7 @@
 #include "exit_code.h"
 #include "file_server.h"
 #include "media_file.h"
+#include "play_position.h"
 #include "progress.h"
 #include "renderer.h"
 #include "renderer_search.h"
@@ -40,6 +41,7 @@ private:
     Waiter& waiter_;
     Progress& progress_;
     std::string name_;       ///< of the renderer, fit for the terminal
+    PlayPosition position_;  ///< as it was last told while the file was active
     bool wasActive_ = false; ///< it played, paused or waited since it took the file
     bool wasPlaying_ = false;
     bool saidWaiting_ = false;

@@ -99,10 +99,13 @@ std::optional<ActionError> Renderer::readTransport(TransportInfo& info) {
     }
     char* state = nullptr;
     char* status = nullptr;
+    char* speed = nullptr;
     ErrorHolder error;
     gupnp_service_proxy_action_get_result(action.get(), error.out(), "CurrentTransportState",
                                           G_TYPE_STRING, &state, "CurrentTransportStatus",
-                                          G_TYPE_STRING, &status, nullptr);
+                                          G_TYPE_STRING, &status, "CurrentSpeed", G_TYPE_STRING,
+                                          &speed, nullptr);
+    info.speed = take(speed);
     info.state = take(state);
     info.status = take(status);
     return error.get() != nullptr ? std::optional(errorOf(error.get())) : std::nullopt;

@@ -20,6 +20,7 @@ struct ActionError {
 struct TransportInfo {
     std::string state;  ///< "PLAYING" and so on
     std::string status; ///< "OK" or "ERROR_OCCURRED"
+    std::string speed;  ///< "1", "-4", "1/2"
 };
 
 struct PositionInfo {

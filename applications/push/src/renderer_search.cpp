@@ -19,9 +19,9 @@ constexpr char kRendererType[] = "urn:schemas-upnp-org:device:MediaRenderer:1";
 constexpr unsigned short kAnswerWithinSec = 1;
 constexpr milliseconds kAllHaveAnswered{1300};
 
-/// Names of the interfaces that are up, have an IPv4 address and can multicast; loopback only
-/// when it was asked for by name.
-std::vector<std::string> usableInterfaces() {
+/// Names of the interfaces that are up, have an IPv4 address and can multicast; of loopback the
+/// last is not asked, its flags deny what works there.
+std::vector<std::string> usableInterfaces(bool loopback) {
     std::vector<std::string> names;
     ifaddrs* list = nullptr;
     if (getifaddrs(&list) != 0) {
@@ -30,8 +30,9 @@ std::vector<std::string> usableInterfaces() {
     for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
         const bool isUsable = entry->ifa_addr != nullptr && entry->ifa_addr->sa_family == AF_INET &&
                               (entry->ifa_flags & IFF_UP) != 0 &&
-                              (entry->ifa_flags & IFF_MULTICAST) != 0 &&
-                              (entry->ifa_flags & IFF_LOOPBACK) == 0;
+                              (loopback ? (entry->ifa_flags & IFF_LOOPBACK) != 0
+                                        : (entry->ifa_flags & IFF_LOOPBACK) == 0 &&
+                                              (entry->ifa_flags & IFF_MULTICAST) != 0);
         if (isUsable && std::find(names.begin(), names.end(), entry->ifa_name) == names.end()) {
             names.emplace_back(entry->ifa_name);
         }
@@ -73,14 +74,19 @@ bool RendererSearch::start(const std::string& interfaceName, std::string& error)
     if (!interfaceName.empty()) {
         return addInterface(interfaceName, error);
     }
-    for (const std::string& name : usableInterfaces()) {
-        std::string ignored; // one interface that does not work leaves the others
-        (void)addInterface(name, ignored);
+    // Without a network a television of this machine may still be there, on loopback as well.
+    for (const bool loopback : {false, true}) {
+        for (const std::string& name : usableInterfaces(loopback)) {
+            std::string ignored; // one interface that does not work leaves the others
+            (void)addInterface(name, ignored);
+        }
+        if (!points_.empty()) {
+            return true;
+        }
     }
-    if (points_.empty()) {
-        error = "no network: no interface is up that could reach a television";
-    }
-    return !points_.empty();
+    error = "no network: no interface is up that could reach a television; KETRA_INTERFACE names "
+            "one";
+    return false;
 }
 
 bool RendererSearch::addInterface(const std::string& name, std::string& error) {
