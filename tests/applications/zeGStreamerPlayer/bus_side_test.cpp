@@ -257,6 +257,19 @@ TEST_F(TheVocabulary, BeginsNewMediaUprightAndAtItsOwnSize) {
     EXPECT_EQ(engine_.view.ratio, AspectRatio::k16To9);
 }
 
+TEST_F(TheVocabulary, DoesNotOpenTheIdleMediaOverWhatWasJustPushed) {
+    EXPECT_TRUE(send("setidleuri", std::string("http://h/clouds.mp4")));
+    EXPECT_TRUE(send("seturi", std::string("http://h/film.mp4")));
+    EXPECT_TRUE(send("play", std::string("1")));
+    EXPECT_TRUE(send("playidleuri"));
+    EXPECT_EQ(engine_.taken().find("clouds"), std::string::npos);
+    EXPECT_TRUE(send("stop"));
+    EXPECT_TRUE(send("playidleuri"));
+    EXPECT_NE(engine_.taken().find("open http://h/clouds.mp4"), std::string::npos);
+    EXPECT_TRUE(send("play", std::string("1")));
+    EXPECT_EQ(lastIdle_.state, PlayerState::kPaused);
+}
+
 TEST_F(TheVocabulary, SavesTheScreenWhereThatIsAllowed) {
     EXPECT_TRUE(sendCustom("Snapshot", "a.png"));
     EXPECT_EQ(saved_, "a.png");
@@ -338,7 +351,11 @@ TEST(TheRecord, SaysWhatCanBePlayedAsLongAsThereIsNoMedia) {
     EXPECT_STREQ(record.as<ContentPlayerService>().mTrack.mDLNAProfile, "");
     status.track.protocolInfo = "http-get:*:video/mp4:*";
     writeStatus(record, status);
+    EXPECT_STREQ(record.as<ContentPlayerService>().mTrack.mDLNAProfile, "");
+    status.state = PlayerState::kPlaying;
+    writeStatus(record, status);
     EXPECT_STREQ(record.as<ContentPlayerService>().mTrack.mDLNAProfile, "http-get:*:video/mp4:*");
+    status.state = PlayerState::kStopped;
     status.track.protocolInfo.clear();
     status.aside = false;
     status.media.uri = "http://h/1";

@@ -22,6 +22,7 @@ protected:
         MediaFacts facts;
         facts.kind = MediaKind::kVideo;
         facts.durationMs = 20000;
+        facts.seekable = seekable_;
         facts.title = "Clouds";
         report(EngineOpened{facts});
     }
@@ -33,6 +34,7 @@ protected:
         engine_.taken();
     }
 
+    bool seekable_ = true;
     test::FakeEngine engine_;
     IdleStatus last_;
     IdleMedia idle_{engine_, [this](const IdleStatus& status) { last_ = status; },
@@ -78,6 +80,17 @@ TEST_F(TheIdleMedia, EndsOrBeginsAgain) {
     idle_.setFree(false);
     idle_.setFree(true);
     EXPECT_EQ(engine_.taken(), ""); // over is over
+}
+
+TEST_F(TheIdleMedia, IsOpenedAgainWhereItCannotBeginAgainOtherwise) {
+    seekable_ = false;
+    playFilm();
+    ASSERT_TRUE(idle_.setLoop(true));
+    report(EngineEnded{20000});
+    EXPECT_EQ(engine_.taken(), "close; open http://h/clouds.mp4");
+    EXPECT_EQ(last_.state, PlayerState::kLoading);
+    openFilm();
+    EXPECT_EQ(last_.state, PlayerState::kPlaying);
 }
 
 TEST_F(TheIdleMedia, WaitsUntilAnythingElseIsOver) {

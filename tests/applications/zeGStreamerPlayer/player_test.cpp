@@ -495,6 +495,16 @@ TEST_F(ThePlayer, TakesAnEndThatComesMuchTooEarlyForDamage) {
     EXPECT_EQ(last().error, PlayerError::kDamagedMedia);
 }
 
+TEST_F(ThePlayer, AcceptsAnEarlyEndWhereOnlyKeyFramesAreShown) {
+    for (const auto& [text, end] : {std::pair{"8", kFinished}, std::pair{"4", kStopped}}) {
+        bringTo(kPlaying);
+        player_.play(speed(text));
+        report(EngineMoved{true, 20000, speed(text)});
+        report(EngineEnded{90000});
+        EXPECT_EQ(last().state, end) << text;
+    }
+}
+
 TEST_F(ThePlayer, AcceptsAnEarlyEndWhereTheLengthWasAnEstimate) {
     bringTo(kPlaying);
     MediaFacts facts = filmFacts();
@@ -525,6 +535,21 @@ TEST_F(ThePlayer, StartsAgainAtTheEndWhenItRepeats) {
     EXPECT_EQ(last().state, kPlaying);
     EXPECT_FALSE(player_.setPlayMode("SOMEHOW"));
     EXPECT_EQ(last().playMode, "REPEAT_ALL");
+}
+
+TEST_F(ThePlayer, OpensAgainAtTheEndWhatItRepeatsAndCannotSeekIn) {
+    bringTo(kPlaying);
+    MediaFacts facts = filmFacts();
+    facts.seekable = facts.durationExact = false;
+    report(EngineFacts{facts});
+    player_.setPlayMode("REPEAT_ONE");
+    said();
+    report(EngineEnded{100000});
+    EXPECT_EQ(engine_.taken(), "close; open http://server/film.mp4");
+    EXPECT_EQ(said(), "LOADING");
+    report(EngineOpened{facts});
+    report(EnginePlaying{});
+    EXPECT_EQ(said(), "PLAYING");
 }
 
 TEST_F(ThePlayer, ReportsAnErrorOnceAndPlaysTheNextMedia) {
@@ -576,6 +601,18 @@ TEST_F(ThePlayer, WaitsForEverWhilePaused) {
     now_ += seconds(100000);
     player_.tick();
     EXPECT_EQ(last().state, kPaused);
+}
+
+TEST_F(ThePlayer, DoesNotWaitForEverForWhatIsPausedAndToldToPlay) {
+    bringTo(kPlaying);
+    report(EngineBuffering{10});
+    player_.pause();
+    report(EnginePaused{});
+    player_.play(Speed());
+    now_ += seconds(20);
+    player_.tick();
+    EXPECT_EQ(last().state, kStopped);
+    EXPECT_EQ(last().error, PlayerError::kUnreachable);
 }
 
 TEST_F(ThePlayer, HasAsMuchPatienceAfterALongPauseAsBefore) {

@@ -85,10 +85,12 @@ bool onSetPlayMode(const Argument& argument, CommandTargets& targets) {
 
 bool onSetIdleUri(const Argument& argument, CommandTargets& targets) {
     const auto* const uri = std::get_if<std::string>(&argument);
+    targets.idle.setFree(targets.player.atRest());
     return uri != nullptr && targets.idle.setUri(*uri);
 }
 
 bool onPlayIdleUri(const Argument&, CommandTargets& targets) {
+    targets.idle.setFree(targets.player.atRest());
     return targets.idle.play();
 }
 
@@ -191,7 +193,13 @@ constexpr std::array kCommands = {
 bool carryOut(const statebus::Command& command, CommandTargets& targets) {
     for (const auto& [word, action] : kCommands) {
         if (command.word == word) {
-            return action(command.argument, targets);
+            const bool accepted = action(command.argument, targets);
+            if (!targets.player.atRest()) {
+                // At once: the idle media must not be opened over what was pushed. That the screen
+                // is free again may wait: after a stop the next media often follows in a moment.
+                targets.idle.setFree(false);
+            }
+            return accepted;
         }
     }
     targets.log("the command " + command.word + " is not known");

@@ -44,9 +44,11 @@ void writeStatus(statebus::Record& record, const PlayerStatus& status) {
         writeText(record, "mMedia.mDLNAProfile", status.formats);
     }
     writeMedia(record, "mTrack", status.track);
-    if (status.aside && status.track.protocolInfo.empty()) {
-        // The TV's library takes a report without protocol info for one about the media, and one
-        // whose protocol info names no kind of media for none at all.
+    if (status.aside &&
+        (status.track.protocolInfo.empty() || status.state == PlayerState::kStopped)) {
+        // The TV's library takes a report without protocol info for one about the media, and a
+        // second stop for the end of something that played; a report whose protocol info names no
+        // kind of media it takes for none at all.
         record.setText("mTrack.mDLNAProfile", "");
     }
     const IdleStatus& idle = status.idle;

@@ -21,8 +21,6 @@ namespace {
 /// Play flag that keeps a copy of what arrived, which is what makes backward play over HTTP
 /// possible. (The flags' type is not in any header of GStreamer.)
 constexpr unsigned kPlayFlagDownload = 0x80;
-/// From this speed on only key frames are shown: decoding all would be slower than showing them.
-constexpr double kKeyFramesFrom = 8.0;
 constexpr std::chrono::seconds kPositionInterval{1};
 /// A part between A and B that is shorter is taken for a slip of the finger.
 constexpr std::chrono::milliseconds kShortestRepeat{200};

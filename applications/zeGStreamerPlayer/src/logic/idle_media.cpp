@@ -113,6 +113,7 @@ void IdleMedia::on(const EngineOpened& opened) {
 
 void IdleMedia::on(const EngineFacts& facts) {
     durationMs_ = facts.facts.durationMs;
+    seekable_ = facts.facts.seekable;
     if (!facts.facts.title.empty()) {
         status_.title = facts.facts.title;
     }
@@ -129,8 +130,13 @@ void IdleMedia::on(const EnginePosition& position) {
 }
 
 void IdleMedia::on(const EngineEnded&) {
-    if (status_.loop) {
+    if (status_.loop && seekable_) {
         engine_.seek(session_, 0);
+        return;
+    }
+    if (status_.loop) {
+        end();
+        start();
         return;
     }
     wanted_ = false;

@@ -51,6 +51,7 @@ private:
     bool running_ = false;
     Session session_;
     std::int64_t durationMs_ = -1;
+    bool seekable_ = false;
 };
 
 } // namespace player

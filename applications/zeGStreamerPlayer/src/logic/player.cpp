@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 
 #include "metadata/media_info.h"
@@ -394,7 +395,10 @@ void Player::onEvent(const EngineEvent& event) {
 }
 
 void Player::tick() {
-    const bool waiting = loading_ || (status_.state == PlayerState::kPlaying && !pauseOrdered_);
+    // Paused, yet told to play: while its buffer is empty it cannot, and may never again.
+    const bool underWay =
+        status_.state == PlayerState::kPlaying || status_.state == PlayerState::kPaused;
+    const bool waiting = loading_ || (underWay && !pauseOrdered_);
     if (waiting && surroundings_.now() - lastProgress_ >= surroundings_.patience) {
         fail(PlayerError::kUnreachable,
              "nothing arrived for " + std::to_string(surroundings_.patience.count()) + " ms");
@@ -493,14 +497,20 @@ void Player::on(const EngineEnded& ended) {
         surroundings_.engine.setSpeed(session_, Speed());
         return;
     }
-    if (facts_.durationExact &&
+    // Where only key frames are shown, the last of them may be long before the end.
+    const bool everyFrame = std::abs(status_.speed.rate()) < kKeyFramesFrom;
+    if (everyFrame && facts_.durationExact &&
         facts_.durationMs - ended.positionMs > toleratedShortfallMs(facts_.durationMs)) {
         fail(PlayerError::kDamagedMedia, "the media ends at " + std::to_string(ended.positionMs) +
                                              " of " + std::to_string(facts_.durationMs) + " ms");
         return;
     }
     if (status_.playMode != kPlayModes.front()) {
-        surroundings_.engine.seek(session_, 0);
+        if (facts_.seekable) {
+            surroundings_.engine.seek(session_, 0);
+        } else {
+            start(Speed()); // there is no other way back to its beginning
+        }
         return;
     }
     endSession();

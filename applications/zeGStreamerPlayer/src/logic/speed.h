@@ -10,6 +10,10 @@
 
 namespace player {
 
+/// From this speed on, either way, only key frames are shown: decoding all would be slower than
+/// showing them.
+constexpr double kKeyFramesFrom = 8.0;
+
 /// A playing speed: 2 is twice as fast, -2 twice as fast backwards, 0.5 half as fast.
 class Speed {
 public:
