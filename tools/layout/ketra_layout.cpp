@@ -2,6 +2,7 @@
 // on, from the descriptors that the bus is handed. docs/record-layouts.md holds what it prints on
 // the TV.
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "ServiceRecords.h"
@@ -47,7 +48,14 @@ void print(const zeSBusStateTemplate& layout) {
 
 } // namespace
 
-int main() {
+int main(int argc, char** argv) {
+    if (argc > 1) {
+        const bool asked = std::strcmp(argv[1], "--help") == 0;
+        std::fputs("usage: ketra-layout\nPrints how the records of the state bus lie in memory on "
+                   "this machine.\n",
+                   asked ? stdout : stderr);
+        return asked ? 0 : 2;
+    }
     std::printf("Pointers have %u bytes.\n", static_cast<unsigned>(sizeof(void*)));
     for (const zeSBusStateTemplate* layout : kTemplates) {
         print(*layout);

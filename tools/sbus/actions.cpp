@@ -5,6 +5,9 @@
 #include <ctime>
 #include <functional>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "ServiceRecords.h"
 #include "sbus/bus.h"
 #include "sbus/record_text.h"
@@ -19,14 +22,27 @@ namespace {
 /// As long as the bus itself waits for an answer.
 constexpr std::chrono::seconds kRecordLimit{5};
 
+/// What was asked for goes to the standard output of before. The library of the bus prints on
+/// standard output, too, which from the first call on is where errors go.
+std::FILE* answers() {
+    static std::FILE* const file = [] {
+        constexpr int kBehindTheStandardOnes = 3;
+        const int own = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, kBehindTheStandardOnes);
+        std::FILE* const opened = own >= 0 ? fdopen(own, "w") : nullptr;
+        if (opened != nullptr)
+            dup2(STDERR_FILENO, STDOUT_FILENO);
+        return opened != nullptr ? opened : stdout;
+    }();
+    return file;
+}
+
 void complain(const std::string& text) {
-    std::fflush(stdout);
     std::fprintf(stderr, "sbus: %s\n", text.c_str());
 }
 
 void print(const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+    std::fwrite(text.data(), 1, text.size(), answers());
+    std::fflush(answers());
 }
 
 std::string joined(const std::vector<std::string>& words) {
@@ -82,7 +98,12 @@ ExitCode list() {
     Bus bus;
     if (!openOrComplain(bus))
         return ExitCode::kNoBus;
-    for (const std::string& name : bus.instances())
+    const auto names = bus.everything();
+    if (!names) {
+        complain("the state bus does not answer");
+        return ExitCode::kNoBus;
+    }
+    for (const std::string& name : *names)
         print(statebus::visibleText(name) + '\n');
     return ExitCode::kOk;
 }
@@ -264,6 +285,7 @@ ExitCode set(const Request& request) {
 } // namespace
 
 ExitCode perform(const Request& request) {
+    answers(); // before the bus prints anything
     switch (request.action) {
     case Action::kHelp:
         print(kHelpText);

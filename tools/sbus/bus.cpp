@@ -1,6 +1,7 @@
 #include "sbus/bus.h"
 
 #include "sbus/states.h"
+#include "statebus/directory.h"
 #include "statebus/publisher.h"
 
 namespace sbus {
@@ -87,6 +88,10 @@ std::vector<std::string> Bus::names() const {
     for (const auto& known : known_)
         names.push_back(known.first);
     return names;
+}
+
+std::optional<std::vector<std::string>> Bus::everything() {
+    return statebus::listInstances(*engine_);
 }
 
 std::vector<std::string>

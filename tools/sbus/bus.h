@@ -35,8 +35,11 @@ public:
     /// False: there is no bus.
     bool open();
 
-    /// Full names of the instances, sorted. The bus does not say when it has named them all, so
-    /// this waits until no new one has come for a moment; returns at once when `enough` says so.
+    /// Full names of what is on the bus, of every type, sorted; nothing when it does not answer.
+    std::optional<std::vector<std::string>> everything();
+    /// Full names of the instances of known types, sorted. The bus does not say when it has named
+    /// them all, so this waits until no new one has come for a moment; returns at once when
+    /// `enough` says so.
     std::vector<std::string>
     instances(const std::function<bool(const std::vector<std::string>&)>& enough = nullptr);
     /// The instance's record; nothing when its publisher does not deliver one within `limit`.

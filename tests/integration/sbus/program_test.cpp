@@ -125,6 +125,21 @@ TEST_F(TheSbusProgram, ListsAndShowsWhatAnotherProcessPublishes) {
     EXPECT_NE(out_.find("\n  mTrack.mAlbum = (null)\n"), std::string::npos) << out_;
 }
 
+TEST_F(TheSbusProgram, ListsStatesOfEveryType) {
+    player_ = publishPlayer("main");
+    RawPeer peer(bus_.address());
+    peer.own("tv.sbus.Nonsense.main");
+    EXPECT_EQ(run({"list"}), 0);
+    EXPECT_EQ(out_, "ContentPlayerService$main\nNonsense$main\n");
+}
+
+TEST_F(TheSbusProgram, KeepsWhatTheBusSaysOffItsOutput) {
+    bus_.stop();
+    EXPECT_EQ(run({"list"}), 4);
+    EXPECT_EQ(out_, "");
+    EXPECT_NE(err_.find("sbus: no state bus answers"), std::string::npos) << err_;
+}
+
 TEST_F(TheSbusProgram, SendsCommandsOfEveryForm) {
     player_ = publishPlayer("main");
     EXPECT_EQ(run({"command", "ContentPlayerService$main", "play", "1/2"}), 0);
@@ -187,7 +202,10 @@ TEST_F(TheSbusProgram, SaysThatARecordIsNotWellFormedAndGoesOn) {
         sd_bus_message_append(message, "t", std::uint64_t{1});
     });
     const std::string refused = "record of 'ContentPlayerService$main' refused: it is not a state";
-    EXPECT_TRUE(watch.waitForLine(refused)) << watch.output();
+    for (int i = 0; i < 300 && watch.error().find(refused) == std::string::npos; ++i)
+        EXPECT_FALSE(watch.waitForLine(refused, Program::Milliseconds(100)))
+            << "it belongs on standard error";
+    EXPECT_NE(watch.error().find(refused), std::string::npos) << watch.error();
     peer.signal(path, "Changed", [](sd_bus_message* message) {
         sd_bus_message_append(message, "ta{sv}", std::uint64_t{2}, 1, "mState", "i", 3);
     });
