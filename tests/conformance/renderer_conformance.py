@@ -11,6 +11,7 @@ A line for every check that fails, and a summary. The exit status is 0 when none
 """
 
 import argparse
+import re
 import sys
 import time
 
@@ -31,11 +32,36 @@ REQUIRED = {
 }
 
 STOPPED, PLAYING, PAUSED, FAILED = "STOPPED", "PLAYING", "PAUSED_PLAYBACK", "FAILED"
-STATES = (STOPPED, PLAYING, PAUSED, FAILED)
+EMPTY, OPENING = "NO_MEDIA_PRESENT", "TRANSITIONING"
+STATES = (EMPTY, STOPPED, OPENING, PLAYING, PAUSED, FAILED)
 
 # State, action, its arguments behind InstanceID, the codes that are right, and the transport state
 # afterwards (None: as before). {uri}, {other} and {missing} are addresses, {didl} describes {uri}.
 TRANSPORT_ROWS = [
+    (EMPTY, "Play", {"Speed": "1"}, (701,), None),
+    (EMPTY, "Pause", {}, (701,), None),
+    (EMPTY, "Stop", {}, OK, None),
+    (EMPTY, "Seek", {"Unit": "REL_TIME", "Target": "0:00:05"}, (701,), None),
+    (EMPTY, "Next", {}, (701, 711), None),
+    (EMPTY, "Previous", {}, (701, 711), None),
+    (EMPTY, "SetNextAVTransportURI", {"NextURI": "{other}", "NextURIMetaData": ""}, (701,), None),
+    (EMPTY, "SetPlayMode", {"NewPlayMode": "NORMAL"}, OK, None),
+    (EMPTY, "SetAVTransportURI", {"CurrentURI": "nonsense", "CurrentURIMetaData": ""},
+     (714, 716), None),
+    (EMPTY, "SetAVTransportURI", {"CurrentURI": "{uri}", "CurrentURIMetaData": "{didl}"}, OK,
+     STOPPED),
+    (OPENING, "Play", {"Speed": "1"}, OK, None),
+    (OPENING, "Play", {"Speed": "77"}, (717,), None),
+    (OPENING, "Stop", {}, OK, STOPPED),
+    (OPENING, "Seek", {"Unit": "REL_TIME", "Target": "0:00:05"}, (701,), None),
+    (OPENING, "Next", {}, (701, 711), None),
+    (OPENING, "Previous", {}, (701, 711), None),
+    (OPENING, "SetNextAVTransportURI", {"NextURI": "{other}", "NextURIMetaData": ""}, OK, None),
+    (OPENING, "SetPlayMode", {"NewPlayMode": "NORMAL"}, OK, None),
+    (OPENING, "SetAVTransportURI", {"CurrentURI": "file:///a", "CurrentURIMetaData": ""},
+     (714, 716), None),
+    (OPENING, "SetAVTransportURI", {"CurrentURI": "{other}", "CurrentURIMetaData": ""}, OK,
+     PLAYING),
     (STOPPED, "Play", {"Speed": "1"}, OK, PLAYING),
     (STOPPED, "Pause", {}, (701,), None),
     (STOPPED, "Stop", {}, OK, None),
@@ -74,10 +100,27 @@ TRANSPORT_ROWS = [
     (PLAYING, "SetNextAVTransportURI", {"NextURI": "file:///a", "NextURIMetaData": ""},
      (714, 716), None),
     (PAUSED, "Play", {"Speed": "1"}, OK, PLAYING),
-    (PAUSED, "Pause", {}, OK + (701,), None),
+    (PAUSED, "Play", {"Speed": "77"}, (717,), None),
+    (PAUSED, "Pause", {}, (701,), None),
     (PAUSED, "Stop", {}, OK, STOPPED),
     (PAUSED, "Seek", {"Unit": "REL_TIME", "Target": "0:00:05"}, OK, None),
     (PAUSED, "Seek", {"Unit": "REL_TIME", "Target": "99:00:00"}, (711,), None),
+    (PAUSED, "Next", {}, (711,), None),
+    (PAUSED, "Previous", {}, (711,), None),
+    (PAUSED, "SetNextAVTransportURI", {"NextURI": "{other}", "NextURIMetaData": ""}, OK, None),
+    (PAUSED, "SetPlayMode", {"NewPlayMode": "NORMAL"}, OK, None),
+    (PAUSED, "SetPlayMode", {"NewPlayMode": "BACKWARDS"}, (600, 712), None),
+    (PAUSED, "SetAVTransportURI", {"CurrentURI": "nonsense", "CurrentURIMetaData": ""},
+     (714, 716), None),
+    (PAUSED, "SetAVTransportURI", {"CurrentURI": "{other}", "CurrentURIMetaData": ""}, OK,
+     STOPPED),
+    (FAILED, "Play", {"Speed": "1"}, OK, STOPPED),
+    (FAILED, "Play", {"Speed": "77"}, (717,), STOPPED),
+    (FAILED, "Seek", {"Unit": "REL_TIME", "Target": "0:00:05"}, (701,), STOPPED),
+    (FAILED, "Next", {}, (701, 711), STOPPED),
+    (FAILED, "Previous", {}, (701, 711), STOPPED),
+    (FAILED, "SetNextAVTransportURI", {"NextURI": "{other}", "NextURIMetaData": ""}, OK, STOPPED),
+    (FAILED, "SetPlayMode", {"NewPlayMode": "NORMAL"}, OK, STOPPED),
     (FAILED, "Stop", {}, OK, STOPPED),
     (FAILED, "Pause", {}, (701,), STOPPED),
     (FAILED, "SetAVTransportURI", {"CurrentURI": "{uri}", "CurrentURIMetaData": "{didl}"}, OK,
@@ -111,6 +154,10 @@ OTHER_ROWS = [
      {"InstanceID": "0", "Channel": "Master", "DesiredMute": "0"}, OK),
     ("RenderingControl", "SetMute",
      {"InstanceID": "0", "Channel": "Master", "DesiredMute": "perhaps"}, (402, 600)),
+    ("RenderingControl", "GetMute", {"InstanceID": "0", "Channel": "Master"}, OK),
+    ("RenderingControl", "GetMute", {"InstanceID": "0", "Channel": "Kitchen"}, (600, 703)),
+    ("RenderingControl", "SetVolumeDB",
+     {"InstanceID": "0", "Channel": "Master", "DesiredVolume": "32767"}, (601,)),
     ("RenderingControl", "GetVolumeDB", {"InstanceID": "0", "Channel": "Master"}, OK),
     ("RenderingControl", "GetVolumeDBRange", {"InstanceID": "0", "Channel": "Master"}, OK),
     ("ConnectionManager", "GetProtocolInfo", {}, OK),
@@ -130,6 +177,7 @@ FIRST_EVENT = {
     "ConnectionManager": ("SourceProtocolInfo", "SinkProtocolInfo", "CurrentConnectionIDs"),
 }
 SHORTEST_GAP = 0.19  # seconds between two LastChange messages; the bound is 0.2
+LONGEST_GAP = 0.3    # seconds from a change to its message, the way of both to us included
 
 
 class Suite:
@@ -138,6 +186,7 @@ class Suite:
         self.checks = self.failures = 0
         self.left_out = []
         self.texts = {"uri": server.uri("first"), "other": server.uri("second"),
+                      "slow": server.uri("slow"),
                       "missing": server.uri("missing"), "didl": server.didl("first", "A <title> & more")}
         self.events = {}
 
@@ -184,24 +233,40 @@ class Suite:
         return self.check(state == wanted, f"{what}: {state}, not {wanted}")
 
     def reach(self, state):
+        """Brings the renderer there; False when it has no such state."""
         self.transport("Stop")
         self.await_state(STOPPED if self.state() != "NO_MEDIA_PRESENT" else "NO_MEDIA_PRESENT",
                          "after Stop")
-        uri, didl = ("missing", "") if state == FAILED else ("uri", self.texts["didl"])
+        if state == EMPTY:
+            if self.state() != EMPTY:
+                service = self.device.services["AVTransport"]
+                code, _ = self.device.call(service, "SetAVTransportURI", [
+                    ("InstanceID", "0"), ("CurrentURI", ""), ("CurrentURIMetaData", "")])
+                if code != 0:
+                    self.left_out.append("to be emptied by an empty address")
+                    return False
+                self.await_state(EMPTY, "after an empty address")
+            return True
+        uri, didl = {FAILED: ("missing", ""), OPENING: ("slow", "")}.get(
+            state, ("uri", self.texts["didl"]))
         self.transport("SetAVTransportURI", CurrentURI=self.texts[uri], CurrentURIMetaData=didl)
         if state == STOPPED:
             self.await_state(STOPPED, "after SetAVTransportURI")
-            return
+            return True
         self.transport("Play", Speed="1")
         if state == FAILED:
             self.await_state(STOPPED, "after a media that does not exist")
             status = self.transport("GetTransportInfo").get("CurrentTransportStatus")
             self.check(status == "ERROR_OCCURRED", f"a media that does not exist: {status}")
-            return
+            return True
+        if state == OPENING:
+            self.await_state(OPENING, "after a media that is long in coming")
+            return True
         self.await_state(PLAYING, "after Play")
         if state == PAUSED:
             self.transport("Pause")
             self.await_state(PAUSED, "after Pause")
+        return True
 
     # ---- The parts of the suite ----
 
@@ -250,14 +315,16 @@ class Suite:
     def transport_states(self):
         events = self.events["AVTransport"]
         for state in STATES:
-            self.reach(state)
+            if not self.reach(state):
+                continue
             for action in READING:
                 self.transport(action, where=f"{state}: ")
         for state, action, arguments, codes, after in TRANSPORT_ROWS:
             if action not in self.device.services["AVTransport"].actions:
                 self.left_out.append(f"AVTransport {action}")
                 continue
-            self.reach(state)
+            if not self.reach(state):
+                continue
             shown = STOPPED if state == FAILED else state
             # What comes and goes within the pause between two messages need not be told.
             self.check(events.await_latest("TransportState", shown), f"no event of {shown}")
@@ -272,6 +339,37 @@ class Suite:
                 self.check(events.wait(lambda told: told.get("TransportState") == wanted, heard),
                            f"{what}: no event of {wanted}")
         self.transport("Stop")
+
+    def speeds(self):
+        """Plays at every speed that it offers, and at none of the others that it describes."""
+        self.reach(PLAYING)
+        actions = self.transport("GetCurrentTransportActions").get("Actions", "")
+        found = re.search(r"X_DLNA_PS=((?:[^,\\]|\\.)*)", actions)
+        offered = ["1"] + (found[1].split("\\,") if found else [])
+        for speed in offered:
+            if speed.startswith("-"):  # there is a way back then
+                self.transport("Seek", Unit="REL_TIME", Target="0:00:15")
+            self.transport("Play", Speed=speed, where=PLAYING + ": ")
+            end = time.monotonic() + STEP
+            while (told := self.transport("GetTransportInfo").get("CurrentSpeed")) != speed and \
+                    time.monotonic() < end:
+                time.sleep(0.05)
+            self.check(told == speed, f"played at {speed} it tells {told}")
+            self.reach(PLAYING)
+        described = self.device.services["AVTransport"].variables.get("TransportPlaySpeed")
+        for speed in set(described.allowed if described else ()) - set(offered):
+            self.transport("Play", (717,), PLAYING + ": ", Speed=speed)
+        self.await_state(PLAYING, "after speeds that are not offered")
+
+    def byte_seeks(self):
+        self.reach(PLAYING)
+        actions = self.transport("GetCurrentTransportActions").get("Actions", "").split(",")
+        can = "X_DLNA_SeekByte" in actions
+        size = str(self.server.size)
+        for target, codes in (("1000", OK), (size, (711,)), ("-1", (711,)), ("much", (711,))):
+            self.transport("Seek", codes if can else (710, 600), PLAYING + ": ",
+                           Unit="X_DLNA_REL_BYTE", Target=target)
+        self.await_state(PLAYING, "after seeking by bytes")
 
     def the_end_of_the_media(self):
         self.reach(PLAYING)
@@ -306,6 +404,31 @@ class Suite:
                        "no event of the new volume")
             volume = self.call("RenderingControl", "GetVolume", master, OK).get("CurrentVolume")
             self.check(volume == "37", f"the volume that was set is told as {volume}")
+            self.gathered_events(master)
+        if "SetVolumeDB" in sound and "GetVolumeDBRange" in sound:
+            span = self.call("RenderingControl", "GetVolumeDBRange", master, OK)
+            for level in (span.get("MinValue"), span.get("MaxValue")):
+                self.call("RenderingControl", "SetVolumeDB", {**master, "DesiredVolume": level}, OK)
+                told = self.call("RenderingControl", "GetVolumeDB", master, OK).get("CurrentVolume")
+                self.check(told == level, f"the level that was set to {level} is told as {told}")
+        if "SetMute" in sound and "GetMute" in sound:
+            for mute in ("1", "0"):
+                self.call("RenderingControl", "SetMute", {**master, "DesiredMute": mute}, OK)
+                told = self.call("RenderingControl", "GetMute", master, OK).get("CurrentMute")
+                self.check(told == mute, f"a mute of {mute} is told as {told}")
+
+    def gathered_events(self, master):
+        """Of two changes the second one is held back, but not for long."""
+        events = self.events["RenderingControl"]
+        shortest = float("inf")
+        for _ in range(5):  # a busy machine may be late once
+            heard = events.count()
+            for volume in ("41", "42"):
+                changed = time.monotonic()
+                self.call("RenderingControl", "SetVolume", {**master, "DesiredVolume": volume}, OK)
+            if events.wait(lambda told: told.get("Volume") == "42", heard):
+                shortest = min(shortest, events.messages[-1][0] - changed)
+        self.check(shortest <= LONGEST_GAP, f"a change is evented after {shortest:.3f} s")
 
     def subscribe(self):
         own = own_address_towards(self.device.location)
@@ -329,8 +452,12 @@ class Suite:
             if name != "ConnectionManager":
                 times = [when for when, _, _ in events.messages]
                 gaps = [later - earlier for earlier, later in zip(times, times[1:])]
-                self.check(all(gap >= SHORTEST_GAP for gap in gaps[1:]),
-                           f"{name}: messages follow each other after {min(gaps, default=1):.3f} s")
+                # A message that arrives late on a busy machine is followed by one that seems early;
+                # a renderer that does not gather is early again and again.
+                early = [gap for gap in gaps[1:] if gap < SHORTEST_GAP]
+                self.check(len(early) <= len(gaps) // 20 and min(early, default=1) > 0.1,
+                           f"{name}: {len(early)} of {len(gaps)} messages come early, the first "
+                           f"after {min(early, default=1):.3f} s")
             described = self.device.services[name].variables
             for _, _, values in events.messages:
                 for variable, value in values.items():
@@ -344,8 +471,13 @@ class Suite:
             return
         self.subscribe()
         self.let_in()
-        self.wrong_calls()
+        for state in (STOPPED, PLAYING):
+            self.reach(state)
+            self.wrong_calls()
+            self.await_state(state, "after wrong calls")
         self.transport_states()
+        self.speeds()
+        self.byte_seeks()
         self.the_end_of_the_media()
         self.other_services()
         for events in self.events.values():

@@ -206,7 +206,8 @@ class Events:
 
 
 class MediaServer:
-    """Serves one file, with ranges, under any name; /missing does not exist."""
+    """Serves one file, with ranges, under any name; /missing does not exist, and what is asked for
+    as /slow never comes."""
 
     def __init__(self, path, own_address):
         with open(path, "rb") as file:
@@ -214,10 +215,16 @@ class MediaServer:
         kind = {".mp4": "video/mp4", ".mp3": "audio/mpeg", ".webm": "video/webm"}.get(
             os.path.splitext(path)[1], "application/octet-stream")
 
+        closing = self._closing = threading.Event()
+
         class Handler(BaseHTTPRequestHandler):
             protocol_version = "HTTP/1.1"
 
             def do_GET(self):
+                if self.path == "/slow":
+                    closing.wait(60)
+                    self.close_connection = True
+                    return
                 if self.path == "/missing":
                     self.send_error(404)
                     return
@@ -267,6 +274,7 @@ class MediaServer:
                 f'{escape(self.uri(name))}</res></item></DIDL-Lite>')
 
     def close(self):
+        self._closing.set()
         self._server.shutdown()
         self._server.server_close()
 
