@@ -23,6 +23,10 @@ constexpr std::size_t kMostCallbacks = 4;
 // subscription, which had left before.
 constexpr std::chrono::milliseconds kFirstEventDelay{50};
 
+// What a host gets when half of all places are taken, so that a few greedy ones do not keep others
+// out: three services, twice for a controller that started again, and some.
+constexpr unsigned kScarce = 8;
+
 HttpReply refusal(unsigned status) {
     HttpReply reply;
     reply.status = status;
@@ -77,7 +81,8 @@ SubscriptionQuota::SubscriptionQuota(unsigned perHost, unsigned total)
 
 SubscriptionQuota::Place SubscriptionQuota::take(const std::string& host) {
     const auto found = taken_->hosts.find(host);
-    const bool hostIsFull = found != taken_->hosts.end() && found->second >= perHost_;
+    const unsigned share = taken_->total < total_ / 2 ? perHost_ : std::min(perHost_, kScarce);
+    const bool hostIsFull = found != taken_->hosts.end() && found->second >= share;
     if (taken_->total >= total_ || hostIsFull) {
         return nullptr;
     }

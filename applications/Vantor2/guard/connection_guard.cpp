@@ -1,5 +1,6 @@
 #include "guard/connection_guard.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string_view>
 #include <vector>
@@ -206,13 +207,36 @@ bool ConnectionGuard::makeRoom(const Connection& newcomer) {
         cut(*victim);
     }
     if (connections_.size() >= limits_.total) {
-        Connection* victim = oldestSilent(nullptr);
+        Connection* victim = oldestOfBiggestHost();
         if (victim == nullptr) {
             return false;
         }
         cut(*victim);
     }
     return true;
+}
+
+// Whoever holds most has to give, a silent connection if there is one, else the oldest of any kind:
+// some hosts that send slowly must not keep all others out.
+ConnectionGuard::Connection* ConnectionGuard::oldestOfBiggestHost() {
+    const auto biggest = std::max_element(
+        hostCounts_.begin(), hostCounts_.end(),
+        [](const auto& left, const auto& right) { return left.second < right.second; });
+    if (biggest == hostCounts_.end()) {
+        return nullptr;
+    }
+    Connection* oldest = oldestSilent(&biggest->first);
+    if (oldest != nullptr) {
+        return oldest;
+    }
+    for (const auto& entry : connections_) {
+        Connection& candidate = *entry.second;
+        const bool counts = !candidate.closing && candidate.host == biggest->first;
+        if (counts && (oldest == nullptr || candidate.since < oldest->since)) {
+            oldest = &candidate;
+        }
+    }
+    return oldest;
 }
 
 ConnectionGuard::Connection* ConnectionGuard::oldestSilent(const std::string* host) {

@@ -71,6 +71,7 @@ private:
     Connection* accept(SoupServerMessage* message, GSocket* socket);
     bool makeRoom(const Connection& newcomer);
     Connection* oldestSilent(const std::string* host);
+    Connection* oldestOfBiggestHost();
     void forget(Connection& connection);
     gboolean idleReadable(Connection& connection);
     void lostBeforeLine(Connection& connection);

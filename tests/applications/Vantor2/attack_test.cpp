@@ -161,6 +161,23 @@ TEST_F(AnAttacker, WithConnectionsFromManyAddressesKeepsNobodyOut) {
     EXPECT_LE(device->server().connectionCount(), 257u) << "256, and one that is being refused";
 }
 
+TEST_F(AnAttacker, WithSlowBodiesFromSeveralAddressesKeepsNobodyOut) {
+    const std::string post = "POST /AVTransport/control HTTP/1.1\r\nHost: " + host() +
+                             "\r\nContent-Length: 1000\r\n\r\n<";
+    std::vector<std::unique_ptr<RawClient>> slow;
+    for (int host = 0; host < 8; ++host) {
+        const std::string from = "127.0.1." + std::to_string(host + 1);
+        for (int count = 0; count < 32; ++count) {
+            slow.push_back(std::make_unique<RawClient>(device->port(), from.c_str()));
+            ASSERT_TRUE(slow.back()->send(post));
+        }
+    }
+    ASSERT_TRUE(runUntil([&] { return device->server().connectionCount() == 256; }));
+    for (int count = 0; count < 20; ++count) {
+        expectOthersAreServed();
+    }
+}
+
 class AnAttackerOfAnImpatientDevice : public AnAttacker {
 protected:
     AnAttackerOfAnImpatientDevice() : AnAttacker(impatient()) {}
