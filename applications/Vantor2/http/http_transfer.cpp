@@ -58,6 +58,8 @@ void HttpTransfer::start(GObjectPtr<SoupMessage> message, Done done) {
         done(std::nullopt);
         return;
     }
+    // Only the host that was named is asked, whatever it answers.
+    soup_message_add_flags(message.get(), SOUP_MESSAGE_NO_REDIRECT);
     auto transfer = std::make_unique<Transfer>();
     transfer->owner = this;
     transfer->cancellable.reset(g_cancellable_new());

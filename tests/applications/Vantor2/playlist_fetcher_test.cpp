@@ -96,6 +96,16 @@ TEST_F(APlaylistFetcher, BringsNothingWhenThereIsNone) {
     EXPECT_FALSE(received);
 }
 
+TEST_F(APlaylistFetcher, AsksNobodyButTheHostThatWasNamed) {
+    Server other("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n#EXTM3U\n");
+    Server server("HTTP/1.1 302 Found\r\nLocation: " + other.uri +
+                  "\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+    fetch(server);
+    other.serve();
+    EXPECT_FALSE(received);
+    EXPECT_EQ(other.requests(), 0u);
+}
+
 TEST_F(APlaylistFetcher, DoesNotReadMoreThanABound) {
     Server server("HTTP/1.1 200 OK\r\nContent-Length: 90000000\r\n\r\n" +
                   std::string(2000000, '#'));
