@@ -27,6 +27,11 @@ constexpr std::chrono::milliseconds kPublishPause{50};
 constexpr std::size_t kMostRecords = 8;
 constexpr std::chrono::seconds kRecordsWindow{2};
 
+// Where the daemon listens while there is no network, and nobody but this machine can be.
+constexpr const char* kNobodysAddress = "127.0.0.1";
+// An address that is away for that long is not waited for any more.
+constexpr std::chrono::seconds kUntilForgotten{60};
+
 std::string hostName() {
     char name[256] = "";
     if (gethostname(name, sizeof(name) - 1) != 0 || name[0] == '\0') {
@@ -70,6 +75,7 @@ Daemon::Daemon(Settings settings)
           }
           publish();
       }),
+      forgetPlaces_([this] { forgetPlaces(); }),
       bus_(busEvents()) {}
 
 Daemon::~Daemon() {
@@ -134,14 +140,17 @@ ExitCode Daemon::start() {
     }
     record_.friendlyNameUnresolved = store_->friendlyName().value_or(settings_.friendlyName);
     record_.friendlyName = resolveName(record_.friendlyNameUnresolved, hostName());
-    const bool onNetwork = startNetwork(error);
-    if (!onNetwork) {
-        logError(error);
-        return ExitCode::noNetwork;
-    }
+    const DeviceIdentity identity{store_->uuid(), record_.friendlyName, KETRA_VERSION};
+    device_ = std::make_unique<RendererDevice>(identity, clock_, bus_, bus_,
+                                               [this] { publishRequests(); });
+    // First, so that nothing is ever served without a TV behind it.
     if (!bus_.open(error)) {
         logError(error);
         return ExitCode::noBus;
+    }
+    if (!startNetwork(error)) {
+        logError(error);
+        return ExitCode::noNetwork;
     }
     if (!discovery_->show(error)) {
         logError(error);
@@ -156,17 +165,19 @@ ExitCode Daemon::start() {
 }
 
 bool Daemon::startNetwork(std::string& error) {
-    const auto wanted = choosePlaces(networkPlaces(), settings_.networkInterface);
-    if (wanted.empty()) {
-        error = settings_.networkInterface.empty()
-                    ? "there is no network interface to serve on"
-                    : "no such network interface or address: " + settings_.networkInterface;
+    if (!mayAppear(settings_.networkInterface)) {
+        error = "no such network interface or address: " + settings_.networkInterface;
         return false;
     }
-    const DeviceIdentity identity{store_->uuid(), record_.friendlyName, KETRA_VERSION};
-    device_ = std::make_unique<RendererDevice>(identity, clock_, bus_, bus_,
-                                               [this] { publishRequests(); });
-    if (!serveOn(wanted, error)) {
+    const auto wanted = choosePlaces(networkPlaces(), settings_.networkInterface);
+    if (wanted.empty()) {
+        // The port is settled all the same; it stays the same on whatever network appears.
+        logWarning("there is no network to serve on at the moment");
+        if (!device_->listen(kNobodysAddress, settings_.port, error)) {
+            error = "cannot serve on port " + std::to_string(settings_.port) + ": " + error;
+            return false;
+        }
+    } else if (!serveOn(wanted, error)) {
         return false;
     }
     record_.webServerPort = device_->port();
@@ -224,6 +235,20 @@ void Daemon::networkChanged() {
         logWarning(error.empty() ? "there is no network to serve on at the moment" : error);
     }
     discovery_->setPlaces(places_);
+    if (!forgetPlaces_.running()) {
+        forgetPlaces_.start(kUntilForgotten);
+    }
+}
+
+// Addresses change for ever on some networks; those that stay away must not be kept.
+void Daemon::forgetPlaces() {
+    std::vector<std::string> present;
+    for (const NetworkPlace& place : places_) {
+        present.push_back(place.address);
+    }
+    if (!present.empty()) {
+        device_->listenOnlyOn(present);
+    }
 }
 
 void Daemon::end(ExitCode code) {

@@ -46,6 +46,7 @@ private:
     bool startNetwork(std::string& error);
     bool serveOn(const std::vector<NetworkPlace>& wanted, std::string& error);
     void networkChanged();
+    void forgetPlaces();
     void end(ExitCode code);
     void sayGoodbye();
 
@@ -67,6 +68,7 @@ private:
     Timer publishAgain_;
     Timer publishSoon_;
     std::deque<TimePoint> publishedRequests_; // when, the last few times
+    Timer forgetPlaces_;
     TimePoint publishUntil_;
     std::optional<DeviceStore> store_;
     RendererRecord record_;

@@ -1,6 +1,7 @@
 // Vantor2, the renderer daemon. Started without arguments (argc may be 0); settings come from the
 // environment.
 #include <csignal>
+#include <cstdio>
 
 #include <libxml/parser.h>
 
@@ -10,9 +11,13 @@
 #include "common/lifeline.h"
 #include "daemon.h"
 
-int main() {
+int main(int argc, char**) {
     using namespace vantor;
     setProgramName("Vantor2");
+    if (argc > 1) {
+        std::fputs("usage: Vantor2 (no arguments; settings come from the environment)\n", stderr);
+        return static_cast<int>(ExitCode::badSetting);
+    }
     // Before anything is opened. SIGTERM is the daemon's own way to end in order.
     const companion::Lifeline lifeline([] { raise(SIGTERM); });
     if (!lifeline.intact()) {

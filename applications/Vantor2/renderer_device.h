@@ -38,6 +38,10 @@ public:
     ~RendererDevice();
 
     bool listen(const std::string& address, std::uint16_t port, std::string& error);
+    /// Ends to listen everywhere else.
+    void listenOnlyOn(const std::vector<std::string>& addresses) {
+        server_.listenOnlyOn(addresses);
+    }
     std::uint16_t port() const { return server_.port(); }
     bool listensOn(const std::string& address) const { return server_.listensOn(address); }
 

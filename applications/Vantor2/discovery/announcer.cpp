@@ -61,12 +61,20 @@ bool Announcer::show(std::string& error) {
                                                  announcement.usn.c_str(), location_.c_str());
     }
     gssdp_resource_group_set_available(group_.get(), TRUE);
+    if (place_.isIpv6() && !place_.loopback) {
+        linkEar_ = std::make_unique<LinkEar>(
+            place_.interface,
+            [this](const std::string& host, std::uint16_t port, SoupMessageHeaders* headers) {
+                searched(host, port, headers);
+            });
+    }
     return true;
 }
 
 void Announcer::hide() {
     // An available group sends its goodbyes while it is destroyed, without its usual delays.
     group_.reset();
+    linkEar_.reset();
     responder_.reset();
     if (client_) {
         g_signal_handlers_disconnect_by_data(client_.get(), this);
@@ -80,12 +88,19 @@ void Announcer::messageReceived(const char* host, unsigned port, int type,
         return;
     }
     g_signal_stop_emission_by_name(client_.get(), "message-received");
+    if (host != nullptr) {
+        searched(host, static_cast<std::uint16_t>(port), headers);
+    }
+}
+
+void Announcer::searched(const std::string& host, std::uint16_t port,
+                         SoupMessageHeaders* headers) const {
     const char* target = soup_message_headers_get_one(headers, "ST");
     const char* man = soup_message_headers_get_one(headers, "MAN");
-    const bool sound = target != nullptr && man != nullptr &&
-                       std::string("\"ssdp:discover\"") == man && host != nullptr;
+    const bool sound =
+        target != nullptr && man != nullptr && std::string("\"ssdp:discover\"") == man;
     if (sound && responder_) {
-        responder_->answer(target, host, static_cast<std::uint16_t>(port));
+        responder_->answer(target, host, port);
     }
 }
 

@@ -12,6 +12,7 @@
 #include <libsoup/soup.h>
 
 #include "base/glib_handles.h"
+#include "discovery/link_ear.h"
 #include "discovery/network_place.h"
 #include "discovery/search_responder.h"
 
@@ -43,6 +44,7 @@ public:
 
 private:
     void messageReceived(const char* host, unsigned port, int type, SoupMessageHeaders* headers);
+    void searched(const std::string& host, std::uint16_t port, SoupMessageHeaders* headers) const;
 
     NetworkPlace place_;
     std::string server_;
@@ -51,6 +53,7 @@ private:
     GObjectPtr<GSSDPClient> client_;
     GObjectPtr<GSSDPResourceGroup> group_;
     std::unique_ptr<SearchResponder> responder_;
+    std::unique_ptr<LinkEar> linkEar_;
 };
 
 } // namespace vantor

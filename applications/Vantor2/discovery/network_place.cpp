@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fstream>
+#include <map>
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
+#include <linux/if_addr.h>
 #include <net/if.h>
 #include <netinet/in.h>
 
@@ -31,10 +34,38 @@ std::string usableAddress(const sockaddr* address) {
     return "";
 }
 
+// The kernel's flags of this machine's IPv6 addresses.
+std::map<std::string, unsigned> ipv6Flags() {
+    std::map<std::string, unsigned> flags;
+    std::ifstream table("/proc/net/if_inet6");
+    std::string digits, index, prefix, scope, flag, interface;
+    while (table >> digits >> index >> prefix >> scope >> flag >> interface) {
+        in6_addr address{};
+        for (std::size_t byte = 0; byte < sizeof(address) && digits.size() == 32; ++byte) {
+            address.s6_addr[byte] =
+                static_cast<std::uint8_t>(std::stoul(digits.substr(2 * byte, 2), nullptr, 16));
+        }
+        char text[INET6_ADDRSTRLEN];
+        if (inet_ntop(AF_INET6, &address, text, sizeof(text)) != nullptr) {
+            flags[text] = static_cast<unsigned>(std::stoul(flag, nullptr, 16));
+        }
+    }
+    return flags;
+}
+
 } // namespace
+
+bool mayAppear(const std::string& wanted) {
+    in6_addr address{};
+    return wanted.empty() || if_nametoindex(wanted.c_str()) != 0 ||
+           inet_pton(AF_INET, wanted.c_str(), &address) == 1 ||
+           inet_pton(AF_INET6, wanted.c_str(), &address) == 1;
+}
 
 std::vector<NetworkPlace> networkPlaces() {
     std::vector<NetworkPlace> places;
+    const auto flags = ipv6Flags();
+    constexpr unsigned kUnusable = IFA_F_TENTATIVE | IFA_F_DADFAILED | IFA_F_DEPRECATED;
     ifaddrs* all = nullptr;
     if (getifaddrs(&all) != 0) {
         return places;
@@ -42,16 +73,22 @@ std::vector<NetworkPlace> networkPlaces() {
     for (const ifaddrs* entry = all; entry != nullptr; entry = entry->ifa_next) {
         const std::string address =
             entry->ifa_addr == nullptr ? std::string() : usableAddress(entry->ifa_addr);
-        if (!address.empty() && (entry->ifa_flags & IFF_UP) != 0) {
-            places.push_back({entry->ifa_name, address, (entry->ifa_flags & IFF_LOOPBACK) != 0});
+        const auto known = flags.find(address);
+        const unsigned state = known == flags.end() ? 0 : known->second;
+        if (!address.empty() && (entry->ifa_flags & IFF_UP) != 0 && (state & kUnusable) == 0) {
+            places.push_back({entry->ifa_name, address, (entry->ifa_flags & IFF_LOOPBACK) != 0,
+                              (state & IFA_F_TEMPORARY) != 0});
         }
     }
     freeifaddrs(all);
     return places;
 }
 
-std::vector<NetworkPlace> choosePlaces(const std::vector<NetworkPlace>& places,
+std::vector<NetworkPlace> choosePlaces(const std::vector<NetworkPlace>& all,
                                        const std::string& wanted) {
+    std::vector<NetworkPlace> places = all;
+    std::stable_partition(places.begin(), places.end(),
+                          [](const NetworkPlace& place) { return !place.temporary; });
     const auto chosen = [&](auto fits) {
         std::vector<NetworkPlace> found;
         for (const NetworkPlace& place : places) {

@@ -42,7 +42,9 @@ NetworkWatch::NetworkWatch(std::function<void()> changed)
         [](gint, GIOCondition, gpointer self) -> gboolean {
             auto* watch = static_cast<NetworkWatch*>(self);
             watch->takeNews();
-            watch->settled_.start(kSettling);
+            if (!watch->settled_.running()) { // messages that never end must not put it off
+                watch->settled_.start(kSettling);
+            }
             return G_SOURCE_CONTINUE;
         },
         this);

@@ -1,10 +1,12 @@
 #include "http/http_server.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include <libsoup/soup.h>
 
 #include "base/authority.h"
+#include "base/log.h"
 
 namespace vantor {
 
@@ -71,6 +73,24 @@ bool HttpServer::listen(const std::string& address, std::uint16_t port, std::str
     guard_->widenBacklog();
     addresses_.insert(address);
     return true;
+}
+
+// libsoup can end all its listeners only, so those that stay are opened again.
+void HttpServer::listenOnlyOn(const std::vector<std::string>& wanted) {
+    std::vector<std::string> staying;
+    std::copy_if(wanted.begin(), wanted.end(), std::back_inserter(staying),
+                 [this](const std::string& address) { return listensOn(address); });
+    if (staying.size() == addresses_.size()) {
+        return;
+    }
+    soup_server_disconnect(server_.get());
+    addresses_.clear();
+    for (const std::string& address : staying) {
+        std::string error;
+        if (!listen(address, port_, error)) {
+            logWarning("cannot serve on " + address + " any more: " + error);
+        }
+    }
 }
 
 // "host:port" or "host", as a Host header has it.

@@ -57,6 +57,8 @@ public:
     /// be called for further addresses, whose port is the first one's. An address that goes away
     /// and comes back is served again without a further call.
     bool listen(const std::string& address, std::uint16_t port, std::string& error);
+    /// Ends to listen on all other addresses. When there are some, every open connection ends, too.
+    void listenOnlyOn(const std::vector<std::string>& wanted);
     bool listensOn(const std::string& address) const { return addresses_.count(address) != 0; }
     std::uint16_t port() const { return port_; }
     /// Those that it listens on, or did before they went away.

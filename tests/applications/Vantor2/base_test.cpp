@@ -285,6 +285,20 @@ TEST(ASubscriptionQuota, CountsHostsAndAll) {
     EXPECT_TRUE(quota.take("c"));
 }
 
+TEST(ASubscriptionQuota, HasPlacesLeftWhenSomeHostsTakeAllTheyGet) {
+    SubscriptionQuota quota(32, 128);
+    std::vector<SubscriptionQuota::Place> places;
+    for (const char* greedy : {"a", "b", "c", "d"}) {
+        for (int count = 0; count < 128; ++count) {
+            places.push_back(quota.take(greedy));
+        }
+    }
+    const auto one = quota.take("e");
+    const auto two = quota.take("e");
+    const auto three = quota.take("e");
+    EXPECT_TRUE(one && two && three);
+}
+
 TEST(ASearch, FindsWhatItAsksFor) {
     const auto all = announcementsOf("1234", "urn:schemas-upnp-org:device:MediaRenderer:1",
                                      {"urn:schemas-upnp-org:service:AVTransport:1"});
@@ -340,6 +354,9 @@ TEST(TheNetworks, AreChosenByWishElseBeyondLoopback) {
     EXPECT_EQ(chosen("lo"), "127.0.0.1 ");
     EXPECT_EQ(chosen("::1"), "::1 ");
     EXPECT_EQ(chosen("eth2"), "");
+    NetworkPlace temporary{"eth0", "2001:db8::7", false, true};
+    EXPECT_EQ(choosePlaces({temporary, places[5]}, "").at(0).address, "2001:db8::5");
+    EXPECT_EQ(choosePlaces({temporary}, "").at(0).address, "2001:db8::7");
     EXPECT_EQ(choosePlaces({places[0], places[4]}, "").size(), 1u);
     EXPECT_TRUE(choosePlaces({}, "").empty());
 }

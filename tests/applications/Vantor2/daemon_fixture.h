@@ -50,8 +50,9 @@ inline bool waitUntil(const std::function<bool()>& condition,
 
 /// Becomes a program with a null argument vector, as the television starts its companions. (The C
 /// library's own function says that the vector must not be null; the system takes it.)
-[[noreturn]] inline void becomeProgram(const std::string& program) {
-    syscall(SYS_execve, program.c_str(), nullptr, environ);
+[[noreturn]] inline void becomeProgram(const std::string& program, const char* argument = nullptr) {
+    const char* const arguments[] = {program.c_str(), argument, nullptr};
+    syscall(SYS_execve, program.c_str(), argument == nullptr ? nullptr : arguments, environ);
     _exit(127);
 }
 
@@ -60,8 +61,9 @@ class Child {
 public:
     using Environment = std::vector<std::pair<std::string, std::string>>;
 
-    /// Starts it; what it prints is kept.
-    Child(const std::string& program, const Environment& environment) {
+    /// Starts it, without any arguments unless there is one; what it prints is kept.
+    Child(const std::string& program, const Environment& environment,
+          const char* argument = nullptr) {
         int output[2];
         EXPECT_EQ(pipe2(output, O_CLOEXEC), 0);
         pid_ = fork();
@@ -70,7 +72,7 @@ public:
             for (const auto& variable : environment) {
                 setenv(variable.first.c_str(), variable.second.c_str(), 1);
             }
-            becomeProgram(program);
+            becomeProgram(program, argument);
         }
         close(output[1]);
         output_ = output[0];

@@ -423,6 +423,24 @@ TEST_F(TheDaemon, WaitsForItsPredecessorToLeaveTheBus) {
     engine.Stop();
 }
 
+TEST_F(TheDaemon, TakesNoArguments) {
+    Child asked(VANTOR2_PROGRAM, environment(), "--help");
+    EXPECT_TRUE(asked.ended(seconds(5)));
+    EXPECT_EQ(asked.exitCode(), 2);
+    EXPECT_EQ(asked.printed(),
+              "usage: Vantor2 (no arguments; settings come from the environment)\n");
+}
+
+TEST_F(TheDaemon, IsNotOnTheNetworkWithoutABus) {
+    start();
+    auto variables = environment();
+    variables.emplace_back("KETRA_PORT", std::to_string(port)); // would be a failure of its own
+    variables.emplace_back("KETRA_BUS_ADDRESS", "unix:path=/proc/none");
+    Child lonely(VANTOR2_PROGRAM, variables);
+    EXPECT_TRUE(lonely.ended(seconds(5)));
+    EXPECT_EQ(lonely.exitCode(), 5) << lonely.printed();
+}
+
 TEST_F(TheDaemon, SaysWhyItCannotStart) {
     start();
     const auto failing = [&](const std::string& name, const std::string& value) {

@@ -339,6 +339,29 @@ TEST_F(HttpSide, AnswersNothingWhileOffTheNetwork) {
     EXPECT_EQ(statusOf(get("/description.xml")), 200);
 }
 
+TEST_F(HttpSide, KnowsAnAddressNoMoreOnceItEndsToListenThere) {
+    std::string error;
+    ASSERT_TRUE(device->listen("127.0.0.5", device->port(), error)) << error;
+    const std::string stale =
+        "GET /description.xml HTTP/1.1\r\nHost: 127.0.0.5:" + std::to_string(device->port()) +
+        "\r\n\r\n";
+    RawClient kept(device->port());
+    kept.send(stale);
+    EXPECT_EQ(statusOf(kept.answer()), 200);
+    const int before = openDescriptors();
+    device->listenOnlyOn({"127.0.0.1"});
+    EXPECT_TRUE(runUntil([&] { return device->server().connectionCount() == 0; }));
+    EXPECT_LE(openDescriptors(), before - 2) << "the listener and the connection";
+    EXPECT_EQ(device->server().addresses(), std::vector<std::string>{"127.0.0.1"});
+    EXPECT_EQ(statusOf(request(stale)), 400);
+    EXPECT_EQ(statusOf(get("/description.xml")), 200);
+    RawClient untouched(device->port());
+    untouched.send("GET /description.xml HTTP/1.1\r\nHost: " + host() + "\r\n\r\n");
+    EXPECT_EQ(statusOf(untouched.answer()), 200);
+    device->listenOnlyOn({"127.0.0.1"});
+    EXPECT_FALSE(untouched.endsWithin(milliseconds(50))) << "nothing was to be done";
+}
+
 TEST_F(HttpSide, SaysWhyAnAddressCannotBeUsed) {
     RendererDevice second({"uuid", "name", "1"}, clock, player, sound, [] {});
     std::string error;

@@ -99,16 +99,17 @@ class Ssdp:
         return [re.search(rf"(?im)^{wanted}:\s*(\S+)", message).group(1)
                 for message in self._take(self.ear) if kind in message]
 
-    def search(self, target=RENDERER):
-        host = f"[{self.group[0]}]" if self.ipv6 else self.group[0]
+    def search(self, target=RENDERER, group=None):
+        group = group or self.group
+        host = f"[{group[0]}]" if self.ipv6 else group[0]
         text = (f"M-SEARCH * HTTP/1.1\r\nHOST: {host}:1900\r\nMAN: \"ssdp:discover\"\r\nMX: 1\r\n"
                 f"ST: {target}\r\n\r\n")
-        self.voice.sendto(text.encode(), self.group)
+        self.voice.sendto(text.encode(), group)
 
-    def found(self, seconds=DEADLINE):
+    def found(self, seconds=DEADLINE, group=None):
         """Searches until somebody answers; the locations."""
         def asked():
-            self.search()
+            self.search(group=group)
             end = time.monotonic() + 0.3
             while time.monotonic() < end:
                 answers = self._take(self.voice)
@@ -249,6 +250,8 @@ class Networks(unittest.TestCase):
         daemon = self.start()
         (location,) = ssdp.found()
         self.assertTrue(location.startswith("http://[fd00:1::1]:"), location)
+        self.assertEqual(ssdp.found(group=("ff02::c", *ssdp.group[1:])), [location],
+                         "searches of the link's own scope are answered, too")
         status, text = get(location)
         self.assertEqual(status, 200)
         self.assertIn("DMR-1.50", text)
@@ -257,6 +260,32 @@ class Networks(unittest.TestCase):
         ssdp.announced("ssdp:byebye")
         daemon.terminate()
         until(lambda: ssdp.announced("ssdp:byebye"), "a goodbye")
+
+    def test_may_have_no_address_yet(self):
+        ip("link", "add", "p0", "type", "veth", "peer", "name", "t0")
+        ip("link", "set", "t0", "netns", str(self.anchor.pid))
+        self.addCleanup(ip, "link", "delete", "p0")
+        ip("link", "set", "t0", "up", on_tv=True)
+        ip("link", "set", "p0", "up")
+        daemon = self.start(KETRA_INTERFACE="t0")
+        until(lambda: "no network to serve on" in self.read_log(daemon.log), "the daemon to wait")
+        ip("address", "add", "fd00:1::2/64", "dev", "p0", "nodad")
+        ip("address", "add", "fd00:1::1/64", "dev", "t0", on_tv=True)  # usable a second later
+        (location,) = self.ssdp("fd00:1::2", "p0").found()
+        self.assertTrue(location.startswith("http://[fd00:1::1]:"), location)
+        self.assertEqual(get(location)[0], 200)
+
+    def test_may_still_be_checking_their_address(self):
+        ip("link", "add", "p0", "type", "veth", "peer", "name", "t0")
+        ip("link", "set", "t0", "netns", str(self.anchor.pid))
+        self.addCleanup(ip, "link", "delete", "p0")
+        ip("address", "add", "fd00:1::2/64", "dev", "p0", "nodad")
+        ip("link", "set", "p0", "up")
+        ip("link", "set", "t0", "up", on_tv=True)
+        ip("address", "add", "fd00:1::1/64", "dev", "t0", on_tv=True)
+        self.start()
+        (location,) = self.ssdp("fd00:1::2", "p0").found()
+        self.assertTrue(location.startswith("http://[fd00:1::1]:"), location)
 
     def first_event(self, location, own):
         """Subscribes with a callback to this address; the answer's status, once the event came."""
