@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -66,6 +67,44 @@ TEST_F(AMonster, ThatIsAListOfItselfIsNotFollowed) {
         errorOf("list.m3u", "#EXTM3U\n" + server.address("/good/list.m3u") + "\n");
     EXPECT_TRUE(error == PlayerError::kUnknownFormat || error == PlayerError::kNoDecoder)
         << static_cast<int>(error);
+}
+
+/// The test's song with this title in front of it.
+std::string songCalled(const std::string& title) {
+    std::ifstream file(KETRA_TEST_MEDIA "/song.mp3", std::ios::binary);
+    std::string song{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    const auto sizeAt = [](const std::string& tag, std::size_t at) {
+        std::size_t size = 0;
+        for (std::size_t index = 0; index < 4; ++index) {
+            size = size << 7 | static_cast<unsigned char>(tag.at(at + index));
+        }
+        return size;
+    };
+    song.erase(0, 10 + sizeAt(song, 6)); // the tag that it has
+    const auto bigEndian = [](std::size_t number, unsigned bits) {
+        std::string bytes;
+        for (unsigned index = 4; index-- > 0;) {
+            bytes += static_cast<char>(number >> (index * bits) & ((1U << bits) - 1));
+        }
+        return bytes;
+    };
+    const std::string frame = "TIT2" + bigEndian(title.size() + 1, 7) + std::string(2, '\0') +
+                              std::string(1, '\3') + title; // 3: UTF-8
+    return std::string("ID3\4\0\0", 6) + bigEndian(frame.size(), 7) + frame + song;
+}
+
+TEST_F(AMonster, IsNotMadeByAnEndlessTitle) {
+    std::string title = "x";
+    while (title.size() < 300000) {
+        title += "\xE2\x99\xAB";
+    }
+    std::ofstream(folder_.path() + "/song.mp3", std::ios::binary) << songCalled(title);
+    test::MediaServer server(folder_.path());
+    ASSERT_TRUE(player_.setMedia(server.address("/good/song.mp3")));
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying)) << player_.log();
+    const std::string& shown = player_.last().track.title;
+    EXPECT_EQ(shown, title.substr(0, 1 + (4096 - 1) / 3 * 3)) << shown.size();
 }
 
 TEST_F(AMonster, OfAnEmptyFileIsNoMedia) {

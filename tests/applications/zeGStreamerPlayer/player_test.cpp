@@ -283,6 +283,13 @@ TEST_F(ThePlayer, RefusesAddressesOtherThanHttp) {
     EXPECT_EQ(last().error, PlayerError::kUnsupportedAddress);
 }
 
+TEST_F(ThePlayer, RefusesAddressesThatNobodyCanMean) {
+    player_.setMedia(request("http-get:*:video/mp4:*", "http://h/" + std::string(33000, 'x')));
+    EXPECT_TRUE(player_.play(Speed()));
+    EXPECT_EQ(engine_.taken().find("open"), std::string::npos);
+    EXPECT_EQ(last().error, PlayerError::kUnsupportedAddress);
+}
+
 TEST_F(ThePlayer, DoesWhatWasAskedForWhileItLoadedWhenTheMediaIsOpen) {
     bringTo(kLoading);
     player_.seek(5000);
@@ -578,6 +585,22 @@ TEST_F(ThePlayer, GivesUpOnAServerThatDoesNotAnswerForTwentySeconds) {
     EXPECT_EQ(said(), "STOPPED");
     EXPECT_EQ(last().error, PlayerError::kUnreachable);
     EXPECT_EQ(engine_.taken(), "close");
+}
+
+TEST_F(ThePlayer, WaitsForASlowServerAsLongAsDataArrive) {
+    bringTo(kLoading);
+    for (int round = 0; round < 5; ++round) {
+        now_ += seconds(15);
+        report(EngineArriving{});
+        player_.tick();
+        EXPECT_EQ(last().state, kLoading);
+    }
+    report(EngineOpened{filmFacts()});
+    report(EnginePlaying{});
+    now_ += seconds(20);
+    report(EngineArriving{}); // it plays from what it has, or it does not
+    player_.tick();
+    EXPECT_EQ(last().error, PlayerError::kUnreachable);
 }
 
 TEST_F(ThePlayer, GivesUpWhenBufferingGetsNowhere) {

@@ -350,6 +350,17 @@ TEST_F(APlayer, SaysThatItIsBufferingWhenTheServerStalls) {
     EXPECT_FALSE(player_.last().buffering);
 }
 
+TEST_F(APlayer, WaitsForAPhotoThatComesSlowlyButComes) {
+    playPath("/slow/photo.jpg");
+    ASSERT_TRUE(player_.waitUntil(
+        [this] {
+            return player_.last().state == PlayerState::kFinished ||
+                   player_.last().error != PlayerError::kNone;
+        },
+        seconds(60)));
+    EXPECT_EQ(player_.last().error, PlayerError::kNone) << player_.log();
+}
+
 TEST_F(APlayer, FollowsARedirect) {
     playUntilPlaying("/to?/good/film.mp4");
     EXPECT_EQ(player_.last().track.protocolInfo, "http-get:*:video/mp4:*");

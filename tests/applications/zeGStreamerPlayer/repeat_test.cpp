@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "support/case_name.h"
+#include "support/listener.h"
 #include "support/media_server.h"
 #include "support/recorded_player.h"
 #include "support/temporary_folder.h"
@@ -58,6 +59,22 @@ TEST_P(ARepeatedPart, PlaysRoundAndRoundWithoutAStep) {
         EXPECT_FALSE(player_.announced()[index].buffering);
     }
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+}
+
+TEST_P(ARepeatedPart, GoesOnHoweverShortItIs) {
+    player::Settings settings = test::RecordedPlayer::plainSettings(folder_.path());
+    settings.audioSink = test::listeningSink();
+    test::RecordedPlayer player(folder_.path(), settings);
+    ASSERT_TRUE(player.setMedia(server_.address(GetParam())));
+    ASSERT_TRUE(player->play(Speed()));
+    ASSERT_TRUE(player.waitForState(PlayerState::kPlaying)) << player.log();
+    ASSERT_TRUE(player->repeat(Repeat::kA));
+    player.letPass(test::milliseconds(300));
+    ASSERT_TRUE(player->repeat(Repeat::kAB));
+    for (int quarter = 0; quarter < 8; ++quarter) {
+        EXPECT_GT(test::hear().loudness, 0.05) << quarter;
+    }
+    EXPECT_LE(player.last().positionSec, 1u);
 }
 
 TEST_P(ARepeatedPart, GoesOnBeyondItsEndWhenTheRepetitionEnds) {

@@ -61,6 +61,7 @@ TEST(AMessage, CarriesEveryEvent) {
     EXPECT_EQ(eventBack(EngineAnswered{"a", "b"}).contentFeatures, "b");
     (void)eventBack(EnginePlaying{});
     (void)eventBack(EnginePaused{});
+    (void)eventBack(EngineArriving{});
     EXPECT_EQ(eventBack(EngineBuffering{42}).percent, 42);
     EXPECT_EQ(eventBack(EnginePosition{-1}).positionMs, -1);
     const EngineMoved moved = eventBack(EngineMoved{true, 5000, *Speed::fromText("1/2")});
@@ -119,6 +120,34 @@ TEST(AMessage, IsReadStrictly) {
     Bytes speed = encode(Order(SpeedOrder{1, *Speed::fromText("2")}));
     speed.back() = '3';
     EXPECT_FALSE(decodeOrder(speed));
+}
+
+TEST(AMessage, IsNotDeeperThanAnyOfOurs) {
+    // An array in an array in an array: each byte would be a call on the reader's stack.
+    EXPECT_FALSE(decodeAnswer(Bytes(10 * 1024 * 1024, 0x91)));
+    EXPECT_FALSE(decodeAnswer(Bytes(10 * 1024 * 1024, 0x81)));
+}
+
+TEST(AMessage, CarriesOnlyWhatIsPossible) {
+    const auto arrives = [](decltype(EngineEvent::what) what) {
+        return decodeAnswer(encode(Answer(EngineEvent{7, std::move(what)}))).has_value();
+    };
+    constexpr std::int64_t kNoTime = std::int64_t{1} << 60;
+    MediaFacts facts;
+    EXPECT_TRUE(arrives(EngineOpened{facts}));
+    facts.durationMs = kNoTime;
+    EXPECT_FALSE(arrives(EngineOpened{facts}));
+    EXPECT_FALSE(arrives(EngineFacts{facts}));
+    EXPECT_FALSE(arrives(EnginePosition{-kNoTime}));
+    EXPECT_FALSE(arrives(EngineMoved{true, kNoTime, Speed()}));
+    EXPECT_FALSE(arrives(EngineEnded{kNoTime}));
+    facts = MediaFacts();
+    facts.kind = static_cast<MediaKind>(99);
+    EXPECT_FALSE(arrives(EngineOpened{facts}));
+    facts = MediaFacts();
+    facts.imageType = static_cast<ImageType>(-2);
+    EXPECT_FALSE(arrives(EngineOpened{facts}));
+    EXPECT_FALSE(arrives(EngineFailed{static_cast<PlayerError>(99), ""}));
 }
 
 bool canRead(const std::string& path) {

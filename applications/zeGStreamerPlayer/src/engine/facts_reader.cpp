@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "engine/gst_handles.h"
+#include "metadata/text_limit.h"
 
 namespace player {
 namespace {
@@ -49,7 +50,7 @@ std::string textTag(const GstTagList* tags, const char* tag) {
         return "";
     }
     const GstOwner<char> owner(text);
-    return text;
+    return cutText(text);
 }
 
 std::string dateTag(const GstTagList* tags) {

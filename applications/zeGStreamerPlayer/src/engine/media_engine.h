@@ -38,6 +38,8 @@ struct EnginePaused {};
 struct EngineBuffering {
     int percent;
 };
+/// Data of the media arrived; sent a few times a second while they do.
+struct EngineArriving {};
 /// Sent once a second while the media plays.
 struct EnginePosition {
     std::int64_t positionMs;
@@ -61,7 +63,8 @@ struct EngineFailed {
 struct EngineEvent {
     Session session;
     std::variant<EngineAnswered, EngineOpened, EngineFacts, EnginePlaying, EnginePaused,
-                 EngineBuffering, EnginePosition, EngineMoved, EngineEnded, EngineFailed>
+                 EngineBuffering, EnginePosition, EngineMoved, EngineEnded, EngineFailed,
+                 EngineArriving>
         what;
 };
 

@@ -13,6 +13,7 @@
 #include "engine/image_type.h"
 #include "engine/sinks.h"
 #include "logic/play_request.h"
+#include "metadata/text_limit.h"
 #include "process/log.h"
 
 namespace player {
@@ -42,7 +43,7 @@ std::string header(const GstStructure* headers, const char* name) {
             return TRUE;
         },
         &search);
-    return search.found;
+    return cutText(search.found);
 }
 
 std::string errorText(GstMessage* message) {
@@ -204,7 +205,7 @@ void Pipeline::wish() {
 
 void Pipeline::begin(Step step) {
     step_ = step;
-    stepBegan_ = Clock::now();
+    stepBegan_ = stepMoved_ = Clock::now();
 }
 
 void Pipeline::end() {
@@ -246,6 +247,7 @@ bool Pipeline::move() {
     const std::int64_t from = wantPositionMs_.value_or(positionMs());
     wantPositionMs_.reset();
     begin(Step::kMove);
+    segmentEnded_ = false;
     if (!seekTo(GST_SEEK_FLAG_FLUSH, from)) {
         step_ = Step::kNone;
         speed_ = wantSpeed_ = before;
@@ -275,15 +277,23 @@ bool Pipeline::seekTo(int flags, std::int64_t from) {
         last = *markB_ * GST_MSECOND;
     }
     const std::int64_t here = from * static_cast<std::int64_t>(GST_MSECOND);
-    return gst_element_seek(playbin_.get(), rate, GST_FORMAT_TIME, static_cast<GstSeekFlags>(flags),
-                            GST_SEEK_TYPE_SET, speed_.isBackward() ? first : here,
-                            GST_SEEK_TYPE_SET, speed_.isBackward() ? here : last) != FALSE;
+    GstEvent* const event = gst_event_new_seek(
+        rate, GST_FORMAT_TIME, static_cast<GstSeekFlags>(flags), GST_SEEK_TYPE_SET,
+        speed_.isBackward() ? first : here, GST_SEEK_TYPE_SET, speed_.isBackward() ? here : last);
+    seekNumber_ = gst_event_get_seqnum(event);
+    return gst_element_send_event(playbin_.get(), event) != FALSE;
 }
 
 /// The part that is repeated is over: once more, or on beyond it. Nothing is thrown away that is on
 /// its way to the screen, so there is no gap.
-void Pipeline::onSegmentEnd() {
-    if (!opened_ || failed_ || retired_ || step_ == Step::kMove) {
+void Pipeline::onSegmentEnd(std::uint32_t number) {
+    if (!opened_ || failed_ || retired_) {
+        return;
+    }
+    if (step_ == Step::kMove) {
+        // A short part has been read to its end before its first picture is on the screen. Any
+        // other end was on its way when the media was moved.
+        segmentEnded_ = segmentEnded_ || number == seekNumber_;
         return;
     }
     const bool backward = speed_.isBackward();
@@ -330,13 +340,23 @@ void Pipeline::fail(PlayerError error, const std::string& detail) {
         return;
     }
     failed_ = true;
-    report_(EngineFailed{error, detail});
+    report_(EngineFailed{error, cutText(detail)});
     end();
+}
+
+/// A slow server is no dead one.
+void Pipeline::followData() {
+    const std::uint64_t arrived = bytesArrived_;
+    if (std::exchange(bytesSeen_, arrived) != arrived && !failed_) {
+        stepMoved_ = Clock::now();
+        report_(EngineArriving{});
+    }
 }
 
 void Pipeline::onTimer() {
     const Clock::time_point now = Clock::now();
-    if (!idle() && now - stepBegan_ > kStepLimit) {
+    followData();
+    if (!idle() && (now - stepMoved_ > kStepLimit || now - stepBegan_ > kSlowStepLimit)) {
         fail(PlayerError::kUnreachable, "the pipeline does not get on");
         return;
     }
@@ -382,6 +402,9 @@ void Pipeline::handle(GstMessage* message) {
             positionReported_ = Clock::now();
             samplePosition();
             end();
+            if (std::exchange(segmentEnded_, false)) {
+                onSegmentEnd(seekNumber_);
+            }
         }
         break;
     case GST_MESSAGE_STATE_CHANGED: {
@@ -403,7 +426,7 @@ void Pipeline::handle(GstMessage* message) {
         onEnd();
         break;
     case GST_MESSAGE_SEGMENT_DONE:
-        onSegmentEnd();
+        onSegmentEnd(gst_message_get_seqnum(message));
         break;
     case GST_MESSAGE_TAG: {
         GstTagList* list = nullptr;

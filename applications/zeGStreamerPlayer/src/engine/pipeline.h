@@ -6,6 +6,7 @@
 // Everything here runs on the media thread, except where a comment says otherwise.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -30,6 +31,8 @@ public:
 
     /// A step that takes longer than this will never end.
     static constexpr std::chrono::seconds kStepLimit{20};
+    /// Nor will one that takes longer than this, though data arrive all the time.
+    static constexpr std::chrono::minutes kSlowStepLimit{5};
 
     /// Starts opening at once. `queue` belongs to the media thread's context.
     Pipeline(const Settings& settings, const MediaAddress& address, Screen& screen,
@@ -65,19 +68,21 @@ private:
     bool isSubtitles(GstElement* element) const;
     static GstPadProbeReturn onCaps(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onFirstData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstPadProbeReturn onData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onImageData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
     void handle(GstMessage* message);
     void handleHeaders(const GstStructure& structure);
     void onOpened();
     void onEnd();
+    void followData();
     void begin(Step step);
     void end();
     void wish();
     void takeNextStep();
     bool move();
     bool seekTo(int flags, std::int64_t from);
-    void onSegmentEnd();
+    void onSegmentEnd(std::uint32_t number);
     void changeState(GstState target);
     void fail(PlayerError error, const std::string& detail);
     void applySound();
@@ -99,6 +104,8 @@ private:
 
     Step step_ = Step::kNone;
     Clock::time_point stepBegan_;
+    Clock::time_point stepMoved_; ///< when data arrived for it, or it began
+    std::uint64_t bytesSeen_ = 0; ///< of those that had arrived
     bool opened_ = false;
     bool failed_ = false;
     bool retired_ = false;
@@ -126,8 +133,11 @@ private:
     std::optional<std::int64_t> markA_; ///< of the part to repeat
     std::optional<std::int64_t> markB_; ///< the part is repeated
     std::int64_t segmentEnd_ = 0;       ///< of the part, when its repetition was ended meanwhile
+    std::uint32_t seekNumber_ = 0;      ///< by which what a seek leads to is known
+    bool segmentEnded_ = false;         ///< the part was over before the move to it was
 
     // Written on streaming threads.
+    std::atomic<std::uint64_t> bytesArrived_{0};
     mutable std::mutex mutex_;
     std::string capsName_;                  // guarded by mutex_
     bool download_ = false;                 // guarded by mutex_

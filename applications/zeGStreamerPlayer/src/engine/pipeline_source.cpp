@@ -79,6 +79,7 @@ void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self) {
     trustCertificatesOf(source, static_cast<Pipeline*>(self)->settings_.caFile);
     const GstOwner<GstPad> pad(gst_element_get_static_pad(source, "src"));
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onFirstData, self, nullptr);
+    gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onData, self, nullptr);
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, &Pipeline::onCaps, self,
                       nullptr);
 }
@@ -102,6 +103,12 @@ GstPadProbeReturn Pipeline::onFirstData(GstPad* pad, GstPadProbeInfo*, gpointer 
         keepNoCopy(pad);
     }
     return GST_PAD_PROBE_REMOVE;
+}
+
+GstPadProbeReturn Pipeline::onData(GstPad*, GstPadProbeInfo* info, gpointer self) {
+    static_cast<Pipeline*>(self)->bytesArrived_ +=
+        gst_buffer_get_size(GST_PAD_PROBE_INFO_BUFFER(info));
+    return GST_PAD_PROBE_OK;
 }
 
 /// Whether an element belongs to the subtitles beside the media.

@@ -92,6 +92,9 @@ bool equalsIgnoringCase(std::string_view left, std::string_view right) {
 } // namespace
 
 bool isSupportedAddress(std::string_view uri) {
+    if (uri.size() > kLongestAddress) {
+        return false;
+    }
     const std::string_view scheme = schemeOf(uri);
     if (!equalsIgnoringCase(scheme, "http") && !equalsIgnoringCase(scheme, "https")) {
         return false;

@@ -22,7 +22,10 @@ PlayRequest makePlayRequest(const std::string& mediaUri, std::string_view mediaD
                             const std::string& trackUri, std::string_view trackDidl,
                             std::string* complaints);
 
-/// True for the addresses that the player opens: http and https with a host.
+/// No server takes a longer one, and two of them fit into a message to the media worker.
+constexpr std::size_t kLongestAddress = std::size_t{32} * 1024;
+
+/// True for the addresses that the player opens: http and https with a host, not endlessly long.
 bool isSupportedAddress(std::string_view uri);
 
 /// A name to show for a media that nobody gave a title: the last part of its address, decoded.

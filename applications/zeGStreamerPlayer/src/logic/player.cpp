@@ -526,4 +526,10 @@ void Player::on(const EngineFailed& failed) {
     fail(failed.error, failed.detail);
 }
 
+void Player::on(const EngineArriving&) {
+    if (loading_ || status_.buffering) {
+        progress(); // slow, but it comes
+    }
+}
+
 } // namespace player

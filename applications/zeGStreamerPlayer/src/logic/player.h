@@ -92,6 +92,7 @@ private:
     void on(const EngineMoved& moved);
     void on(const EngineEnded& ended);
     void on(const EngineFailed& failed);
+    void on(const EngineArriving&);
 
     Surroundings surroundings_;
     PlayerStatus status_;

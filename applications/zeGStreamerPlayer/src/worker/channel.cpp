@@ -4,9 +4,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <string>
 #include <utility>
 
 #include <glib-unix.h>
+
+#include "process/log.h"
 
 namespace player {
 
@@ -36,9 +39,14 @@ bool Channel::send(const Bytes& message) {
 gboolean Channel::onReady(int descriptor, GIOCondition, gpointer data) {
     auto* const self = static_cast<Channel*>(data);
     Bytes bytes(kLongest);
-    const ssize_t got = recv(descriptor, bytes.data(), bytes.size(), MSG_DONTWAIT);
+    // With MSG_TRUNC the answer is the length of the whole message, however little of it fits.
+    const ssize_t got = recv(descriptor, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_TRUNC);
     if (got > 0) {
-        bytes.resize(static_cast<std::size_t>(got));
+        const auto length = static_cast<std::size_t>(got);
+        if (length > kLongest) {
+            logError("a message of " + std::to_string(length) + " bytes is too long");
+        }
+        bytes.resize(length > kLongest ? 0 : length); // a part of a message is none
         const auto onMessage = self->onMessage_;
         onMessage(bytes);
         return G_SOURCE_CONTINUE; // a source that was destroyed meanwhile is not called again

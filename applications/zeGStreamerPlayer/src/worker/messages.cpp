@@ -39,8 +39,41 @@ template <class Variant> Variant toVariant(const Json& json) {
     return toVariant<Variant>(json.at(1), json.at(0).get<std::size_t>());
 }
 
+/// Looks at a message before it is unpacked, which takes stack for every value within a value.
+/// Numbers with a fraction and raw bytes are in no message of ours.
+class Shape : public nlohmann::json_sax<Json> {
+public:
+    bool null() override { return true; }
+    bool boolean(bool) override { return true; }
+    bool number_integer(number_integer_t) override { return true; }
+    bool number_unsigned(number_unsigned_t) override { return true; }
+    bool number_float(number_float_t, const string_t&) override { return false; }
+    bool string(string_t&) override { return true; }
+    bool binary(binary_t&) override { return false; }
+    bool start_object(std::size_t) override { return ++depth_ <= kDeepest; }
+    bool key(string_t&) override { return true; }
+    bool end_object() override { return depth_-- > 0; }
+    bool start_array(std::size_t) override { return ++depth_ <= kDeepest; }
+    bool end_array() override { return depth_-- > 0; }
+    bool parse_error(std::size_t, const std::string&, const Json::exception&) override {
+        return false;
+    }
+
+private:
+    static constexpr int kDeepest = 8;
+    int depth_ = 0;
+};
+
+bool isWellShaped(const Bytes& bytes) {
+    Shape shape;
+    return Json::sax_parse(bytes, &shape, Json::input_format_t::msgpack);
+}
+
 template <class Message> std::optional<Message> decode(const Bytes& bytes) {
     try {
+        if (!isWellShaped(bytes)) {
+            return std::nullopt;
+        }
         return toVariant<Message>(Json::from_msgpack(bytes));
     } catch (const std::exception&) {
         return std::nullopt;
@@ -48,6 +81,28 @@ template <class Message> std::optional<Message> decode(const Bytes& bytes) {
 }
 
 } // namespace
+
+// Enumerations are numbers of which only some have a meaning.
+#define KETRA_ENUM_MESSAGE(Type, first, last)                                                      \
+    void from_json(const Json& json, Type& value) {                                                \
+        const auto number = json.get<std::int64_t>();                                              \
+        if (number < static_cast<std::int64_t>(first) ||                                           \
+            number > static_cast<std::int64_t>(last)) {                                            \
+            throw std::invalid_argument("no such " #Type);                                         \
+        }                                                                                          \
+        value = static_cast<Type>(number);                                                         \
+    }
+
+KETRA_ENUM_MESSAGE(MediaKind, MediaKind::kUnknown, MediaKind::kImage)
+KETRA_ENUM_MESSAGE(ImageType, ImageType::kUnknown, ImageType::kPngInterlaced)
+KETRA_ENUM_MESSAGE(Repeat, Repeat::kNone, Repeat::kAB)
+
+void from_json(const Json& json, PlayerError& error) {
+    error = static_cast<PlayerError>(json.get<std::int32_t>());
+    if (error != PlayerError::kNone && describe(error)[0] == '\0') {
+        throw std::invalid_argument("no such error");
+    }
+}
 
 void to_json(Json& json, const Speed& speed) {
     json = speed.text();
@@ -65,6 +120,7 @@ void from_json(const Json& json, Speed& speed) {
 
 KETRA_EMPTY_MESSAGE(EnginePlaying)
 KETRA_EMPTY_MESSAGE(EnginePaused)
+KETRA_EMPTY_MESSAGE(EngineArriving)
 KETRA_EMPTY_MESSAGE(Ping)
 KETRA_EMPTY_MESSAGE(Pong)
 
@@ -112,6 +168,36 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SaveScreenOrder, id, path)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SavedScreen, id, error)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Formats, list)
 
+namespace {
+
+/// A thousand years: what is longer is no time, and would overflow where it is calculated with.
+constexpr std::int64_t kMostMs = std::int64_t{1000} * 366 * 86400 * 1000;
+
+bool isTime(std::int64_t milliseconds) {
+    return milliseconds >= -kMostMs && milliseconds <= kMostMs;
+}
+
+template <class Other> bool isPossible(const Other&) {
+    return true;
+}
+bool isPossible(const EngineOpened& opened) {
+    return isTime(opened.facts.durationMs);
+}
+bool isPossible(const EngineFacts& facts) {
+    return isTime(facts.facts.durationMs);
+}
+bool isPossible(const EnginePosition& position) {
+    return isTime(position.positionMs);
+}
+bool isPossible(const EngineMoved& moved) {
+    return isTime(moved.positionMs);
+}
+bool isPossible(const EngineEnded& ended) {
+    return isTime(ended.positionMs);
+}
+
+} // namespace
+
 Bytes encode(const Order& order) {
     return Json::to_msgpack(fromVariant(order));
 }
@@ -125,7 +211,13 @@ std::optional<Order> decodeOrder(const Bytes& bytes) {
 }
 
 std::optional<Answer> decodeAnswer(const Bytes& bytes) {
-    return decode<Answer>(bytes);
+    std::optional<Answer> answer = decode<Answer>(bytes);
+    const auto* const event = answer ? std::get_if<EngineEvent>(&*answer) : nullptr;
+    if (event != nullptr &&
+        !std::visit([](const auto& what) { return isPossible(what); }, event->what)) {
+        return std::nullopt;
+    }
+    return answer;
 }
 
 } // namespace player

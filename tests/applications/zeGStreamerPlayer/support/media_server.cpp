@@ -149,6 +149,10 @@ void MediaServer::answer(SoupServerMessage* message, const std::string& path) {
         const std::string head =
             "HTTP/1.1 200 OK\r\nContent-Type: " + typeOf(rest) + "\r\nConnection: close\r\n\r\n";
         send(message, head + content, true);
+    } else if (manner == "slow") {
+        sendSlowly(message, "HTTP/1.1 200 OK\r\nContent-Type: " + typeOf(rest) +
+                                "\r\nContent-Length: " + std::to_string(content.size()) +
+                                "\r\n\r\n" + content);
     } else if (manner == "cut" || manner == "stall") {
         answerByHand(message, content, typeOf(rest), manner == "cut");
     } else {
@@ -194,6 +198,34 @@ void MediaServer::answerByHand(SoupServerMessage* message, const std::string& co
     head += content.substr(static_cast<std::size_t>(from), static_cast<std::size_t>(end - from));
 
     send(message, head, hangUp);
+}
+
+/// Sends bytes as they are, in equal parts, four a second.
+void MediaServer::sendSlowly(SoupServerMessage* message, const std::string& bytes) {
+    constexpr std::size_t kParts = 96;
+    constexpr unsigned kIntervalMs = 250;
+    struct Sending {
+        GOutputStream* stream;
+        std::string bytes;
+        std::size_t part = 0;
+    };
+    GIOStream* const stream = soup_server_message_steal_connection(message);
+    silent_.push_back(stream);
+    auto* const sending = new Sending{g_io_stream_get_output_stream(stream), bytes};
+    GSource* const timer = g_timeout_source_new(kIntervalMs);
+    g_source_set_callback(
+        timer,
+        [](gpointer data) -> gboolean {
+            auto* const self = static_cast<Sending*>(data);
+            const std::size_t from = self->bytes.size() * self->part / kParts;
+            const std::size_t to = self->bytes.size() * ++self->part / kParts;
+            g_output_stream_write_all(self->stream, self->bytes.data() + from, to - from, nullptr,
+                                      nullptr, nullptr);
+            return self->part < kParts ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+        },
+        sending, [](gpointer data) { delete static_cast<Sending*>(data); });
+    g_source_attach(timer, context_);
+    g_source_unref(timer);
 }
 
 /// Sends bytes as they are, then hangs up or falls silent.

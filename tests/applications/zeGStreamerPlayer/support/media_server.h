@@ -2,9 +2,9 @@
 //
 // What comes first in the path says how: /good/FILE, /plain/FILE (a type that says nothing),
 // /dlna/FILE (with contentFeatures), /stream/FILE (no length, no Range), /cut/FILE (hangs up in the
-// middle), /short/FILE (a file that was cut off), /stall/FILE (falls silent in the middle), /silent
-// (never answers), /status/NNN (an error), /text/FILE (a text that claims to be the file),
-// /to?ADDRESS (a redirect there), /round (a redirect to itself).
+// middle), /slow/FILE (takes 24 seconds), /short/FILE (a file that was cut off), /stall/FILE (falls
+// silent in the middle), /silent (never answers), /status/NNN (an error), /text/FILE (a text that
+// claims to be the file), /to?ADDRESS (a redirect there), /round (a redirect to itself).
 #pragma once
 
 #include <map>
@@ -37,6 +37,7 @@ private:
                         const std::string& content, const std::string& type);
     void answerByHand(SoupServerMessage* message, const std::string& content,
                       const std::string& type, bool hangUp);
+    void sendSlowly(SoupServerMessage* message, const std::string& bytes);
     void send(SoupServerMessage* message, const std::string& bytes, bool hangUp);
     std::string contentOf(const std::string& file);
 
