@@ -21,9 +21,6 @@ const char kPlayerPath[] = "/applications/DLNA/release/bin/zeGStreamerPlayer";
 
 namespace {
 
-/// As the library writes it when it shuts down.
-constexpr char kPolicyDenied[] = "1";
-
 /// 0: there is no such process any more.
 pid_t parentOf(pid_t process) {
     std::ifstream file("/proc/" + std::to_string(process) + "/stat");
@@ -136,6 +133,7 @@ void CompanionWatch::daemonChanged(zeSBusManager*, void* user,
         companions.daemonStarts += companions.daemon ? 0 : 1;
         companions.daemon = true;
         companions.visible = daemon.mfVisible == 1;
+        companions.policy = daemon.mPlayerControlAuthorization;
         companions.name = daemon.mFriendlyName != nullptr ? daemon.mFriendlyName : "";
         companions.requests.clear();
         for (unsigned i = 0;
@@ -164,9 +162,10 @@ bool CompanionWatch::takePicture(const std::string& file) {
                             companions.ownPlayer.c_str());
 }
 
-bool CompanionWatch::denyControllers() {
+bool CompanionWatch::daemonAnswers() {
+    const std::string policy = std::to_string(now().policy);
     return manager_->SetValue(MediaRendererServiceTemplate.mTypeName, nullptr,
-                              "mPlayerControlAuthorization", kPolicyDenied);
+                              "mPlayerControlAuthorization", policy.c_str());
 }
 
 const char* programToWaitFor(const Companions& companions) {

@@ -28,6 +28,7 @@ struct Companions {
     bool daemon = false;              ///< it is on the bus and has reported
     unsigned daemonStarts = 0;        ///< how often one has appeared there and reported
     bool visible = false;             ///< by its last report
+    std::int32_t policy = 0;          ///< likewise, who may control the renderer
     std::string name;                 ///< the renderer's, by the daemon's last report
     std::set<std::uint32_t> requests; ///< that wait for an answer
     std::uint32_t newestRequest = 0;  ///< the last one that this daemon has told of
@@ -47,8 +48,9 @@ public:
     /// Writes what is on the screen to a file. False: refused or not answered.
     bool takePicture(const std::string& file);
 
-    /// Nobody is let in any more. False: the daemon does not answer, or there is none.
-    bool denyControllers();
+    /// Writes the daemon a value that it has already, which may take as long as the state bus waits
+    /// for an answer. False: it does not answer, or there is none.
+    bool daemonAnswers();
 
 private:
     static void remoteState(zeSBusManager* manager, void* user, const char* fullName, bool added);

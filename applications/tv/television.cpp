@@ -5,6 +5,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 #include <poll.h>
 #include <unistd.h>
@@ -239,9 +240,9 @@ void Television::showStatusLine() {
 /// The library waits for ever for a companion that lives and does not react. Of one that is dead
 /// the state bus tells, and the library goes on.
 bool Television::endByForce(const char* program) {
+    const bool onlyOne = program != kPlayerPath || watch_->now().players.size() <= 1;
     if (program == nullptr || !killCompanion(program))
         return false;
-    const bool onlyOne = program != kPlayerPath || watch_->now().players.size() <= 1;
     report_.problem(program + std::string(onlyOne ? " does not react and was killed"
                                                   : " was killed: the library waits until every "
                                                     "player on the state bus has stopped"));
@@ -253,12 +254,19 @@ bool Television::endDaemonByForce() {
     return watch_->now().daemon && endByForce(kDaemonPath);
 }
 
+void Television::giveUp() {
+    report_.problem("the library cannot be shut down: " + reasonToWait(watch_->now()));
+    for (const char* program : {kPlayerPath, kDaemonPath})
+        killCompanion(program);
+    _exit(static_cast<int>(code_));
+}
+
 void Television::endDaemonThatDoesNotAnswer() {
     // The library begins with two requests to it. With a daemon that stands still they would use
     // up the patience that the player gets, and the player would be taken for the one to blame.
     const Patience patience(signals_, report_, "shutting down",
                             [] { return "the renderer daemon does not answer"; });
-    if (!watch_->denyControllers() && watch_->now().connected)
+    if (!watch_->daemonAnswers() && watch_->now().connected)
         endDaemonByForce();
 }
 
@@ -274,7 +282,12 @@ void Television::shutDown() {
     {
         const Patience patience(
             signals_, report_, "shutting down", [this] { return reasonToWait(watch_->now()); },
-            [this] { endByForce(programToWaitFor(watch_->now())); });
+            [this, inVain = false]() mutable {
+                if (endByForce(programToWaitFor(watch_->now())))
+                    inVain = false;
+                else if (std::exchange(inVain, true))
+                    giveUp();
+            });
         renderer_.shutDown();
     }
     // The events of the shut-down itself. What they point to is gone.

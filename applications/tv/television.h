@@ -52,8 +52,10 @@ private:
     /// Kill what the library waits for in vain. False: there was nothing to kill.
     bool endByForce(const char* program);
     bool endDaemonByForce();
-    /// Asks the daemon for the policy with which every shut-down begins, which may take as long as
-    /// the state bus waits for an answer, and kills a daemon that stands still.
+    /// Ends the process where nothing of its own is left to be waited for: a player of somebody
+    /// else keeps the library from ending. On the thread of the patience.
+    [[noreturn]] void giveUp();
+    /// Kills a daemon that stands still. May take as long as the state bus waits for an answer.
     void endDaemonThatDoesNotAnswer();
     void shutDown();
     void end(ExitCode code);

@@ -85,6 +85,10 @@ public:
         engine_.Stop();
     }
     int commands() const { return commands_; }
+    /// Announces what it does, as if it did it just now.
+    void repeat() const {
+        publication_->change([](statebus::Record&) {});
+    }
 
 private:
     std::atomic<int> commands_{0};
@@ -362,6 +366,54 @@ TEST_F(TheTelevision, CommandsItsOwnPlayerWhileThereIsASecondOne) {
     EXPECT_TRUE(companionsEnd());
 }
 
+TEST_F(TheTelevision, EndsAlthoughASecondPlayerPlaysOn) {
+    start();
+    Director director;
+    ASSERT_TRUE(director.player("open", kFilm));
+    EXPECT_FALSE(event("MM_METADATA").is_null());
+    const SecondPlayer second;
+    EXPECT_TRUE(noticed("problem", "another player is on the state bus"));
+    ASSERT_TRUE(director.player("stop", nullptr));
+    EXPECT_FALSE(event("MM_EXIT_FORCE").is_null());
+    second.repeat();
+    EXPECT_FALSE(event("MM_START_PLAY").is_null()) << "the other one's";
+    tv_->signal(SIGINT);
+    EXPECT_EQ(tv_->waitForExit(), 0) << said();
+    EXPECT_EQ(second.commands(), 0);
+    EXPECT_TRUE(companionsEnd());
+}
+
+TEST_F(TheTelevision, DoesNotBlameItsPlayerWhileASecondOnePlays) {
+    setenv("KETRA_TEST_PLAYER", "stubborn", 1);
+    start();
+    Director director;
+    ASSERT_TRUE(director.player("open", kFilm));
+    EXPECT_FALSE(event("MM_METADATA").is_null());
+    const SecondPlayer second;
+    EXPECT_TRUE(noticed("problem", "another player is on the state bus"));
+    tv_->signal(SIGINT);
+    EXPECT_TRUE(noticed("problem", "zeGStreamerPlayer was killed: the library waits until every "
+                                   "player on the state bus has stopped"))
+        << said();
+    EXPECT_EQ(tv_->waitForExit(), 0) << said();
+    EXPECT_TRUE(companionsEnd());
+}
+
+TEST_F(TheTelevision, EndsByForceWhenOnlyAForeignPlayerIsLeftThatDoesNotStop) {
+    start();
+    const SecondPlayer second;
+    EXPECT_TRUE(noticed("problem", "another player is on the state bus"));
+    killCompanion("zeGStreamerPlayer");
+    EXPECT_FALSE(event("MM_EXIT_ERROR_FILE").is_null());
+    second.repeat();
+    EXPECT_FALSE(event("MM_START_PLAY").is_null()) << "the other one's";
+    tv_->signal(SIGINT);
+    EXPECT_TRUE(noticed("problem", "the library cannot be shut down")) << said();
+    EXPECT_EQ(tv_->waitForExit(), 0) << said();
+    EXPECT_GT(second.commands(), 0) << "it was asked to stop";
+    EXPECT_TRUE(companionsEnd());
+}
+
 TEST_F(TheTelevision, IsNotAskedForAPlayerWhenItsInputHasEnded) {
     start();
     tv_->endInput();
@@ -370,7 +422,7 @@ TEST_F(TheTelevision, IsNotAskedForAPlayerWhenItsInputHasEnded) {
     Director director;
     ASSERT_TRUE(director.player("open", kFilm));
     EXPECT_FALSE(event("MM_METADATA").is_null());
-    tv_->signal(SIGTERM);
+    tv_->signal(SIGINT);
     EXPECT_EQ(tv_->waitForExit(), 0) << said();
     EXPECT_EQ(said().find("was killed"), std::string::npos) << said();
     EXPECT_TRUE(companionsEnd());
