@@ -1,6 +1,7 @@
 # How everything in this tree is compiled, and the two functions that its CMakeLists use:
 #   ketra_compile_options(TARGET)                    our warnings, hardening and sanitizer
-#   ketra_add_test(NAME SOURCES.. LABEL l LIBS ..)   a GoogleTest program, a ctest entry per case
+#   ketra_add_test(NAME SOURCES.. LABEL l LIBS ..)   a GoogleTest program, a ctest entry per case;
+#                                                    PROCESSORS n: as many of the jobs of ctest -j
 
 option(KETRA_TESTS "Build the tests" ON)
 option(KETRA_BENCH "Build the benchmarks" OFF)
@@ -85,9 +86,12 @@ if(KETRA_TESTS)
 endif()
 
 function(ketra_add_test name)
-    cmake_parse_arguments(ARG "" "LABEL;TIMEOUT" "LIBS;ENVIRONMENT" ${ARGN})
+    cmake_parse_arguments(ARG "" "LABEL;TIMEOUT;PROCESSORS" "LIBS;ENVIRONMENT" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 60)
+    endif()
+    if(NOT ARG_PROCESSORS)
+        set(ARG_PROCESSORS 1)
     endif()
     set(cost 0)
     if(ARG_LABEL STREQUAL integration)
@@ -102,5 +106,6 @@ function(ketra_add_test name)
         TEST_PREFIX "${ARG_LABEL}/"
         DISCOVERY_TIMEOUT 60
         PROPERTIES LABELS "${ARG_LABEL}" TIMEOUT ${ARG_TIMEOUT} COST ${cost}
+                   PROCESSORS ${ARG_PROCESSORS}
                    ENVIRONMENT "${ARG_ENVIRONMENT}")
 endfunction()

@@ -25,6 +25,7 @@ const char* __lsan_default_suppressions() {
            "leak:g_type_\n"
            "leak:call_init\n"
            "leak:libfontconfig.so\n"
+           "leak:libgstximagesrc.so\n"
            "leak:libgstsoup.so\n"
            "leak:gst_init_check\n"
            "leak:g_module_open\n";

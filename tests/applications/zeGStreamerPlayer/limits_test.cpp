@@ -27,7 +27,7 @@ protected:
         EXPECT_TRUE(player_.setMedia(server.address("/good/" + name)));
         EXPECT_TRUE(player_->play(Speed()));
         EXPECT_TRUE(player_.waitUntil([this] { return player_.last().error != PlayerError::kNone; },
-                                      test::seconds(10)))
+                                      test::seconds(60)))
             << player_.states();
         const PlayerError error = player_.last().error;
         EXPECT_EQ(player_.last().state, PlayerState::kStopped);

@@ -251,13 +251,18 @@ TEST_P(ASpeed, IsTheOneThatIsMeasured) {
     const std::int64_t from = positionSec();
     const std::size_t reports = player_.announced().size();
     const auto began = std::chrono::steady_clock::now();
-    ASSERT_TRUE(
-        player_.waitUntil([this, reports] { return player_.announced().size() >= reports + 2; }));
+    // Positions are whole seconds, so the slower it is the longer it is watched: a speed of 1 and a
+    // standstill must both be too far away.
+    const double rate = std::abs(speed.rate());
+    const std::size_t seen = rate < 1 ? 8 : rate < 4 ? 4 : 2;
+    const double tolerance = rate < 1 ? 0.3 : rate < 4 ? 0.6 : 1.0 + rate * 0.15;
+    ASSERT_TRUE(player_.waitUntil(
+        [this, reports, seen] { return player_.announced().size() >= reports + seen; }));
     const double took =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
     const double moved = static_cast<double>(positionSec() - from);
     EXPECT_EQ(player_.last().state, PlayerState::kPlaying);
-    EXPECT_NEAR(moved / took, speed.rate(), 1.0 + std::abs(speed.rate()) * 0.15);
+    EXPECT_NEAR(moved / took, speed.rate(), tolerance);
     EXPECT_STREQ(player_.last().speed.text(), GetParam());
 }
 
@@ -316,7 +321,7 @@ TEST_P(AFault, StopsWithItsCodeAndTheNextMediaPlays) {
             return player_.last().state == PlayerState::kStopped &&
                    player_.last().error != PlayerError::kNone;
         },
-        seconds(30)))
+        seconds(60)))
         << player_.states();
     EXPECT_EQ(player_.last().error, GetParam().error) << player_.log();
     EXPECT_NE(player::kindNamedIn(player_.last().track.protocolInfo), player::MediaKind::kUnknown);

@@ -168,7 +168,7 @@ TEST_F(ThePlayerProcess, PlaysItsIdleMediaWhileNothingElseDoes) {
     start();
     const auto screenIs = [this](char colour) {
         const std::string file = folder_.path() + "/idle.png";
-        const auto end = std::chrono::steady_clock::now() + seconds(15);
+        const auto end = std::chrono::steady_clock::now() + seconds(40);
         while (std::chrono::steady_clock::now() < end) {
             (void)custom("Snapshot", "idle.png");
             poll(nullptr, 0, 100);

@@ -37,7 +37,7 @@ protected:
 
     bool waitForPosition(unsigned second) {
         return player_.waitUntil([this, second] { return player_.last().positionSec == second; },
-                                 seconds(10));
+                                 seconds(30));
     }
 
     test::TemporaryFolder folder_;

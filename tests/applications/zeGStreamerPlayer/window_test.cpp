@@ -55,7 +55,7 @@ protected:
     bool waitForWindow(bool (*looks)(test::Pixel)) { return waitForPixel(150, 80, looks); }
 
     bool waitForPixel(int x, int y, bool (*looks)(test::Pixel)) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(40);
         while (std::chrono::steady_clock::now() < end) {
             const test::Picture picture = test::grabDisplay(display_);
             if (picture.width > 0 && looks(picture.at(x, y))) {

@@ -71,7 +71,7 @@ Tone hear() {
     gSamples.clear();
     gListening = true;
     const bool heard =
-        gHeard.wait_for(lock, std::chrono::seconds(5), [] { return gSamples.size() >= kHeard; });
+        gHeard.wait_for(lock, std::chrono::seconds(15), [] { return gSamples.size() >= kHeard; });
     gListening = false;
     if (!heard) {
         return {};

@@ -12,8 +12,8 @@ struct Tone {
 /// Makes the sink known to GStreamer, which it initialises; its name, for Settings::audioSink.
 const char* listeningSink();
 
-/// What the sink gets from now on for a quarter of a second; nothing when it gets nothing for five
-/// seconds.
+/// What the sink gets from now on for a quarter of a second; nothing when it gets nothing for
+/// fifteen seconds.
 Tone hear();
 
 } // namespace test

@@ -60,8 +60,8 @@ public:
     bool setMedia(const std::string& uri, const std::string& didl = "");
 
     /// Runs the main loop until something holds; false when it does not within the limit.
-    bool waitUntil(const std::function<bool()>& holds, milliseconds limit = seconds(30));
-    bool waitForState(player::PlayerState state, milliseconds limit = seconds(30));
+    bool waitUntil(const std::function<bool()>& holds, milliseconds limit = seconds(60));
+    bool waitForState(player::PlayerState state, milliseconds limit = seconds(60));
     /// Runs the main loop for as long as something takes that has no sign of its own.
     void letPass(milliseconds time);
 
