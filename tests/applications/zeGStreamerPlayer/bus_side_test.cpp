@@ -61,10 +61,11 @@ protected:
     std::string log_;
     std::string saved_;
     bool exited_ = false;
-    Player player_{Player::Surroundings{engine_, [] { return Player::TimePoint(); },
-                                        [](const PlayerStatus&) {},
-                                        [](const std::string&) {
-                                        }}};
+    Player player_{
+        Player::Surroundings{engine_, [] { return Player::TimePoint(); },
+                             [this](const PlayerStatus& status) { picture_.follow(status); },
+                             [](const std::string&) {
+                             }}};
     Sound sound_{engine_, SoundStatus(), [](const SoundStatus&) {
                  }};
     Picture picture_{engine_};
@@ -255,6 +256,44 @@ TEST_F(TheVocabulary, BeginsNewMediaUprightAndAtItsOwnSize) {
     EXPECT_EQ(engine_.view.zoomSteps, 0);
     EXPECT_EQ(engine_.view.quarterTurns, 0);
     EXPECT_EQ(engine_.view.ratio, AspectRatio::k16To9);
+}
+
+TEST_F(TheVocabulary, KeepsThePictureWhenAnAddressIsRefused) {
+    send("seturi", std::string("http://h/film.mp4"));
+    sendCustom("Zoom", "Zoomx4");
+    EXPECT_FALSE(send("seturi", std::string()));
+    EXPECT_EQ(engine_.view.zoomSteps, 2);
+}
+
+TEST_F(TheVocabulary, PlaysAFilmAgainUprightAndAtItsOwnSize) {
+    for (const bool stopped : {true, false}) {
+        send("seturi", std::string("http://h/film.mp4"));
+        send("play", std::string("1"));
+        openFilm();
+        sendCustom("Zoom", "Zoomx4");
+        sendCustom("Rotate", "270");
+        player_.setIdle(IdleStatus()); // news of something else
+        EXPECT_EQ(engine_.view.zoomSteps, 2);
+        if (stopped) {
+            send("stop");
+        } else {
+            player_.onEvent(EngineEvent{engine_.session, EngineEnded{100000}});
+        }
+        send("play", std::string("1"));
+        EXPECT_EQ(engine_.view.zoomSteps, 0);
+        EXPECT_EQ(engine_.view.quarterTurns, 0);
+    }
+}
+
+TEST_F(TheVocabulary, KeepsThePhotoOnTheScreenAsTheViewerTurnedIt) {
+    send("seturi", std::string("http://h/photo.jpg"));
+    send("play", std::string("1"));
+    MediaFacts facts;
+    facts.kind = MediaKind::kImage;
+    player_.onEvent(EngineEvent{engine_.session, EngineOpened{facts}});
+    sendCustom("Zoom", "Zoomx4");
+    send("setplaymode", std::string("REPEAT_ALL"));
+    EXPECT_EQ(engine_.view.zoomSteps, 2);
 }
 
 TEST_F(TheVocabulary, DoesNotOpenTheIdleMediaOverWhatWasJustPushed) {

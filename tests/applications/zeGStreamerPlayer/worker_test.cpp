@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <string>
 
@@ -164,6 +165,8 @@ TEST(TheSandbox, LeavesTheWorkerWhatItNeedsAndNothingElse) {
     if (child == 0) {
         Settings settings;
         settings.downloadDir = copies.path();
+        setenv("HOME", mine.path().c_str(), 1);
+        unsetenv("XDG_CACHE_HOME");
         // The bits say what went wrong; 128: this kernel has no such rules.
         int wrong = enterSandbox(settings) ? 0 : 128;
         if (wrong == 0) {
@@ -173,8 +176,25 @@ TEST(TheSandbox, LeavesTheWorkerWhatItNeedsAndNothingElse) {
             wrong |= canRead("/etc/hostname") ? 0 : 8;
             wrong |= canRead("/proc/self/status") ? 0 : 16;
             wrong |= std::ofstream("/etc/ketra-test").good() ? 32 : 0;
+            const std::string cache = mine.path() + "/.cache/gstreamer-1.0";
+            wrong |= std::ofstream(cache + "/registry.bin").good() ? 0 : 64;
         }
         _exit(wrong);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+TEST(TheSandbox, KeepsCachesWhereTheUserWantsThem) {
+    const test::TemporaryFolder mine;
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        const std::string wanted = mine.path() + "/caches";
+        setenv("XDG_CACHE_HOME", wanted.c_str(), 1);
+        const bool inside = enterSandbox(Settings());
+        _exit(inside && std::ofstream(wanted + "/gstreamer-1.0/registry.bin").good() ? 0 : 1);
     }
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);

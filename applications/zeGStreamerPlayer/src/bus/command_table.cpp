@@ -35,7 +35,6 @@ bool setMedia(CommandTargets& targets, const std::string& mediaUri, const std::s
     if (!complaints.empty()) {
         targets.log("the description of " + mediaUri + " is ignored: " + complaints);
     }
-    targets.picture.beginMedia();
     return targets.player.setMedia(std::move(request));
 }
 

@@ -144,6 +144,19 @@ void Picture::apply() {
     engine_.setView(view_);
 }
 
+void Picture::follow(const PlayerStatus& status) {
+    if (status.aside) {
+        return;
+    }
+    // A photo that is finished is on the screen and can be zoomed.
+    const bool over = status.state == PlayerState::kStopped ||
+                      (status.state == PlayerState::kFinished &&
+                       kindNamedIn(status.track.protocolInfo) != MediaKind::kImage);
+    if (over) {
+        beginMedia();
+    }
+}
+
 void Picture::beginMedia() {
     if (view_.zoomSteps != 0 || view_.quarterTurns != 0) {
         view_.zoomSteps = 0;

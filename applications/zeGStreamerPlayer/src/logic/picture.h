@@ -7,6 +7,7 @@
 
 #include "engine/media_engine.h"
 #include "engine/view.h"
+#include "logic/player_status.h"
 
 namespace player {
 
@@ -21,8 +22,10 @@ public:
     /// that makes no sense.
     bool set(std::string_view word, const std::string& value);
 
-    /// New media starts at its own size, upright and in the middle; the rectangles and the aspect
-    /// ratio are the viewer's and stay.
+    /// To be told every status: with a media go its zoom and its turn, as the TV's side has it. The
+    /// rectangles and the aspect ratio are the viewer's and stay.
+    void follow(const PlayerStatus& status);
+    /// The media at its own size, upright and in the middle.
     void beginMedia();
 
     const View& view() const { return view_; }

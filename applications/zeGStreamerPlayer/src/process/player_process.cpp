@@ -41,6 +41,7 @@ PlayerProcess::PlayerProcess(const Settings& settings)
                                    [this](const PlayerStatus& status) {
                                        logDebug(std::string("state ") + wordOf(status.state) +
                                                 " at " + std::to_string(status.positionSec));
+                                       picture_.follow(status);
                                        if (service_) {
                                            service_->announce(status);
                                        }

@@ -12,8 +12,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <sstream>
 #include <string>
+#include <system_error>
 
 #include "process/log.h"
 
@@ -38,11 +40,22 @@ constexpr std::array kSystemWrite = {"/dev", "/tmp/.X11-unix"};
 constexpr std::array kHomeRead = {"/.Xauthority",        "/.config/pulse",
                                   "/.asoundrc",          "/.fonts",
                                   "/.local/share/fonts", "/.local/share/gstreamer-1.0"};
-constexpr std::array kHomeWrite = {"/.cache/gstreamer-1.0", "/.cache/fontconfig"};
+/// Below the folder for caches. They are made if need be: the worker cannot once it is inside, and
+/// GStreamer without a registry looks through all plugins at every start.
+constexpr std::array kCacheWrite = {"/gstreamer-1.0", "/fontconfig"};
 
 std::string environment(const char* name) {
     const char* const value = std::getenv(name);
     return value == nullptr ? "" : value;
+}
+
+/// Where GLib looks for it; "" without a home.
+std::string cacheFolder(const std::string& home) {
+    const std::string named = environment("XDG_CACHE_HOME");
+    if (!named.empty()) {
+        return named;
+    }
+    return home.empty() ? "" : home + "/.cache";
 }
 
 std::string folderOf(const std::string& file) {
@@ -117,8 +130,13 @@ bool enterSandbox(const Settings& settings) {
         for (const char* const path : kHomeRead) {
             rules.allow(home + path, kRead);
         }
-        for (const char* const path : kHomeWrite) {
-            rules.allow(home + path, kWrite);
+        const std::string cache = cacheFolder(home);
+        for (const char* const path : kCacheWrite) {
+            if (!cache.empty()) {
+                std::error_code ignored; // what cannot be made needs no rule
+                std::filesystem::create_directories(cache + path, ignored);
+                rules.allow(cache + path, kWrite);
+            }
         }
         rules.allow("/proc/self/exe", kRead);
         rules.allow(settings.caFile, kRead);
