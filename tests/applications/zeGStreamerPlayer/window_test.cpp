@@ -90,6 +90,9 @@ protected:
 TEST_F(ThePlayersWindow, ShowsFilmsAndPhotosAndClosesWithThePlayer) {
     play("/good/film.mp4");
     EXPECT_TRUE(waitForWindow(test::isRed)) << player_->error();
+    // Far enough for the photo's time, which is the beginning, to lie behind the film's.
+    EXPECT_TRUE(watcher_.waitFor(
+        [](const std::vector<Notice>& notices) { return notices.back().position >= 1; }));
     play("/good/photo.jpg");
     EXPECT_TRUE(waitForWindow(test::isBlue)) << player_->error();
     player_->signal(SIGTERM);

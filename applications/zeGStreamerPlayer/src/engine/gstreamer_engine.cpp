@@ -198,7 +198,6 @@ gboolean GStreamerEngine::timerFired(gpointer self) {
 void GStreamerEngine::onTimer() {
     if (pipeline_) {
         pipeline_->onTimer();
-        screen_->tick();
     }
     settle();
 }

@@ -16,7 +16,6 @@ namespace {
 
 constexpr char kMedia[] = "ketra-media"; ///< the sink's note of whose it is
 constexpr std::size_t kPixelBytes = 4;
-constexpr int kDrawnAgain = 5;
 constexpr guint kOpaqueBlack = 0xff000000;
 
 struct Canvas {
@@ -170,14 +169,6 @@ void Screen::moveView(int right, int down) {
     }
 }
 
-void Screen::tick() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (drawAgain_ > 0 && picture_) {
-        --drawAgain_;
-        render();
-    }
-}
-
 GstSample* Screen::shown() {
     const std::lock_guard<std::mutex> lock(mutex_);
     return picture_ ? composed().release() : nullptr;
@@ -302,6 +293,10 @@ void Screen::startOutput() {
     GstElement* const convert = gst_element_factory_make("videoconvert", nullptr);
     GstElement* const scale = gst_element_factory_make("videoscale", nullptr);
     GstElement* const size = gst_element_factory_make("capsfilter", nullptr);
+    // Their judgement of what comes too late does not know that another media's time begins anew,
+    // or that it runs backward: they would leave out whatever lies before the last picture.
+    g_object_set(convert, "qos", FALSE, nullptr);
+    g_object_set(scale, "qos", FALSE, nullptr);
     if (fullScreen_) {
         fillDisplay(sink, size);
     }
@@ -313,7 +308,6 @@ void Screen::startOutput() {
     const GstOwner<GstBus> bus(gst_element_get_bus(pipeline_.get()));
     gst_bus_set_sync_handler(bus.get(), &Screen::onOutputMessage, this, nullptr);
     gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING);
-    drawAgain_ = kDrawnAgain;
 }
 
 /// Gives the sink the whole display; X sinks do not scale, so `size` is told to.

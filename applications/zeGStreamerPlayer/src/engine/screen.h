@@ -39,10 +39,6 @@ public:
     /// Moves the view by pixels of the screen, up to the edges of the picture.
     void moveView(int right, int down);
 
-    /// To be called several times a second while something is shown. The first picture in a window
-    /// that is only just appearing gets lost at times, and a photo has no second one.
-    void tick();
-
     /// What the screen shows, as large as the screen; null when it is black. The caller owns it.
     GstSample* shown();
 
@@ -68,7 +64,6 @@ private:
     GstOwner<GstSample> picture_; ///< as the media gave it
     View view_;
     bool fullScreen_;
-    int drawAgain_ = 0;                        ///< so many times still, because the window is new
     std::unique_ptr<FullScreenWindow> window_; ///< while it covers an X display
     Pan pan_;
     GstOwner<GstElement> pipeline_; ///< from our pictures to the window
