@@ -79,7 +79,10 @@ protected:
     }
 
     test::TemporaryFolder folder_;
-    Program server_{{"Xvfb", "-displayfd", "1", "-screen", "0", "640x360x24", "-nolisten", "tcp"}};
+    // Without -noreset it begins anew when its only client goes, and turns away who comes
+    // meanwhile: the player tries a sink out before it uses it.
+    Program server_{
+        {"Xvfb", "-displayfd", "1", "-noreset", "-screen", "0", "640x360x24", "-nolisten", "tcp"}};
     std::string display_;
     testing_support::PrivateBus bus_;
     test::MediaServer media_{KETRA_TEST_MEDIA};
