@@ -5,9 +5,6 @@
 #include <ctime>
 #include <functional>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "ServiceRecords.h"
 #include "sbus/bus.h"
 #include "sbus/record_text.h"
@@ -19,30 +16,18 @@ namespace sbus {
 
 namespace {
 
+std::FILE* answers = stdout;
+
 /// As long as the bus itself waits for an answer.
 constexpr std::chrono::seconds kRecordLimit{5};
-
-/// What was asked for goes to the standard output of before. The library of the bus prints on
-/// standard output, too, which from the first call on is where errors go.
-std::FILE* answers() {
-    static std::FILE* const file = [] {
-        constexpr int kBehindTheStandardOnes = 3;
-        const int own = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, kBehindTheStandardOnes);
-        std::FILE* const opened = own >= 0 ? fdopen(own, "w") : nullptr;
-        if (opened != nullptr)
-            dup2(STDERR_FILENO, STDOUT_FILENO);
-        return opened != nullptr ? opened : stdout;
-    }();
-    return file;
-}
 
 void complain(const std::string& text) {
     std::fprintf(stderr, "sbus: %s\n", text.c_str());
 }
 
 void print(const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), answers());
-    std::fflush(answers());
+    std::fwrite(text.data(), 1, text.size(), answers);
+    std::fflush(answers);
 }
 
 std::string joined(const std::vector<std::string>& words) {
@@ -284,8 +269,11 @@ ExitCode set(const Request& request) {
 
 } // namespace
 
+void answerInto(std::FILE* file) {
+    answers = file;
+}
+
 ExitCode perform(const Request& request) {
-    answers(); // before the bus prints anything
     switch (request.action) {
     case Action::kHelp:
         print(kHelpText);

@@ -1,6 +1,8 @@
 // What sbus does for each of its words. On the main thread.
 #pragma once
 
+#include <cstdio>
+
 #include "sbus/arguments.h"
 
 namespace sbus {
@@ -13,7 +15,10 @@ enum class ExitCode {
     kNoBus = 4,
 };
 
-/// Results go to standard output, what is wrong in one sentence to standard error.
+/// Where results go; standard output unless it is said. The file stays the caller's.
+void answerInto(std::FILE* file);
+
+/// Results go to where answerInto says, what is wrong in one sentence to standard error.
 ExitCode perform(const Request& request);
 
 } // namespace sbus
