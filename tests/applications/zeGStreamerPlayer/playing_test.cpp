@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -376,6 +377,7 @@ TEST_F(APlayer, FollowsARedirect) {
 class ASecretServer : public testing::Test {
 protected:
     ASecretServer() {
+        setenv("KETRA_TEST_SPEAKS_TLS", "1", 1); // support/sanitizer_defaults.cpp
         const std::string command = "openssl req -x509 -newkey rsa:2048 -nodes -keyout " + key_ +
                                     " -out " + certificate_ +
                                     " -days 2 -subj /CN=localhost -addext "
