@@ -110,22 +110,20 @@ BusEvents Daemon::busEvents() {
 
 ExitCode Daemon::run() {
     openMain();
-    // From the first moment on: an end that comes while it starts is an orderly one, too.
+    // From the first moment on, since an end that comes while it starts is an orderly one, too; and
+    // until the process ends, so that an impatient second signal does not cut the goodbye short.
     const auto onSignal = [](gpointer self) -> gboolean {
         static_cast<Daemon*>(self)->end(ExitCode::ok);
         return G_SOURCE_CONTINUE;
     };
-    const guint signals[] = {g_unix_signal_add(SIGTERM, onSignal, this),
-                             g_unix_signal_add(SIGINT, onSignal, this),
-                             g_unix_signal_add(SIGHUP, onSignal, this)};
+    for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
+        (void)g_unix_signal_add(number, onSignal, this);
+    }
     const ExitCode started = start();
     if (started == ExitCode::ok) {
         g_main_loop_run(loop_);
     } else {
         exitCode_ = started;
-    }
-    for (const guint source : signals) {
-        g_source_remove(source);
     }
     sayGoodbye();
     return exitCode_;
