@@ -1,104 +1,19 @@
 #include "logic/player.h"
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "support/case_name.h"
-#include "support/fake_engine.h"
+#include "support/player_fixture.h"
 
 namespace {
 
-using namespace player;
+using namespace test;
 using std::chrono::seconds;
-
-MediaFacts filmFacts() {
-    MediaFacts facts;
-    facts.kind = MediaKind::kVideo;
-    facts.mimeType = "video/mp4";
-    facts.durationMs = 100000;
-    facts.durationExact = true;
-    facts.seekable = true;
-    facts.backward = true;
-    facts.width = 640;
-    facts.height = 360;
-    return facts;
-}
-
-MediaFacts photoFacts() {
-    MediaFacts facts;
-    facts.kind = MediaKind::kImage;
-    facts.mimeType = "image/jpeg";
-    facts.width = 640;
-    return facts;
-}
-
-class ThePlayer : public testing::Test {
-protected:
-    ThePlayer()
-        : player_(
-              Player::Surroundings{engine_, [this] { return now_; },
-                                   [this](const PlayerStatus& status) { said_.push_back(status); },
-                                   [](const std::string&) {
-                                   }}) {}
-
-    static PlayRequest request(const std::string& protocolInfo = "http-get:*:video/mp4:*",
-                               const std::string& uri = "http://server/film.mp4") {
-        PlayRequest request;
-        request.media.uri = uri;
-        request.media.protocolInfo = protocolInfo;
-        request.track = request.media;
-        return request;
-    }
-
-    template <class What> void report(What what) {
-        player_.onEvent(EngineEvent{engine_.session, what});
-    }
-
-    void bringTo(PlayerState state) {
-        ASSERT_TRUE(player_.setMedia(request()));
-        if (state != PlayerState::kStopped) {
-            ASSERT_TRUE(player_.play(Speed()));
-        }
-        if (state != PlayerState::kStopped && state != PlayerState::kLoading) {
-            report(EngineOpened{filmFacts()});
-            report(EnginePlaying{});
-        }
-        if (state == PlayerState::kPaused) {
-            player_.pause();
-            report(EnginePaused{});
-        } else if (state == PlayerState::kFinished) {
-            report(EngineEnded{100000});
-        }
-        ASSERT_EQ(last().state, state);
-        engine_.taken();
-        said_.clear();
-    }
-
-    const PlayerStatus& last() const { return player_.status(); }
-
-    /// What was announced since the last call: "LOADING PLAYING".
-    std::string said() {
-        std::string words;
-        for (const PlayerStatus& status : said_) {
-            words += (words.empty() ? "" : " ") + std::string(wordOf(status.state));
-        }
-        said_.clear();
-        return words;
-    }
-
-    Player::TimePoint now_{};
-    test::FakeEngine engine_;
-    std::vector<PlayerStatus> said_;
-    Player player_;
-};
-
-Speed speed(const char* text) {
-    return *Speed::fromText(text);
-}
 
 TEST_F(ThePlayer, IsStoppedAtNormalSpeedWithoutAMediaWhenItStarts) {
     EXPECT_EQ(last().state, PlayerState::kStopped);
@@ -161,12 +76,6 @@ TEST_P(ACommand, DoesWhatItsStateAllows) {
     EXPECT_EQ(engine_.taken(), expected.orders);
     EXPECT_EQ(said(), expected.announced);
 }
-
-constexpr PlayerState kStopped = PlayerState::kStopped;
-constexpr PlayerState kFinished = PlayerState::kFinished;
-constexpr PlayerState kPaused = PlayerState::kPaused;
-constexpr PlayerState kPlaying = PlayerState::kPlaying;
-constexpr PlayerState kLoading = PlayerState::kLoading;
 
 INSTANTIATE_TEST_SUITE_P(
     InEveryState, ACommand,
@@ -482,169 +391,6 @@ TEST_F(ThePlayer, SaysWhetherItBuffers) {
     report(EngineBuffering{100});
     EXPECT_FALSE(last().buffering);
     EXPECT_EQ(said(), "PLAYING PLAYING");
-}
-
-// Ends.
-
-TEST_F(ThePlayer, FinishesAtTheEnd) {
-    bringTo(kPlaying);
-    report(EngineEnded{99990});
-    EXPECT_EQ(said(), "FINISHED");
-    EXPECT_EQ(last().positionSec, 100u);
-    EXPECT_EQ(last().positionPercent, 100u);
-    EXPECT_EQ(engine_.taken(), "close");
-}
-
-TEST_F(ThePlayer, TakesAnEndThatComesMuchTooEarlyForDamage) {
-    bringTo(kPlaying);
-    report(EngineEnded{60000});
-    EXPECT_EQ(said(), "STOPPED");
-    EXPECT_EQ(last().error, PlayerError::kDamagedMedia);
-}
-
-TEST_F(ThePlayer, AcceptsAnEarlyEndWhereOnlyKeyFramesAreShown) {
-    for (const auto& [text, end] : {std::pair{"8", kFinished}, std::pair{"4", kStopped}}) {
-        bringTo(kPlaying);
-        player_.play(speed(text));
-        report(EngineMoved{true, 20000, speed(text)});
-        report(EngineEnded{90000});
-        EXPECT_EQ(last().state, end) << text;
-    }
-}
-
-TEST_F(ThePlayer, AcceptsAnEarlyEndWhereTheLengthWasAnEstimate) {
-    bringTo(kPlaying);
-    MediaFacts facts = filmFacts();
-    facts.durationExact = false;
-    report(EngineFacts{facts});
-    said();
-    report(EngineEnded{60000});
-    EXPECT_EQ(said(), "FINISHED");
-}
-
-TEST_F(ThePlayer, GoesOnAsNormalPlayWhenItRunsBackwardIntoTheStart) {
-    bringTo(kPlaying);
-    player_.play(speed("-8"));
-    report(EngineMoved{true, 20000, speed("-8")});
-    engine_.taken();
-    report(EngineEnded{0});
-    EXPECT_EQ(engine_.taken(), "seek 0; speed 1");
-    report(EngineMoved{true, 0, Speed()});
-    EXPECT_EQ(last().state, kPlaying);
-    EXPECT_TRUE(last().speed.isNormal());
-}
-
-TEST_F(ThePlayer, StartsAgainAtTheEndWhenItRepeats) {
-    bringTo(kPlaying);
-    player_.setPlayMode("REPEAT_ALL");
-    report(EngineEnded{100000});
-    EXPECT_EQ(engine_.taken(), "seek 0");
-    EXPECT_EQ(last().state, kPlaying);
-    EXPECT_FALSE(player_.setPlayMode("SOMEHOW"));
-    EXPECT_EQ(last().playMode, "REPEAT_ALL");
-}
-
-TEST_F(ThePlayer, OpensAgainAtTheEndWhatItRepeatsAndCannotSeekIn) {
-    bringTo(kPlaying);
-    MediaFacts facts = filmFacts();
-    facts.seekable = facts.durationExact = false;
-    report(EngineFacts{facts});
-    player_.setPlayMode("REPEAT_ONE");
-    said();
-    report(EngineEnded{100000});
-    EXPECT_EQ(engine_.taken(), "close; open http://server/film.mp4");
-    EXPECT_EQ(said(), "LOADING");
-    report(EngineOpened{facts});
-    report(EnginePlaying{});
-    EXPECT_EQ(said(), "PLAYING");
-}
-
-TEST_F(ThePlayer, ReportsAnErrorOnceAndPlaysTheNextMedia) {
-    bringTo(kPlaying);
-    report(EngineFailed{PlayerError::kDamagedMedia, "broken"});
-    EXPECT_EQ(said(), "STOPPED");
-    EXPECT_EQ(last().error, PlayerError::kDamagedMedia);
-    EXPECT_EQ(last().track.protocolInfo, "http-get:*:video/mp4:*");
-    report(EngineFailed{PlayerError::kDamagedMedia, "again"});
-    EXPECT_EQ(said(), "");
-    player_.setMedia(request());
-    EXPECT_EQ(last().error, PlayerError::kNone);
-    EXPECT_TRUE(player_.play(Speed()));
-    EXPECT_EQ(last().state, kLoading);
-}
-
-// Patience.
-
-TEST_F(ThePlayer, GivesUpOnAServerThatDoesNotAnswerForTwentySeconds) {
-    bringTo(kLoading);
-    now_ += seconds(19);
-    player_.tick();
-    EXPECT_EQ(said(), "");
-    now_ += seconds(1);
-    player_.tick();
-    EXPECT_EQ(said(), "STOPPED");
-    EXPECT_EQ(last().error, PlayerError::kUnreachable);
-    EXPECT_EQ(engine_.taken(), "close");
-}
-
-TEST_F(ThePlayer, WaitsForASlowServerAsLongAsDataArrive) {
-    bringTo(kLoading);
-    for (int round = 0; round < 5; ++round) {
-        now_ += seconds(15);
-        report(EngineArriving{});
-        player_.tick();
-        EXPECT_EQ(last().state, kLoading);
-    }
-    report(EngineOpened{filmFacts()});
-    report(EnginePlaying{});
-    now_ += seconds(20);
-    report(EngineArriving{}); // it plays from what it has, or it does not
-    player_.tick();
-    EXPECT_EQ(last().error, PlayerError::kUnreachable);
-}
-
-TEST_F(ThePlayer, GivesUpWhenBufferingGetsNowhere) {
-    bringTo(kPlaying);
-    report(EngineBuffering{10});
-    now_ += seconds(15);
-    report(EngineBuffering{11});
-    now_ += seconds(15);
-    report(EngineBuffering{11});
-    player_.tick();
-    EXPECT_EQ(last().state, kPlaying);
-    now_ += seconds(5);
-    player_.tick();
-    EXPECT_EQ(last().state, kStopped);
-    EXPECT_EQ(last().error, PlayerError::kUnreachable);
-    EXPECT_FALSE(last().buffering);
-}
-
-TEST_F(ThePlayer, WaitsForEverWhilePaused) {
-    bringTo(kPaused);
-    now_ += seconds(100000);
-    player_.tick();
-    EXPECT_EQ(last().state, kPaused);
-}
-
-TEST_F(ThePlayer, DoesNotWaitForEverForWhatIsPausedAndToldToPlay) {
-    bringTo(kPlaying);
-    report(EngineBuffering{10});
-    player_.pause();
-    report(EnginePaused{});
-    player_.play(Speed());
-    now_ += seconds(20);
-    player_.tick();
-    EXPECT_EQ(last().state, kStopped);
-    EXPECT_EQ(last().error, PlayerError::kUnreachable);
-}
-
-TEST_F(ThePlayer, HasAsMuchPatienceAfterALongPauseAsBefore) {
-    bringTo(kPaused);
-    now_ += seconds(100000);
-    player_.play(Speed());
-    report(EnginePlaying{});
-    player_.tick();
-    EXPECT_EQ(last().state, kPlaying);
 }
 
 } // namespace
