@@ -35,6 +35,18 @@ public:
         texts_.emplace_back(text);
         return texts_.back().get();
     }
+    /// A row of a record: `row`, a small letter, sets the field, its capital makes it null. False
+    /// when the key is another row's.
+    bool set(char*& field, char row, char key, std::string_view value) {
+        if (key == row) {
+            field = (*this)(value);
+        } else if (key == row - 'a' + 'A') {
+            field = nullptr;
+        } else {
+            return false;
+        }
+        return true;
+    }
 
 private:
     std::vector<Text> texts_;

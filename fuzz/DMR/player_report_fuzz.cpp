@@ -32,13 +32,13 @@ public:
 
     bool set(char key, std::string_view value) {
         for (const TextKey& row : kTexts) {
-            if (setText(record_.*row.text, row.key, key, value)) {
+            if (texts_.set(record_.*row.text, row.key, key, value)) {
                 return true;
             }
         }
-        if (setText(record_.mTrack.mTitle, 't', key, value) ||
-            setText(record_.mTrack.mDLNAProfile, 'f', key, value) ||
-            setText(record_.mPlayback.mSpeed, 'v', key, value)) {
+        if (texts_.set(record_.mTrack.mTitle, 't', key, value) ||
+            texts_.set(record_.mTrack.mDLNAProfile, 'f', key, value) ||
+            texts_.set(record_.mPlayback.mSpeed, 'v', key, value)) {
             return true;
         }
         const long long number = std::atoll(std::string(value).c_str());
@@ -69,17 +69,6 @@ public:
     }
 
 private:
-    bool setText(char*& field, char row, char key, std::string_view value) {
-        if (key == row) {
-            field = texts_(value);
-        } else if (key == row - 'a' + 'A') {
-            field = nullptr;
-        } else {
-            return false;
-        }
-        return true;
-    }
-
     ContentPlayerService record_{};
     fuzz::Texts texts_;
     std::deque<ContentPlayerService> published_;

@@ -27,7 +27,7 @@ long long toNumber(std::string_view value) {
 class Daemon {
 public:
     bool set(char key, std::string_view value) {
-        if (setText(record_.mFriendlyName, 'n', key, value)) {
+        if (texts_.set(record_.mFriendlyName, 'n', key, value)) {
             return true;
         }
         switch (key) {
@@ -67,9 +67,9 @@ private:
     static constexpr std::size_t kMostRequests = 16;
 
     bool setRequest(Request& request, char key, std::string_view value) {
-        if (setText(request.mControllerId, 'd', key, value) ||
-            setText(request.mMediaMimeType, 'm', key, value) ||
-            setText(request.mMediaTitle, 't', key, value)) {
+        if (texts_.set(request.mControllerId, 'd', key, value) ||
+            texts_.set(request.mMediaMimeType, 'm', key, value) ||
+            texts_.set(request.mMediaTitle, 't', key, value)) {
             return true;
         }
         switch (key) {
@@ -86,17 +86,6 @@ private:
             return false;
         }
     }
-    bool setText(char*& field, char row, char key, std::string_view value) {
-        if (key == row) {
-            field = texts_(value);
-        } else if (key == row - 'a' + 'A') {
-            field = nullptr;
-        } else {
-            return false;
-        }
-        return true;
-    }
-
     MediaRendererService record_{};
     std::deque<Request> requests_;
     fuzz::Texts texts_;
