@@ -2,8 +2,10 @@
 #include "bus/bus_link.h"
 
 #include <cstring>
+#include <string_view>
 
 #include "ServiceRecords.h"
+#include "common/text.h"
 
 namespace vantor {
 
@@ -38,6 +40,11 @@ void fillRequest(statebus::Record& target, const std::string& path, const Contro
     target.setText(path + ".mMediaTitle", shortened(request.mediaTitle, kLongestText));
 }
 
+bool isList(std::string_view protocolInfo) {
+    (void)text::takeEntry(protocolInfo, ',');
+    return !protocolInfo.empty();
+}
+
 } // namespace
 
 PlayerReport reportOf(const ContentPlayerService& record) {
@@ -51,9 +58,11 @@ PlayerReport reportOf(const ContentPlayerService& record) {
     report.positionSec = record.mPlayback.mPositionSec;
     report.speed = asText(record.mPlayback.mSpeed);
     report.supportedSpeeds = asText(record.mPlayback.mSupportedSpeeds);
-    if (asText(record.mMedia.mURI).empty()) {
-        // Without a media the place of its protocol info says what the player can open.
-        report.formats = asText(record.mMedia.mDLNAProfile);
+    const std::string formats = asText(record.mMedia.mDLNAProfile);
+    if (asText(record.mMedia.mURI).empty() || isList(formats)) {
+        // A list, or anything without a media, is what the player can open; a single protocol info
+        // beside a media is that media's.
+        report.formats = formats;
     }
     const char* seekModes = record.mPlayback.mSupportedSeekModes;
     report.movable = seekModes == nullptr || *seekModes != '\0';

@@ -21,8 +21,8 @@ constexpr const char* kUsualFormats =
 constexpr const char* kPlaylistFormats = "http-get:*:audio/x-mpegurl:*,http-get:*:audio/mpegurl:*,"
                                          "http-get:*:text/xml:DLNA.ORG_PN=DIDL_S";
 
-// Profiles of a type, announced when the player opens the type. A controller of a strict kind
-// offers only what stands here under its profile's name.
+// Profiles of a type, announced when the player opens the type and names no profile itself. A
+// controller of a strict kind offers only what stands here under its profile's name.
 struct ProfileRow {
     const char* mimeType;
     const char* profile;
@@ -51,9 +51,10 @@ constexpr ProfileRow kProfiles[] = {
 
 std::string sinkProtocolInfo(const std::string& formats) {
     const std::string offered = formats.empty() ? kUsualFormats : formats;
+    const bool saysProfiles = offered.find("DLNA.ORG_PN=") != std::string::npos;
     std::string list;
     for (const ProfileRow& row : kProfiles) {
-        if (isAmongFormats(row.mimeType, offered)) {
+        if (!saysProfiles && isAmongFormats(row.mimeType, offered)) {
             list += std::string("http-get:*:") + row.mimeType + ":DLNA.ORG_PN=" + row.profile + ",";
         }
     }

@@ -172,6 +172,29 @@ TEST_F(TheDaemon, OffersWhatThePlayerSaysThatItOpens) {
     EXPECT_NE(sink().find("http-get:*:video/mp4:*"), std::string::npos);
 }
 
+TEST_F(TheDaemon, LearnsWhatThePlayerOpensAlsoWhileItPlays) {
+    start();
+    const auto sink = [&] {
+        return element(call(kCms, "GetProtocolInfo", ""), "Sink");
+    };
+    tv->publishPlayer();
+    ASSERT_TRUE(waitUntil([&] { return sink().find("image/jpeg") == std::string::npos; }));
+    const auto playWith = [&](const char* mediaProtocolInfo) {
+        tv->player->change([&](statebus::Record& record) {
+            record.setText("mMedia.mURI", "http://192.0.2.1/film.mp4");
+            record.setText("mMedia.mDLNAProfile", mediaProtocolInfo);
+        });
+    };
+    playWith("http-get:*:video/webm:*,http-get:*:audio/mpeg:*");
+    EXPECT_TRUE(waitUntil([&] { return sink().find("video/webm") != std::string::npos; }));
+    playWith("http-get:*:video/ogg:DLNA.ORG_OP=01"); // one: that is the media's own
+    playWith("http-get:*:audio/flac:*,http-get:*:video/webm:*");
+    EXPECT_TRUE(waitUntil([&] {
+        EXPECT_EQ(sink().find("video/ogg"), std::string::npos);
+        return sink().find("audio/flac") != std::string::npos;
+    }));
+}
+
 TEST_F(TheDaemon, TellsTheControllerOfTheNo) {
     start();
     setUri();

@@ -275,5 +275,13 @@ TEST(TheSink, NamesWhatThePlayerOpensAndTheProfilesThatBelongToIt) {
     EXPECT_NE(sinkProtocolInfo("").find("http-get:*:video/mp4:*"), std::string::npos);
 }
 
+TEST(TheSink, LeavesTheProfilesToAPlayerThatNamesThem) {
+    const std::string sink =
+        sinkProtocolInfo("http-get:*:audio/mpeg:DLNA.ORG_PN=MP3,http-get:*:video/mp4:*");
+    EXPECT_EQ(sink.find("AVC_MP4"), std::string::npos);
+    EXPECT_EQ(sink.find("MP3X"), std::string::npos);
+    EXPECT_EQ(sink.rfind("http-get:*:audio/mpeg:DLNA.ORG_PN=MP3,", 0), 0u);
+}
+
 } // namespace
 } // namespace vantor

@@ -378,7 +378,7 @@ TEST(TheRecord, SaysWhatTheStatusSays) {
     EXPECT_EQ(record.as<ContentPlayerService>().mThumbnailCount, 0);
 }
 
-TEST(TheRecord, SaysWhatCanBePlayedAsLongAsThereIsNoMedia) {
+TEST(TheRecord, SaysWhatCanBePlayedWhateverPlays) {
     PlayerStatus status;
     status.formats = "http-get:*:video/mp4:*,http-get:*:audio/mpeg:*";
     Record record(ContentPlayerServiceTemplate);
@@ -398,8 +398,12 @@ TEST(TheRecord, SaysWhatCanBePlayedAsLongAsThereIsNoMedia) {
     status.track.protocolInfo.clear();
     status.aside = false;
     status.media.uri = "http://h/1";
+    status.media.protocolInfo = "http-get:*:video/webm:*";
     writeStatus(record, status);
-    EXPECT_EQ(record.as<ContentPlayerService>().mMedia.mDLNAProfile, nullptr);
+    EXPECT_STREQ(record.as<ContentPlayerService>().mMedia.mDLNAProfile, status.formats.c_str());
+    status.formats.clear(); // not known yet
+    writeStatus(record, status);
+    EXPECT_STREQ(record.as<ContentPlayerService>().mMedia.mDLNAProfile, "http-get:*:video/webm:*");
 }
 
 TEST(TheWill, IsAStopWithTheErrorThatThePlayerIsLost) {

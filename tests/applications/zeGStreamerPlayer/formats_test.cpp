@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -106,6 +107,55 @@ INSTANTIATE_TEST_SUITE_P(
         Sort{"photo.bmp", "http-get:*:image/bmp:*", "image-type:2", 'g'},
         Sort{"photo.webp", "http-get:*:image/webp:*", "video/image_width:200", 'g'}),
     [](const auto& one) { return test::caseName(one.param.file); });
+
+/// Leaves every element that takes some media in out of the registry's choice, for a moment.
+class Without {
+public:
+    explicit Without(const char* caps) {
+        const player::GstOwner<GstCaps> wanted(gst_caps_from_string(caps));
+        GList* const all = gst_element_factory_list_get_elements(GST_ELEMENT_FACTORY_TYPE_DECODER,
+                                                                 GST_RANK_MARGINAL);
+        able_ = gst_element_factory_list_filter(all, wanted.get(), GST_PAD_SINK, FALSE);
+        gst_plugin_feature_list_free(all);
+        for (GList* each = able_; each != nullptr; each = each->next) {
+            auto* const feature = GST_PLUGIN_FEATURE(each->data);
+            ranks_.push_back(gst_plugin_feature_get_rank(feature));
+            gst_plugin_feature_set_rank(feature, GST_RANK_NONE);
+        }
+    }
+    ~Without() {
+        auto rank = ranks_.begin();
+        for (GList* each = able_; each != nullptr; each = each->next) {
+            gst_plugin_feature_set_rank(GST_PLUGIN_FEATURE(each->data), *rank++);
+        }
+        gst_plugin_feature_list_free(able_);
+    }
+    Without(const Without&) = delete;
+    Without& operator=(const Without&) = delete;
+
+private:
+    GList* able_;
+    std::vector<unsigned> ranks_;
+};
+
+TEST(WhatThePlayerOffers, NamesAProfileOnlyWhereItsCodecsAreInstalled) {
+    gst_init(nullptr, nullptr);
+    constexpr char kFilm[] = "http-get:*:video/mp4:DLNA.ORG_PN=AVC_MP4_BL_CIF15_AAC_520,";
+    constexpr char kSong[] = "http-get:*:audio/mpeg:DLNA.ORG_PN=MP3,";
+    EXPECT_NE(player::sinkFormats().find(kFilm), std::string::npos);
+    EXPECT_NE(player::sinkFormats().find(kSong), std::string::npos);
+    const Without decoder("video/x-h264");
+    EXPECT_EQ(player::sinkFormats().find(kFilm), std::string::npos);
+    EXPECT_NE(player::sinkFormats().find("http-get:*:video/mp4:*,"), std::string::npos);
+    EXPECT_NE(player::sinkFormats().find(kSong), std::string::npos);
+}
+
+TEST(WhatThePlayerOffers, LeavesOutWhatCanBeLookedAtAndNotDecoded) {
+    gst_init(nullptr, nullptr);
+    EXPECT_NE(player::sinkFormats().find("audio/flac"), std::string::npos);
+    const Without decoder("audio/x-flac");
+    EXPECT_EQ(player::sinkFormats().find("audio/flac"), std::string::npos);
+}
 
 TEST_F(AMedia, FromACameraStandsUpright) {
     show("/good/camera.jpg");

@@ -39,9 +39,10 @@ void writeStatus(statebus::Record& record, const PlayerStatus& status) {
     record.setNumber("mErrorCode", static_cast<long long>(status.error));
     writeText(record, "mErrorMessage", describe(status.error));
     writeMedia(record, "mMedia", status.media);
-    if (status.media.uri.empty()) {
-        // Without a media the place of its protocol info says what can be opened.
-        writeText(record, "mMedia.mDLNAProfile", status.formats);
+    if (!status.formats.empty()) {
+        // What the media is, its track says; here stands in every record what can be opened, so
+        // that a daemon learns it whenever it comes.
+        record.setText("mMedia.mDLNAProfile", status.formats);
     }
     writeMedia(record, "mTrack", status.track);
     if (status.aside &&

@@ -1,6 +1,9 @@
 #include "engine/sink_formats.h"
 
+#include <algorithm>
 #include <array>
+#include <memory>
+#include <string_view>
 
 #include "engine/gst_handles.h"
 
@@ -12,6 +15,8 @@ struct Format {
     const char* mimeType;
     const char* caps;
 };
+
+constexpr char kSamples[] = "audio/x-unaligned-raw,format=S16BE";
 
 constexpr std::array kFormats = {
     Format{"video/mp4", "video/quicktime"},
@@ -48,8 +53,8 @@ constexpr std::array kFormats = {
     Format{"audio/x-wav", "audio/x-wav"},
     Format{"audio/x-aiff", "audio/x-aiff"},
     Format{"audio/x-ms-wma", "video/x-ms-asf"},
-    Format{"audio/L16;rate=44100;channels=2", "audio/x-unaligned-raw,format=S16BE"},
-    Format{"audio/L16;rate=48000;channels=2", "audio/x-unaligned-raw,format=S16BE"},
+    Format{"audio/L16;rate=44100;channels=2", kSamples},
+    Format{"audio/L16;rate=48000;channels=2", kSamples},
     Format{"image/jpeg", "image/jpeg"},
     Format{"image/png", "image/png"},
     Format{"image/gif", "image/gif"},
@@ -59,27 +64,98 @@ constexpr std::array kFormats = {
     Format{"image/tiff", "image/tiff"},
 };
 
-bool canBePlayed(GList* elements, const char* capsText) {
-    const GstOwner<GstCaps> caps(gst_caps_from_string(capsText));
-    GList* const able = gst_element_factory_list_filter(elements, caps.get(), GST_PAD_SINK, FALSE);
-    const bool any = able != nullptr;
-    gst_plugin_feature_list_free(able);
-    return any;
+/// A DLNA profile, and what must all be installed to play it: the container, then the codecs.
+struct Profile {
+    const char* mimeType;
+    const char* name;
+    std::array<const char*, 3> caps;
+};
+
+constexpr char kMp4[] = "video/quicktime";
+constexpr char kProgramStream[] = "video/mpeg,systemstream=true,mpegversion=2";
+constexpr char kTransportStream[] = "video/mpegts,systemstream=true,packetsize=192";
+constexpr char kH264[] = "video/x-h264,parsed=true";
+constexpr char kMpeg2Video[] = "video/mpeg,systemstream=false,mpegversion=2,parsed=true";
+constexpr char kMp3[] = "audio/mpeg,mpegversion=1,layer=3,parsed=true";
+constexpr char kAac[] = "audio/mpeg,mpegversion=4";
+constexpr char kAc3[] = "audio/x-ac3";
+
+constexpr std::array kProfiles = {
+    Profile{"video/mp4", "AVC_MP4_BL_CIF15_AAC_520", {kMp4, kH264, kAac}},
+    Profile{"video/mp4", "AVC_MP4_MP_SD_AAC_MULT5", {kMp4, kH264, kAac}},
+    Profile{"video/mpeg", "MPEG_PS_NTSC", {kProgramStream, kMpeg2Video, kAc3}},
+    Profile{"video/mpeg", "MPEG_PS_PAL", {kProgramStream, kMpeg2Video, kAc3}},
+    Profile{"video/vnd.dlna.mpeg-tts", "MPEG_TS_SD_EU", {kTransportStream, kMpeg2Video, kAc3}},
+    Profile{"video/vnd.dlna.mpeg-tts", "MPEG_TS_SD_NA", {kTransportStream, kMpeg2Video, kAc3}},
+    Profile{"video/vnd.dlna.mpeg-tts", "AVC_TS_MP_SD_AAC_MULT5", {kTransportStream, kH264, kAac}},
+    Profile{"audio/mpeg", "MP3", {kMp3}},
+    Profile{"audio/mpeg", "MP3X", {kMp3}},
+    Profile{"audio/mp4", "AAC_ISO", {"audio/x-m4a", kAac}},
+    Profile{"audio/mp4", "AAC_ISO_320", {"audio/x-m4a", kAac}},
+    Profile{"audio/vnd.dlna.adts", "AAC_ADTS", {kAac}},
+    Profile{"audio/vnd.dlna.adts", "AAC_ADTS_320", {kAac}},
+    Profile{"audio/L16;rate=44100;channels=2", "LPCM", {kSamples}},
+    Profile{"audio/L16;rate=48000;channels=2", "LPCM", {kSamples}},
+    Profile{"image/jpeg", "JPEG_SM", {"image/jpeg"}},
+    Profile{"image/jpeg", "JPEG_MED", {"image/jpeg"}},
+    Profile{"image/jpeg", "JPEG_LRG", {"image/jpeg"}},
+    Profile{"image/jpeg", "JPEG_TN", {"image/jpeg"}},
+    Profile{"image/png", "PNG_TN", {"image/png"}},
+    Profile{"image/png", "PNG_LRG", {"image/png"}},
+};
+
+/// What is installed to take media in.
+class Elements {
+public:
+    bool take(const char* capsText) const {
+        const GstOwner<GstCaps> caps(gst_caps_from_string(capsText));
+        // A parser only looks at what a decoder has to play; bare samples need no other.
+        const bool bare = std::string_view(capsText) == kSamples;
+        GList* const able = gst_element_factory_list_filter(bare ? parsers_.get() : decoders_.get(),
+                                                            caps.get(), GST_PAD_SINK, FALSE);
+        const bool any = able != nullptr;
+        gst_plugin_feature_list_free(able);
+        return any;
+    }
+
+private:
+    struct ListDeleter {
+        void operator()(GList* list) const { gst_plugin_feature_list_free(list); }
+    };
+    using List = std::unique_ptr<GList, ListDeleter>;
+
+    List decoders_{gst_element_factory_list_get_elements(
+        GST_ELEMENT_FACTORY_TYPE_DECODER | GST_ELEMENT_FACTORY_TYPE_DEMUXER, GST_RANK_MARGINAL)};
+    List parsers_{
+        gst_element_factory_list_get_elements(GST_ELEMENT_FACTORY_TYPE_PARSER, GST_RANK_MARGINAL)};
+};
+
+std::string entry(const char* mimeType, const std::string& additional) {
+    return std::string("http-get:*:") + mimeType + ":" + additional;
 }
 
 } // namespace
 
 std::string sinkFormats() {
-    GList* const elements = gst_element_factory_list_get_elements(
-        GST_ELEMENT_FACTORY_TYPE_DECODABLE, GST_RANK_MARGINAL);
+    const Elements elements;
     std::string formats;
-    for (const Format& format : kFormats) {
-        if (canBePlayed(elements, format.caps)) {
-            formats += formats.empty() ? "" : ",";
-            formats += std::string("http-get:*:") + format.mimeType + ":*";
+    const auto add = [&formats](const std::string& format) {
+        formats += (formats.empty() ? "" : ",") + format;
+    };
+    for (const Profile& profile : kProfiles) {
+        const bool playable =
+            std::all_of(profile.caps.begin(), profile.caps.end(), [&elements](const char* caps) {
+                return caps == nullptr || elements.take(caps);
+            });
+        if (playable) {
+            add(entry(profile.mimeType, std::string("DLNA.ORG_PN=") + profile.name));
         }
     }
-    gst_plugin_feature_list_free(elements);
+    for (const Format& format : kFormats) {
+        if (elements.take(format.caps)) {
+            add(entry(format.mimeType, "*"));
+        }
+    }
     return formats;
 }
 

@@ -5,8 +5,9 @@
 
 namespace player {
 
-/// Sink protocol info, entries separated by commas, of every type of media that controllers know
-/// and for which an element is installed. GStreamer must be initialised.
+/// Sink protocol info, entries separated by commas: the DLNA profiles whose container and codecs
+/// are all installed, then every type of media that controllers know and for which an element is.
+/// GStreamer must be initialised.
 std::string sinkFormats();
 
 } // namespace player
