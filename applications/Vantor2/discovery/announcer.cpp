@@ -1,5 +1,6 @@
 #include "discovery/announcer.h"
 
+#include <string_view>
 #include <utility>
 
 #include "base/authority.h"
@@ -12,6 +13,11 @@ constexpr unsigned kMaxAge = 1800; // seconds; announced again well before
 constexpr int kSearch = 0;         // GSSDP's number for an M-SEARCH message
 // Between the datagrams of an announcement. GSSDP's own 120 ms would make a start last seconds.
 constexpr unsigned kMessageDelay = 1; // ms
+
+// The standard has it in quotation marks, which some controllers forget.
+bool isDiscover(std::string_view man) {
+    return man == "\"ssdp:discover\"" || man == "ssdp:discover";
+}
 
 } // namespace
 
@@ -97,9 +103,7 @@ void Announcer::searched(const std::string& host, std::uint16_t port,
                          SoupMessageHeaders* headers) const {
     const char* target = soup_message_headers_get_one(headers, "ST");
     const char* man = soup_message_headers_get_one(headers, "MAN");
-    const bool sound =
-        target != nullptr && man != nullptr && std::string("\"ssdp:discover\"") == man;
-    if (sound && responder_) {
+    if (target != nullptr && man != nullptr && isDiscover(man) && responder_) {
         responder_->answer(target, host, port);
     }
 }

@@ -49,6 +49,15 @@ bool numericAddress(const std::string& host, std::uint16_t port, const std::stri
     return true;
 }
 
+// Answers go as far as searches come from. Who forges a sender beyond the home must not make the
+// renderer flood that one.
+bool staysNear(int socket, const SocketAddress& own) {
+    const int hops = 4;
+    return own.any.ss_family == AF_INET6
+               ? setsockopt(socket, IPPROTO_IPV6, IPV6_UNICAST_HOPS, &hops, sizeof(hops)) == 0
+               : setsockopt(socket, IPPROTO_IP, IP_TTL, &hops, sizeof(hops)) == 0;
+}
+
 } // namespace
 
 std::vector<Announcement> announcementsOf(const std::string& uuid, const std::string& deviceType,
@@ -87,7 +96,7 @@ SearchResponder::SearchResponder(const NetworkPlace& place, std::vector<Announce
         return;
     }
     socket_ = socket(from.any.ss_family, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (socket_ >= 0 && bind(socket_, from.get(), from.size) != 0) {
+    if (socket_ >= 0 && (!staysNear(socket_, from) || bind(socket_, from.get(), from.size) != 0)) {
         close(std::exchange(socket_, -1));
     }
 }
