@@ -77,7 +77,7 @@ std::vector<NetworkPlace> networkPlaces() {
         const unsigned state = known == flags.end() ? 0 : known->second;
         if (!address.empty() && (entry->ifa_flags & IFF_UP) != 0 && (state & kUnusable) == 0) {
             places.push_back({entry->ifa_name, address, (entry->ifa_flags & IFF_LOOPBACK) != 0,
-                              (state & IFA_F_TEMPORARY) != 0});
+                              (state & IFA_F_TEMPORARY) != 0, if_nametoindex(entry->ifa_name)});
         }
     }
     freeifaddrs(all);

@@ -12,12 +12,16 @@ struct NetworkPlace {
     std::string address; ///< numeric
     bool loopback = false;
     bool temporary = false; ///< of IPv6, replaced by another one within a day
+    /// The system's number of the interface. One that was pulled out comes back with another, and
+    /// what was open on the first hears nothing from it.
+    unsigned index = 0;
 
     bool isIpv6() const { return address.find(':') != std::string::npos; }
 };
 
 inline bool operator==(const NetworkPlace& left, const NetworkPlace& right) {
-    return left.interface == right.interface && left.address == right.address;
+    return left.interface == right.interface && left.address == right.address &&
+           left.index == right.index;
 }
 
 /// Addresses of the interfaces that are up, in the system's order. Those of IPv6 that cannot be

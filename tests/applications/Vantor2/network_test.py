@@ -1,11 +1,12 @@
 """The renderer daemon on networks that are several, that come and go, and that speak IPv6 only."""
 
 import re
+import socket
 import sys
 import unittest
 import urllib.error
 
-from networks import Home, get, ip, until
+from networks import DEADLINE, Home, get, ip, on_tv, until
 
 
 class Networks(Home):
@@ -52,6 +53,32 @@ class Networks(Home):
             until(lambda: location in far.announced("ssdp:alive"), "a new announcement")
             self.assertEqual(far.found(), [location], "the same port as before")
             self.assertEqual(get(location)[0], 200)
+
+    def test_may_be_pulled_out_whole_and_plugged_in_again(self):
+        self.lay_cable(0, "10.1.0.1/24", "10.1.0.2/24")
+        near = self.ssdp("10.1.0.2", "p0")
+        log = self.start().log
+
+        def plug_in():
+            self.lay_cable(1, "10.2.0.1/24", "10.2.0.2/24")
+            for address, interface, on_tv in (("fd00:2::1/64", "t1", True),
+                                              ("fd00:2::2/64", "p1", False)):
+                ip("address", "add", address, "dev", interface, "nodad", on_tv=on_tv)
+            return [self.ssdp(address, "p1") for address in ("10.2.0.2", "fd00:2::2")]
+
+        before = [phone.found() for phone in plug_in()]
+        for times in range(1, 4):
+            ip("link", "delete", "p1")
+            if times < 3:  # else it is back before the daemon looks
+                for address in ("10.2.0.1", "fd00:2::1"):
+                    until(lambda gone=address:
+                          self.read_log(log).count(gone + " on t1 has gone") == times,
+                          f"the daemon to notice that {address} has gone")
+            phones = plug_in()
+            for phone, locations in zip(phones, before):
+                self.assertEqual(phone.found(), locations, "where it was before")
+                self.assertEqual(get(locations[0])[0], 200)
+            near.found()
 
     def test_may_come_after_the_start(self):
         self.start()
@@ -103,6 +130,25 @@ class Networks(Home):
         self.start()
         (location,) = self.ssdp("fd00:1::2", "p0").found()
         self.assertTrue(location.startswith("http://[fd00:1::1]:"), location)
+
+    def test_may_have_a_port_that_somebody_else_holds(self):
+        self.lay_cable(0, "10.1.0.1/24", "10.1.0.2/24")
+        self.lay_cable(1, "10.2.0.1/24", "10.2.0.2/24")
+        ssdp = self.ssdp("10.1.0.2", "p0")
+        holder = on_tv(lambda: socket.create_server(("10.2.0.1", 49500)))
+        self.addCleanup(holder.close)
+        daemon = self.start(KETRA_PORT="49500")
+        self.assertEqual(ssdp.found(), ["http://10.1.0.1:49500/description.xml"])
+        self.assertIn("cannot serve on 10.2.0.1 port 49500", self.read_log(daemon.log))
+
+    def test_may_have_the_port_of_searches_taken_by_who_does_not_share(self):
+        self.lay_cable(0, "10.1.0.1/24", "10.1.0.2/24")
+        holder = on_tv(lambda: socket.socket(socket.AF_INET, socket.SOCK_DGRAM))
+        self.addCleanup(holder.close)
+        holder.bind(("", 1900))
+        daemon = self.launch()
+        self.assertEqual(daemon.wait(DEADLINE), 4)
+        self.assertIn("error: cannot announce on t0: ", self.read_log(daemon.log))
 
     def test_hold_two_renderers_that_differ(self):
         self.lay_cable(0, "10.1.0.1/24", "10.1.0.2/24")

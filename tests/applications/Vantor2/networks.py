@@ -36,6 +36,17 @@ def enter_tv():
     check(LIBC.setns(TV_NETWORK, CLONE_NEWNET))
 
 
+def on_tv(make):
+    """What make() makes on the television's network, a socket say."""
+    own = os.open("/proc/thread-self/ns/net", os.O_RDONLY | os.O_CLOEXEC)
+    enter_tv()
+    try:
+        return make()
+    finally:
+        check(LIBC.setns(own, CLONE_NEWNET))
+        os.close(own)
+
+
 def ip(*arguments, on_tv=False):
     subprocess.run(["ip", *arguments], check=True, preexec_fn=enter_tv if on_tv else None)
 
@@ -188,7 +199,7 @@ class Home(unittest.TestCase):
         self.addCleanup(subprocess.run, ["ip", "link", "delete", f"p{number}"],
                         stderr=subprocess.DEVNULL, check=False)
 
-    def start(self, name="one", **settings):
+    def launch(self, name="one", **settings):
         log = open(os.path.join(self.folder.name, name + ".log"), "w+", encoding="utf-8")
         self.addCleanup(log.close)
         daemon = subprocess.Popen(
@@ -196,13 +207,17 @@ class Home(unittest.TestCase):
             env={"KETRA_STATE_DIR": os.path.join(self.folder.name, name),
                  "DBUS_SESSION_BUS_ADDRESS": self.bus_address, "PATH": os.environ["PATH"],
                  **settings})
-
         daemon.log = log
+        return daemon
+
+    def start(self, name="one", **settings):
+        """A daemon that ends well with the test."""
+        daemon = self.launch(name, **settings)
 
         def end():
             if daemon.poll() is None:
                 daemon.terminate()
-            self.assertEqual(daemon.wait(DEADLINE), 0, self.read_log(log))
+            self.assertEqual(daemon.wait(DEADLINE), 0, self.read_log(daemon.log))
         self.addCleanup(end)
         return daemon
 
