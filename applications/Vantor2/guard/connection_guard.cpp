@@ -39,15 +39,6 @@ bool isContentLengthSound(SoupMessageHeaders* headers) {
            soup_message_headers_get_list(headers, "Transfer-Encoding") == nullptr;
 }
 
-// libsoup answers a list of ranges with a copy of the document for each of them. Nobody needs more
-// than one here, and without the header the whole document is a correct answer.
-void dropSeveralRanges(SoupMessageHeaders* headers) {
-    const char* ranges = soup_message_headers_get_list(headers, "Range");
-    if (ranges != nullptr && std::string_view(ranges).find(',') != std::string_view::npos) {
-        soup_message_headers_remove(headers, "Range");
-    }
-}
-
 // A peer that has reset the connection already has no address any more.
 bool isConnected(int fd) {
     sockaddr_storage peer{};
@@ -393,7 +384,6 @@ void ConnectionGuard::headersArrived(Connection& connection, SoupServerMessage* 
         refuse(connection, message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE);
         return;
     }
-    dropSeveralRanges(headers);
     connection.state = State::body;
     connection.since = Clock::now();
     connection.deadline = connection.since + limits_.body;

@@ -7,6 +7,7 @@
 
 #include "base/authority.h"
 #include "base/log.h"
+#include "common/byte_range.h"
 
 namespace vantor {
 
@@ -24,6 +25,31 @@ std::string joined(const std::vector<std::string>& words) {
         text += (text.empty() ? "" : ", ") + word;
     }
     return text;
+}
+
+// libsoup cuts the part that a Range header asks for out of the reply, with a copy for each of a
+// list, and without a look at whether the reply is that long. So it gets one that fits or none; the
+// whole is a correct answer to whatever else was asked.
+void settleRange(SoupServerMessage* message, HttpReply& reply) {
+    SoupMessageHeaders* asked = soup_server_message_get_request_headers(message);
+    const char* ranges = soup_message_headers_get_list(asked, "Range");
+    if (ranges == nullptr) {
+        return;
+    }
+    const std::size_t size = reply.body.size();
+    // Nothing here has a tag or a date that If-Range could mean.
+    const bool counts = soup_server_message_get_method(message) == SOUP_METHOD_GET &&
+                        reply.status == SOUP_STATUS_OK &&
+                        soup_message_headers_get_one(asked, "If-Range") == nullptr;
+    const http::ByteRange range = http::parseByteRange(counts ? ranges : "", size);
+    soup_message_headers_remove(asked, "Range");
+    if (range.kind == http::ByteRange::Kind::kPart) {
+        soup_message_headers_set_range(asked, static_cast<goffset>(range.first),
+                                       static_cast<goffset>(range.last));
+    } else if (range.kind == http::ByteRange::Kind::kUnsatisfiable) {
+        reply = plainStatus(SOUP_STATUS_REQUESTED_RANGE_NOT_SATISFIABLE);
+        reply.headers.emplace_back("Content-Range", "bytes */" + std::to_string(size));
+    }
 }
 
 } // namespace
@@ -139,6 +165,7 @@ HttpReply HttpServer::reply(SoupServerMessage* message, const char* path) {
 
 void HttpServer::answer(SoupServerMessage* message, const char* path) {
     HttpReply result = reply(message, path);
+    settleRange(message, result);
     soup_server_message_set_status(message, result.status, nullptr);
     SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
     for (const auto& header : result.headers) {

@@ -11,7 +11,7 @@
 
 #include <libsoup/soup.h>
 
-#include "byte_range.h"
+#include "common/byte_range.h"
 #include "didl.h"
 #include "glib_handles.h"
 
@@ -141,8 +141,8 @@ void answer(const std::shared_ptr<ServedFile>& file, SoupServerMessage* message)
     }
     setHeaders(*file, request, response);
     const char* header = soup_message_headers_get_one(request, "Range");
-    const ByteRange range = parseByteRange(header != nullptr ? header : "", file->size);
-    if (range.kind == ByteRange::Kind::kUnsatisfiable) {
+    const http::ByteRange range = http::parseByteRange(header != nullptr ? header : "", file->size);
+    if (range.kind == http::ByteRange::Kind::kUnsatisfiable) {
         const std::string contentRange = "bytes */" + std::to_string(file->size);
         soup_message_headers_remove(response, "Content-Type");
         soup_message_headers_replace(response, "Content-Range", contentRange.c_str());
@@ -152,7 +152,7 @@ void answer(const std::shared_ptr<ServedFile>& file, SoupServerMessage* message)
     }
     std::uint64_t first = 0;
     std::uint64_t end = file->size;
-    if (range.kind == ByteRange::Kind::kPart) {
+    if (range.kind == http::ByteRange::Kind::kPart) {
         first = range.first;
         end = range.last + 1;
         soup_message_headers_set_content_range(response, static_cast<goffset>(first),

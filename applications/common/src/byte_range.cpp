@@ -1,4 +1,4 @@
-#include "byte_range.h"
+#include "common/byte_range.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 
 #include "common/text.h"
 
-namespace push {
+namespace http {
 namespace {
 
 /// Digits only; a number too large for 64 bits lies behind the end of every file.
@@ -65,4 +65,4 @@ ByteRange parseByteRange(std::string_view header, std::uint64_t size) {
     return {ByteRange::Kind::kPart, *first, last ? std::min(*last, size - 1) : size - 1};
 }
 
-} // namespace push
+} // namespace http

@@ -1,10 +1,11 @@
-// What a Range header asks of a file (RFC 9110, section 14). Pure; used by the file server.
+// What a Range header asks of a file (RFC 9110, section 14). Pure; used by whoever
+// serves files or documents.
 #pragma once
 
 #include <cstdint>
 #include <string_view>
 
-namespace push {
+namespace http {
 
 struct ByteRange {
     enum class Kind {
@@ -21,4 +22,4 @@ struct ByteRange {
 /// ranges at once and units other than bytes are answered with the whole file.
 ByteRange parseByteRange(std::string_view header, std::uint64_t size);
 
-} // namespace push
+} // namespace http

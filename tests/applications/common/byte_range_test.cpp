@@ -1,11 +1,11 @@
-#include "byte_range.h"
+#include "common/byte_range.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using push::ByteRange;
-using push::parseByteRange;
+using http::ByteRange;
+using http::parseByteRange;
 
 constexpr std::uint64_t kSize = 1000;
 
