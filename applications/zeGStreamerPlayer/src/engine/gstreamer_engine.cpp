@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "engine/gif_decoder.h"
 #include "engine/screenshot.h"
 #include "engine/sink_formats.h"
 #include "process/log.h"
@@ -31,8 +32,8 @@ constexpr std::array kRanks = {
     Ranked{"sdpdemux", GST_RANK_NONE},
     // Reads what the camera wrote into a photo.
     Ranked{"jpegparse", GST_RANK_PRIMARY},
-    // The demuxer of GIF fails or stands still with what comes over a network, and the decoder
-    // needs it.
+    // The demuxer of GIF fails or stands still with what comes over a network, and its decoder
+    // needs it: there is one of our own.
     Ranked{"avdemux_gif", GST_RANK_NONE},
     Ranked{"avdec_gif", GST_RANK_NONE},
     // Reads BMP whole; the other decoder wants it in one piece, which nobody makes of it.
@@ -77,6 +78,7 @@ void GStreamerEngine::run() {
     for (const auto& [element, rank] : kRanks) {
         setRank(element, rank);
     }
+    registerGifDecoder();
     logDebug("GStreamer is ready");
     screen_ = std::make_unique<Screen>(settings_);
     g_main_loop_run(loop_);

@@ -184,12 +184,13 @@ void Pipeline::takeNextStep() {
             return;
         }
     }
-    const GstState target = wantPlaying_ && buffered_ >= 100 ? GST_STATE_PLAYING : GST_STATE_PAUSED;
+    const bool moves = wantPlaying_ || animated_;
+    const GstState target = moves && buffered_ >= 100 ? GST_STATE_PLAYING : GST_STATE_PAUSED;
     if (state_ != target) {
         changeState(target);
         return;
     }
-    if (state_ == GST_STATE_PLAYING && !saidPlaying_) {
+    if (state_ == GST_STATE_PLAYING && wantPlaying_ && !saidPlaying_) {
         saidPlaying_ = true;
         positionReported_ = Clock::now();
         // The position is still the one of the preroll: media that is over in a moment may have
@@ -222,6 +223,7 @@ void Pipeline::changeState(GstState target) {
 void Pipeline::onOpened() {
     opened_ = true;
     known_ = facts();
+    animated_ = known_.mimeType == "image/gif";
     report_(EngineOpened{known_});
     end();
 }

@@ -112,6 +112,7 @@ private:
     bool wishQueued_ = false;
     GstState state_ = GST_STATE_PAUSED; ///< reached, or being gone to
     bool saidPlaying_ = false;
+    bool animated_ = false; ///< a picture that moves by itself, without being played
     bool answered_ = false;
     bool ledAstray_ = false; ///< redirected to an address that is not opened
     bool factsStale_ = false;

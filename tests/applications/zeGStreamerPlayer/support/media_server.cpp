@@ -145,10 +145,9 @@ void MediaServer::answer(SoupServerMessage* message, const std::string& path) {
     const std::string content = contentOf(rest);
     if (content.empty()) {
         soup_server_message_set_status(message, SOUP_STATUS_NOT_FOUND, nullptr);
-    } else if (manner == "stream") {
-        const std::string head =
-            "HTTP/1.1 200 OK\r\nContent-Type: " + typeOf(rest) + "\r\nConnection: close\r\n\r\n";
-        send(message, head + content, true);
+    } else if (manner == "stream" || manner == "whole" || manner == "chunked" || manner == "more" ||
+               manner == "less") {
+        answerWithoutRange(message, manner, content, typeOf(rest));
     } else if (manner == "slow") {
         sendSlowly(message, "HTTP/1.1 200 OK\r\nContent-Type: " + typeOf(rest) +
                                 "\r\nContent-Length: " + std::to_string(content.size()) +
@@ -172,6 +171,31 @@ void MediaServer::answerWithFile(SoupServerMessage* message, const std::string& 
     soup_server_message_set_response(message,
                                      manner == "plain" ? "application/octet-stream" : type.c_str(),
                                      SOUP_MEMORY_COPY, content.data(), size);
+}
+
+/// Sends the whole at once, whatever was asked for.
+void MediaServer::answerWithoutRange(SoupServerMessage* message, const std::string& manner,
+                                     const std::string& content, const std::string& type) {
+    std::string head = "HTTP/1.1 200 OK\r\nContent-Type: " + type + "\r\nConnection: close\r\n";
+    std::string body = content;
+    if (manner == "chunked") {
+        head += "Transfer-Encoding: chunked\r\n";
+        constexpr std::size_t kChunk = 10000;
+        body.clear();
+        for (std::size_t at = 0; at < content.size(); at += kChunk) {
+            const std::string chunk = content.substr(at, kChunk);
+            std::ostringstream size;
+            size << std::hex << chunk.size();
+            body += size.str() + "\r\n" + chunk + "\r\n";
+        }
+        body += "0\r\n\r\n";
+    } else if (manner != "stream") {
+        const std::size_t promised = manner == "more"   ? content.size() * 11 / 10
+                                     : manner == "less" ? content.size() / 2
+                                                        : content.size();
+        head += "Content-Length: " + std::to_string(promised) + "\r\n";
+    }
+    send(message, head + "\r\n" + body, true);
 }
 
 /// Promises the whole and sends the beginning, then hangs up or falls silent.
@@ -200,10 +224,10 @@ void MediaServer::answerByHand(SoupServerMessage* message, const std::string& co
     send(message, head, hangUp);
 }
 
-/// Sends bytes as they are, in equal parts, four a second.
+/// Sends bytes as they are, in equal parts, five a second.
 void MediaServer::sendSlowly(SoupServerMessage* message, const std::string& bytes) {
-    constexpr std::size_t kParts = 96;
-    constexpr unsigned kIntervalMs = 250;
+    constexpr std::size_t kParts = 15;
+    constexpr unsigned kIntervalMs = 200;
     struct Sending {
         GOutputStream* stream;
         std::string bytes;

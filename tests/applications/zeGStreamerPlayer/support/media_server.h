@@ -1,10 +1,12 @@
 // A small HTTP server on loopback that serves the test media well, or badly on purpose.
 //
 // What comes first in the path says how: /good/FILE, /plain/FILE (a type that says nothing),
-// /dlna/FILE (with contentFeatures), /stream/FILE (no length, no Range), /cut/FILE (hangs up in the
-// middle), /slow/FILE (takes 24 seconds), /short/FILE (a file that was cut off), /stall/FILE (falls
-// silent in the middle), /silent (never answers), /status/NNN (an error), /text/FILE (a text that
-// claims to be the file), /to?ADDRESS (a redirect there), /round (a redirect to itself).
+// /dlna/FILE (with contentFeatures), /whole/FILE (with its length, but no Range), /chunked/FILE,
+// /stream/FILE (no length, no Range), /more/FILE (promises more than there is), /less/FILE
+// (promises half of it), /cut/FILE (hangs up in the middle), /slow/FILE (takes three seconds),
+// /short/FILE (a file that was cut off), /stall/FILE (falls silent in the middle), /silent (never
+// answers), /status/NNN (an error), /text/FILE (a text that claims to be the file), /to?ADDRESS (a
+// redirect there), /round (a redirect to itself).
 #pragma once
 
 #include <map>
@@ -35,6 +37,8 @@ private:
     void answer(SoupServerMessage* message, const std::string& path);
     void answerWithFile(SoupServerMessage* message, const std::string& manner,
                         const std::string& content, const std::string& type);
+    void answerWithoutRange(SoupServerMessage* message, const std::string& manner,
+                            const std::string& content, const std::string& type);
     void answerByHand(SoupServerMessage* message, const std::string& content,
                       const std::string& type, bool hangUp);
     void sendSlowly(SoupServerMessage* message, const std::string& bytes);
