@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
-#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -238,37 +236,6 @@ TEST_F(APlayer, EndsWhenTheMediaEndsAndPlaysItAgain) {
     ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
     EXPECT_EQ(positionSec(), 0);
 }
-
-/// Plays at a speed and measures it by the positions that are reported.
-class ASpeed : public APlayer, public testing::WithParamInterface<const char*> {};
-
-TEST_P(ASpeed, IsTheOneThatIsMeasured) {
-    const Speed speed = *Speed::fromText(GetParam());
-    playUntilPlaying("/good/film.mp4");
-    ASSERT_TRUE(player_->seek(speed.isBackward() ? 19000 : 1000));
-    ASSERT_TRUE(player_.waitUntil([this] { return positionSec() >= 1; }));
-    ASSERT_TRUE(player_->play(speed));
-    ASSERT_TRUE(player_.waitUntil([this, speed] { return player_.last().speed == speed; }));
-    const std::int64_t from = positionSec();
-    const std::size_t reports = player_.announced().size();
-    const auto began = std::chrono::steady_clock::now();
-    // Positions are whole seconds, so the slower it is the longer it is watched: a speed of 1 and a
-    // standstill must both be too far away.
-    const double rate = std::abs(speed.rate());
-    const std::size_t seen = rate < 1 ? 8 : rate < 4 ? 4 : 2;
-    const double tolerance = rate < 1 ? 0.3 : rate < 4 ? 0.6 : 1.0 + rate * 0.15;
-    ASSERT_TRUE(player_.waitUntil(
-        [this, reports, seen] { return player_.announced().size() >= reports + seen; }));
-    const double took =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
-    const double moved = static_cast<double>(positionSec() - from);
-    EXPECT_EQ(player_.last().state, PlayerState::kPlaying);
-    EXPECT_NEAR(moved / took, speed.rate(), tolerance);
-    EXPECT_STREQ(player_.last().speed.text(), GetParam());
-}
-
-INSTANTIATE_TEST_SUITE_P(OfAFilm, ASpeed, testing::Values("2", "4", "8", "-2", "-4", "-8", "1/2"),
-                         [](const auto& one) { return test::caseName(one.param); });
 
 TEST_F(APlayer, EndsTheMediaWhenItRunsForwardFast) {
     playUntilPlaying("/good/film.mp4");

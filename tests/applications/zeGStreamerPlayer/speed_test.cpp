@@ -1,0 +1,197 @@
+// Where a media is, how fast and which way it runs: by the numbers of the frames that it shows.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/case_name.h"
+#include "support/frame_number.h"
+#include "support/media_server.h"
+#include "support/recorded_player.h"
+#include "support/temporary_folder.h"
+#include "support/watcher.h"
+
+namespace {
+
+using player::PlayerState;
+using player::Speed;
+using test::kCountedRate;
+using test::milliseconds;
+using test::seconds;
+using test::seenFrames;
+using test::seenNumbers;
+
+constexpr std::int64_t kFrameMs = 1000 / kCountedRate;
+/// More frames than are shown while an order is carried out.
+constexpr int kFar = 100;
+
+struct Way {
+    const char* speed;
+    std::size_t frames; ///< so many are watched
+};
+
+constexpr Way kForward[] = {{"2", 20},  {"4", 20},  {"8", 8},   {"16", 8},   {"32", 12}, {"1", 20},
+                            {"1/2", 8}, {"1/4", 5}, {"1/8", 4}, {"1/16", 3}, {"1/32", 3}};
+constexpr Way kBackward[] = {{"-2", 20}, {"-4", 20}, {"-8", 8}, {"-16", 8}, {"-32", 12}};
+
+/// -1: not one of these films.
+int numberOn(const test::Picture& screen) {
+    return test::numberIn(screen.width, screen.height,
+                          [&screen](int x, int y) { return screen.at(x, y).green; })
+        .value_or(-1);
+}
+
+/// -1: nothing yet.
+int lastSeen() {
+    const std::vector<test::SeenFrame> seen = seenFrames();
+    return seen.empty() ? -1 : seen.back().number;
+}
+
+class ACountedFilm : public testing::Test {
+protected:
+    ACountedFilm() { test::watchAnew(); }
+
+    void play(const std::string& path = "/good/counted.mp4") {
+        ASSERT_TRUE(player_.setMedia(server_.address(path)));
+        ASSERT_TRUE(player_->play(Speed()));
+        ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying)) << player_.log();
+        ASSERT_TRUE(player_.waitUntil([] { return !seenNumbers().empty(); }));
+    }
+
+    void pause() {
+        ASSERT_TRUE(player_->pause());
+        ASSERT_TRUE(player_.waitForState(PlayerState::kPaused));
+    }
+
+    /// The number of the first frame that an order leads to, far from the one that is shown.
+    int firstAfter(const std::function<bool()>& order) {
+        const int before = lastSeen();
+        test::watchAnew();
+        EXPECT_TRUE(order());
+        int number = -1;
+        player_.waitUntil([before, &number] {
+            for (const int seen : seenNumbers()) {
+                number = seen;
+                if (std::abs(seen - before) > kFar) {
+                    return true;
+                }
+            }
+            return false;
+        });
+        return number;
+    }
+
+    /// Plays at normal speed from this frame on.
+    void beAt(int number) {
+        ASSERT_TRUE(player_->play(Speed()));
+        ASSERT_TRUE(player_->seek(number * kFrameMs));
+        ASSERT_TRUE(player_.waitUntil([number] {
+            const int seen = lastSeen();
+            return seen >= number && seen < number + kFar;
+        }));
+    }
+
+    /// Frames from when the speed is the one that holds, at least some of them for some time.
+    std::vector<test::SeenFrame> watchAt(Speed wanted, std::size_t count, milliseconds time) {
+        test::watchAnew();
+        EXPECT_TRUE(player_->play(wanted));
+        EXPECT_TRUE(player_.waitUntil([this, wanted] { return player_.last().speed == wanted; }));
+        test::watchAnew();
+        player_.waitUntil(
+            [this, count, time, wanted] {
+                const std::vector<test::SeenFrame> seen = seenFrames();
+                return (seen.size() >= count && seen.back().when - seen.front().when >= time) ||
+                       player_.last().speed != wanted;
+            },
+            seconds(20));
+        return seenFrames();
+    }
+
+    void expectToRun(const Way& way, int from) {
+        SCOPED_TRACE(way.speed);
+        const Speed wanted = *Speed::fromText(way.speed);
+        ASSERT_NO_FATAL_FAILURE(beAt(from));
+        const auto seen = watchAt(wanted, way.frames, milliseconds(300));
+        ASSERT_GE(seen.size(), way.frames);
+        EXPECT_NEAR(test::rateOf(seen) / wanted.rate(), 1, 0.25);
+        for (std::size_t index = 1; index < seen.size(); ++index) {
+            const int step = seen[index].number - seen[index - 1].number;
+            EXPECT_GE(wanted.isBackward() ? -step : step, 0) << seen[index].number;
+        }
+        // It goes on at normal speed from there, and says so.
+        ASSERT_TRUE(player_->play(Speed()));
+        ASSERT_TRUE(player_.waitUntil([this] { return player_.last().speed.isNormal(); }));
+        const double shown = lastSeen() / double{kCountedRate};
+        EXPECT_NEAR(player_.last().positionSec + 0.5, shown, 0.6 + std::abs(wanted.rate()) * 0.1);
+    }
+
+    static player::Settings watched(const std::string& folder) {
+        player::Settings settings = test::RecordedPlayer::plainSettings(folder);
+        settings.videoSink = test::watchingSink();
+        return settings;
+    }
+
+    test::TemporaryFolder folder_;
+    test::MediaServer server_{KETRA_TEST_MEDIA};
+    test::RecordedPlayer player_{folder_.path(), watched(folder_.path())};
+};
+
+TEST_F(ACountedFilm, RunsFromItsFirstFrameOn) {
+    play();
+    ASSERT_TRUE(player_.waitUntil([] { return seenNumbers().size() > 50; }));
+    const std::vector<int> numbers = seenNumbers();
+    EXPECT_EQ(numbers.front(), 0);
+    EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
+    EXPECT_NEAR(test::rateOf(seenFrames()), 1, 0.2);
+}
+
+TEST_F(ACountedFilm, IsSoughtToTheFrame) {
+    play();
+    for (const bool paused : {false, true}) {
+        for (const int number : {1234, 1, 777, 1899, 776, 0}) {
+            EXPECT_EQ(firstAfter([&] { return player_->seek(number * kFrameMs); }), number);
+            EXPECT_TRUE(player_.waitUntil([&] {
+                return player_.last().positionSec == static_cast<unsigned>(number / kCountedRate);
+            }));
+        }
+        if (!paused) {
+            pause();
+        }
+    }
+}
+
+TEST_F(ACountedFilm, StandsStillInAPauseAndGoesOnWithTheNextFrame) {
+    play();
+    ASSERT_TRUE(player_.waitUntil([] { return seenNumbers().size() > 10; }));
+    pause();
+    const int still = numberOn(player_.screen());
+    ASSERT_TRUE(player_.waitUntil([still] { return lastSeen() == still; }));
+    player_.letPass(milliseconds(300));
+    EXPECT_EQ(lastSeen(), still);
+    EXPECT_EQ(numberOn(player_.screen()), still);
+    test::watchAnew();
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(player_.waitUntil([] { return seenNumbers().size() > 5; }));
+    EXPECT_GE(seenNumbers().front(), still); // drawn once more, or the one after it
+    EXPECT_LE(seenNumbers().front(), still + 1);
+}
+
+TEST_F(ACountedFilm, RunsForwardAtEverySpeed) {
+    play();
+    for (const Way& way : kForward) {
+        expectToRun(way, 100);
+    }
+}
+
+TEST_F(ACountedFilm, RunsBackwardAtEverySpeed) {
+    play();
+    for (const Way& way : kBackward) {
+        expectToRun(way, 1900);
+    }
+}
+
+} // namespace
