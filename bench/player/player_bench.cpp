@@ -1,271 +1,242 @@
-// What the player's engine adds to a bare playbin3 that plays the same film from a server in
-// the same run: until the first picture, a seek, playing, many films in a row.
+// player_bench [--write]: what the player costs beside a bare playbin3 that plays the same film
+// from the same server in the same run, in turn: from the order until the first picture is on the
+// screen, a seek, playing, a zoom step; then many pushes in a row. With --write the table goes into
+// docs/player-performance.md as well.
 
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <sys/utsname.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <exception>
 #include <fstream>
-#include <functional>
+#include <stdexcept>
 #include <string>
-#include <vector>
+#include <thread>
 
-#include "engine/gst_handles.h"
-#include "engine/gstreamer_engine.h"
-#include "support/media_server.h"
+#include "contestants.h"
+#include "figures.h"
+#include "film_server.h"
+#include "support/private_bus.h"
+#include "support/temporary_folder.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-using std::chrono::seconds;
+using namespace bench;
+using std::chrono::milliseconds;
 
-constexpr int kRounds = 15;
-constexpr int kFilmsInARow = 500;
-constexpr seconds kPlaying{5};
+constexpr int kRounds = 7;        ///< of what is over in a moment
+constexpr int kFilmsPlayed = 5;   ///< from beginning to end
+constexpr int kPushes = 500;      ///< in a row
+constexpr int kPushesBefore = 20; ///< until everything that stays has been made
+constexpr double kFrameMs = 40;   ///< the film has 25 a second
+constexpr milliseconds kRest{300};
+constexpr unsigned kSeeks[] = {7, 2, 5}; ///< on a key frame, and in the middle between two
+constexpr int kWhite = 200;              ///< the film's edge is brighter, the rest is not
 
-double milliseconds(Clock::duration duration) {
-    return std::chrono::duration<double, std::milli>(duration).count();
+constexpr Limit kSooner{Limit::kRatio, 1.15};
+constexpr Limit kCheaper{Limit::kRatio, 1.05};
+
+double sinceMs(std::int64_t then, std::int64_t now) {
+    return static_cast<double>(now - then) / 1e6;
 }
 
-double processorSeconds() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    const auto inSeconds = [](const timeval& time) {
-        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-    };
-    return inSeconds(usage.ru_utime) + inSeconds(usage.ru_stime);
+void rest() {
+    std::this_thread::sleep_for(kRest);
 }
 
-double residentMiB() {
-    std::ifstream file("/proc/self/statm");
-    long all = 0;
-    long resident = 0;
-    file >> all >> resident;
-    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1 << 20);
+/// From an order until a picture that fits is shown, in milliseconds.
+double untilShown(Contestant& contestant, const std::function<void()>& order,
+                  const std::function<bool(const Shown&)>& fits) {
+    const std::uint64_t old = contestant.pictures().count();
+    const std::int64_t began = nowNs();
+    order();
+    const auto shown = contestant.pictures().wait(old, fits);
+    if (!shown) {
+        throw std::runtime_error("no picture comes");
+    }
+    return sinceMs(began, shown->atNs);
 }
 
-/// Something that plays: each call returns when what it orders has been done.
-class Contestant {
-public:
-    virtual ~Contestant() = default;
-    virtual void open(const std::string& uri) = 0;
-    virtual void seek(std::int64_t positionMs) = 0;
-    virtual void play(seconds howLong) = 0;
-    virtual void close() = 0;
-};
+bool isOfFilm(const Shown& shown) {
+    return shown.mediaNs >= 0;
+}
 
-class BarePlaybin final : public Contestant {
-public:
-    void open(const std::string& uri) override {
-        playbin_.reset(
-            GST_ELEMENT(gst_object_ref_sink(gst_element_factory_make("playbin3", nullptr))));
-        GstElement* const picture = gst_element_factory_make("fakesink", nullptr);
-        GstElement* const sound = gst_element_factory_make("fakesink", nullptr);
-        g_object_set(picture, "sync", TRUE, nullptr);
-        g_object_set(sound, "sync", TRUE, nullptr);
-        g_object_set(playbin_.get(), "uri", uri.c_str(), "video-sink", picture, "audio-sink", sound,
-                     nullptr);
-        gst_element_set_state(playbin_.get(), GST_STATE_PAUSED);
-        waitUntilDone();
-    }
-    void seek(std::int64_t positionMs) override {
-        gst_element_seek_simple(
-            playbin_.get(), GST_FORMAT_TIME,
-            static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE),
-            positionMs * static_cast<gint64>(GST_MSECOND));
-        waitUntilDone();
-    }
-    void play(seconds howLong) override {
-        gst_element_set_state(playbin_.get(), GST_STATE_PLAYING);
-        g_usleep(static_cast<gulong>(std::chrono::microseconds(howLong).count()));
-    }
-    void close() override {
-        gst_element_set_state(playbin_.get(), GST_STATE_NULL);
-        playbin_.reset();
-    }
-
-private:
-    void waitUntilDone() {
-        const player::GstOwner<GstBus> bus(gst_element_get_bus(playbin_.get()));
-        const player::GstOwner<GstMessage> message(gst_bus_timed_pop_filtered(
-            bus.get(), 20 * GST_SECOND,
-            static_cast<GstMessageType>(GST_MESSAGE_ASYNC_DONE | GST_MESSAGE_ERROR)));
-        if (!message || GST_MESSAGE_TYPE(message.get()) == GST_MESSAGE_ERROR) {
-            std::fprintf(stderr, "the bare pipeline fails\n");
-            std::exit(1);
-        }
-    }
-
-    player::GstOwner<GstElement> playbin_;
-};
-
-class ThePlayersEngine final : public Contestant {
-public:
-    void open(const std::string& uri) override {
-        engine_.open(++session_, {uri, ""});
-        waitFor<player::EngineOpened>();
-    }
-    void seek(std::int64_t positionMs) override {
-        engine_.seek(session_, positionMs);
-        waitFor<player::EngineMoved>();
-    }
-    void play(seconds howLong) override {
-        engine_.play(session_);
-        const auto end = Clock::now() + howLong;
-        runUntil([end] { return Clock::now() >= end; });
-    }
-    void close() override {
-        bool closed = false;
-        engine_.close(session_);
-        engine_.ping([&closed] { closed = true; });
-        runUntil([&closed] { return closed; });
-    }
-
-private:
-    static player::Settings settings() {
-        player::Settings settings;
-        settings.videoSink = "fakesink";
-        settings.audioSink = "fakesink";
-        settings.downloadDir = PLAYER_BENCH_FOLDER;
-        return settings;
-    }
-
-    void onEvent(const player::EngineEvent& event) {
-        if (event.session != session_) {
-            return;
-        }
-        last_ = event.what.index();
-        if (std::holds_alternative<player::EngineFailed>(event.what)) {
-            std::fprintf(stderr, "the engine fails\n");
-            std::exit(1);
-        }
-    }
-
-    template <class What> void waitFor() {
-        const std::size_t wanted = decltype(player::EngineEvent::what)(What{}).index();
-        last_ = std::variant_npos;
-        runUntil([this, wanted] { return last_ == wanted; });
-    }
-
-    static void runUntil(const std::function<bool()>& holds) {
-        const unsigned wakeUp = g_timeout_add(
-            100, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
-        while (!holds()) {
-            g_main_context_iteration(nullptr, TRUE);
-        }
-        g_source_remove(wakeUp);
-    }
-
-    player::TaskQueue queue_{nullptr};
-    std::size_t last_ = std::variant_npos;
-    player::Session session_ = 0;
-    player::GStreamerEngine engine_{settings(), queue_, [this](const player::EngineEvent& event) {
-                                        onEvent(event);
-                                    }};
-};
+/// A picture of the second that was asked for. The film's times begin some pictures after 0, since
+/// some of them are decoded before they are shown.
+bool isOfSecond(const Shown& shown, unsigned second) {
+    const double at = static_cast<double>(shown.mediaNs) / 1e9;
+    return at >= second && at < second + 0.5;
+}
 
 struct Result {
-    std::vector<double> open;
-    std::vector<double> seek;
-    double processor = 0;
-    double memory = 0;
-    double growth = 0;
+    Figures firstPicture;
+    Figures playing;
+    Figures seek;
+    Figures processor;
+    Figures memory;
+    Figures workersMemory;
+    Figures zoomMs;
+    Figures zoomFrames;
 };
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values.empty() ? 0 : values[values.size() / 2];
+void pushAndSeek(Contestant& contestant, const std::string& film, Result& result) {
+    const std::int64_t began = nowNs();
+    result.firstPicture.add(untilShown(
+        contestant, [&] { contestant.push(film); }, isOfFilm));
+    contestant.waitUntilPlaying();
+    result.playing.add(sinceMs(began, nowNs()));
+    for (const unsigned second : kSeeks) {
+        rest();
+        result.seek.add(untilShown(
+            contestant, [&] { contestant.seek(second); },
+            [second](const Shown& shown) { return isOfSecond(shown, second); }));
+    }
 }
 
-double timed(const std::function<void()>& action) {
-    const auto began = Clock::now();
-    action();
-    return milliseconds(Clock::now() - began);
+void zoom(ThePlayer& player, Result& result) {
+    for (const bool in : {true, false}) {
+        rest();
+        const double time = untilShown(
+            player, [&] { player.zoom(in ? "Zoomx2" : "Zoomx1"); },
+            [in](const Shown& shown) { return (shown.corner < kWhite) == in; });
+        result.zoomMs.add(time);
+        result.zoomFrames.add(time / kFrameMs);
+    }
 }
 
-/// One round of each in turn, so that a busy moment of the machine meets both.
-void runRounds(Contestant& one, Result& ofOne, Contestant& other, Result& ofOther,
-               const std::string& uri) {
-    for (int round = 0; round < kRounds; ++round) {
-        for (const auto& [contestant, result] :
-             {std::pair<Contestant*, Result*>{&one, &ofOne}, {&other, &ofOther}}) {
-            result->open.push_back(timed([&] { contestant->open(uri); }));
-            result->seek.push_back(timed([&] { contestant->seek(3000 + round * 200); }));
-            contestant->close();
+/// The film from the order to its end, in processes that have played nothing before.
+template <class Who>
+void playThrough(const std::string& folder, const std::string& film, Result& result) {
+    Who contestant(folder);
+    const Processes processes = contestant.processes();
+    const double before = processorSeconds(processes);
+    const std::int64_t began = nowNs();
+    contestant.push(film);
+    contestant.waitUntilPlaying();
+    std::this_thread::sleep_for(std::chrono::seconds(5));
+    result.memory.add(memoryMiB(processes));
+    result.workersMemory.add(memoryMiB({processes.back()}));
+    contestant.waitUntilEnded();
+    const double took = sinceMs(began, nowNs()) / 1000;
+    result.processor.add((processorSeconds(processes) - before) / took * 100);
+}
+
+/// What a player holds at rest, before and after many pushes.
+struct Held {
+    double memory;
+    int descriptors;
+    int threads;
+};
+
+Held held(ThePlayer& player) {
+    player.stop();
+    // Threads that GStreamer keeps for later are given up within 15 seconds.
+    std::this_thread::sleep_for(std::chrono::seconds(17));
+    const Processes processes = player.processes();
+    return {memoryMiB(processes), descriptors(processes), threads(processes)};
+}
+
+void pushTimes(ThePlayer& player, const std::string& film, int times) {
+    for (int push = 0; push < times; ++push) {
+        (void)untilShown(
+            player, [&] { player.push(film); }, isOfFilm);
+    }
+}
+
+std::string machine() {
+    utsname system{};
+    uname(&system);
+    std::ifstream cpus("/proc/cpuinfo");
+    std::string model = "unknown processor";
+    for (std::string line; std::getline(cpus, line);) {
+        if (line.rfind("model name", 0) == 0) {
+            model = line.substr(line.find(':') + 2);
+            break;
         }
     }
+    double load = 0;
+    std::ifstream("/proc/loadavg") >> load;
+    char text[256];
+    std::snprintf(text, sizeof text, "%u x %s, Linux %s; load at the beginning %.1f",
+                  std::thread::hardware_concurrency(), model.c_str(), system.release, load);
+    return text;
 }
 
-void runLong(Contestant& contestant, Result& result, const std::string& uri) {
-    contestant.open(uri);
-    const double before = processorSeconds();
-    contestant.play(kPlaying);
-    result.processor = (processorSeconds() - before) / static_cast<double>(kPlaying.count());
-    result.memory = residentMiB();
-    contestant.close();
-    const double atFirst = residentMiB();
-    for (int film = 0; film < kFilmsInARow; ++film) {
-        contestant.open(uri);
-        contestant.close();
+std::string measure() {
+    std::string text = "\nMachine: " + machine() + ".\n\n";
+    const test::TemporaryFolder folder;
+    const testing_support::PrivateBus bus;
+    const FilmServer server(PLAYER_BENCH_FILM);
+    const std::string& film = server.address();
+    Result bare;
+    Result ours;
+    {
+        BarePlaybin playbin(folder.path());
+        ThePlayer player(folder.path());
+        Result ignored; // plug-ins are loaded
+        for (int round = 0; round <= kRounds; ++round) {
+            std::fprintf(stderr, "\rpush, seek, zoom: round %d of %d ", round, kRounds);
+            pushAndSeek(playbin, film, round == 0 ? ignored : bare);
+            playbin.stop();
+            rest();
+            pushAndSeek(player, film, round == 0 ? ignored : ours);
+            zoom(player, round == 0 ? ignored : ours);
+            player.stop();
+            rest();
+        }
     }
-    result.growth = residentMiB() - atFirst;
-}
+    for (int round = 1; round <= kFilmsPlayed; ++round) {
+        std::fprintf(stderr, "\rplaying: round %d of %d              ", round, kFilmsPlayed);
+        playThrough<BarePlaybin>(folder.path(), film, bare);
+        playThrough<ThePlayer>(folder.path(), film, ours);
+    }
+    std::fprintf(stderr, "\r%d pushes                           ", kPushes);
+    ThePlayer player(folder.path());
+    pushTimes(player, film, kPushesBefore);
+    const Held before = held(player);
+    pushTimes(player, film, kPushes);
+    const Held after = held(player);
+    std::fprintf(stderr, "\r                                      \r");
 
-void print(const char* what, const char* unit, double bare, double ours) {
-    std::printf("%-28s %10.2f %10.2f %s  x %.2f\n", what, bare, ours, unit,
-                bare == 0 ? 0 : ours / bare);
-}
-
-/// The long run in a process of its own, whose memory nobody else has used.
-template <class Who> void runLongAlone(Result& result) {
-    int ends[2];
-    if (pipe(ends) != 0) {
-        std::exit(1);
-    }
-    const pid_t child = fork();
-    if (child == 0) {
-        gst_init(nullptr, nullptr);
-        test::MediaServer server(PLAYER_BENCH_FOLDER);
-        Who contestant;
-        runLong(contestant, result, server.address("/good/film.mp4"));
-        const double numbers[] = {result.processor, result.memory, result.growth};
-        const ssize_t written = write(ends[1], numbers, sizeof numbers);
-        std::_Exit(written == sizeof numbers ? 0 : 1);
-    }
-    double numbers[3] = {};
-    close(ends[1]);
-    if (read(ends[0], numbers, sizeof numbers) != sizeof numbers) {
-        std::exit(1);
-    }
-    close(ends[0]);
-    waitpid(child, nullptr, 0);
-    result.processor = numbers[0];
-    result.memory = numbers[1];
-    result.growth = numbers[2];
+    Table table;
+    table.add("push until the first picture, ms", 1, bare.firstPicture, ours.firstPicture, kSooner);
+    table.add("push until it is said to play, ms", 1, bare.playing, ours.playing, {});
+    table.add("seek until the new picture, ms", 1, bare.seek, ours.seek, kSooner);
+    table.add("processor while playing, % of one", 2, bare.processor, ours.processor, kCheaper);
+    table.add("memory while playing, MiB", 1, bare.memory, ours.memory, kCheaper);
+    table.add("the same without the process on the bus", 1, bare.memory, ours.workersMemory, {});
+    table.add("zoom step until it is on the screen, ms", 1, {}, ours.zoomMs, {});
+    table.add("the same in frames", 2, {}, ours.zoomFrames, {Limit::kMost, 2});
+    const auto grown = [&table](const char* what, int decimals, double by, double limit) {
+        Figures figure;
+        figure.add(by);
+        table.add(what, decimals, {}, figure, {Limit::kMost, limit});
+    };
+    const std::string pushes = " more after " + std::to_string(kPushes) + " pushes";
+    grown(("memory" + pushes + ", MiB").c_str(), 1, after.memory - before.memory, 1);
+    grown(("descriptors" + pushes).c_str(), 0, after.descriptors - before.descriptors, 0);
+    grown(("threads" + pushes).c_str(), 0, after.threads - before.threads, 0);
+    return text + table.text();
 }
 
 } // namespace
 
-int main() {
-    Result ofBare;
-    Result ofOurs;
-    // Before this process has threads.
-    runLongAlone<BarePlaybin>(ofBare);
-    runLongAlone<ThePlayersEngine>(ofOurs);
-    gst_init(nullptr, nullptr);
-    test::MediaServer server(PLAYER_BENCH_FOLDER);
-    BarePlaybin bare;
-    ThePlayersEngine ours;
-    runRounds(bare, ofBare, ours, ofOurs, server.address("/good/film.mp4"));
-    std::printf("%-28s %10s %10s\n", "1920x1080, over HTTP", "playbin3", "player");
-    print("push until first picture", "ms", median(ofBare.open), median(ofOurs.open));
-    print("seek until new picture", "ms", median(ofBare.seek), median(ofOurs.seek));
-    print("processor while playing", "of one", ofBare.processor, ofOurs.processor);
-    print("memory while playing", "MiB", ofBare.memory, ofOurs.memory);
-    std::printf("%-28s %10.2f %10.2f MiB\n", "growth over 500 films", ofBare.growth, ofOurs.growth);
-    return 0;
+int main(int argc, char** argv) {
+    const bool write = argc == 2 && std::strcmp(argv[1], "--write") == 0;
+    if (argc != 1 && !write) {
+        std::fprintf(stderr, "usage: player_bench [--write]\n");
+        return 2;
+    }
+    try {
+        const std::string text = measure();
+        std::fputs(text.c_str(), stdout);
+        if (write) {
+            rewrite(PLAYER_BENCH_DOCUMENT, text + "\n");
+        }
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "\nplayer_bench: %s\n", error.what());
+        return 1;
+    }
 }
