@@ -59,10 +59,14 @@ PlayerReport reportOf(const ContentPlayerService& record) {
     report.speed = asText(record.mPlayback.mSpeed);
     report.supportedSpeeds = asText(record.mPlayback.mSupportedSpeeds);
     const std::string formats = asText(record.mMedia.mDLNAProfile);
-    if (asText(record.mMedia.mURI).empty() || isList(formats)) {
+    const bool noMedia = asText(record.mMedia.mURI).empty();
+    if (noMedia || isList(formats)) {
         // A list, or anything without a media, is what the player can open; a single protocol info
         // beside a media is that media's.
         report.formats = formats;
+    }
+    if (noMedia) {
+        report.knownSpeeds = report.supportedSpeeds;
     }
     const char* seekModes = record.mPlayback.mSupportedSeekModes;
     report.movable = seekModes == nullptr || *seekModes != '\0';

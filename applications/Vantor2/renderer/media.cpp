@@ -70,6 +70,10 @@ Track onlyTrack(const MediaItem& item, const std::string& uri, const std::string
 
 } // namespace
 
+bool isPhoto(const Track& track) {
+    return track.info.mimeType.rfind("image/", 0) == 0;
+}
+
 Media describeMedia(const std::string& uri, const std::string& metadata,
                     const std::string& formats) {
     Media media;

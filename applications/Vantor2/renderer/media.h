@@ -20,6 +20,9 @@ struct Track {
     std::string id = {}; ///< of its item; "" when it has none
 };
 
+/// Whether its description says so.
+bool isPhoto(const Track& track);
+
 struct Media {
     std::string uri;      ///< as the controller gave it
     std::string metadata; ///< likewise

@@ -67,7 +67,8 @@ struct PlayerReport {
     std::uint32_t durationSec = 0;
     std::uint32_t positionSec = 0;
     std::string speed;
-    std::string supportedSpeeds;
+    std::string supportedSpeeds; ///< of this media; empty when the player does not say
+    std::string knownSpeeds;     ///< no media allows others; empty when the player does not say
     std::string formats; ///< sink protocol info of what it can open; empty when it does not say
     bool movable = true; ///< false: the player knows no way to another position in this media
 };

@@ -180,6 +180,10 @@ int Transport::play(const Controller& controller, const std::string& speed) {
     const ControlRequest* request = permission_.findOf(ControlKind::player, controller);
     if (request != nullptr) {
         Waiting& waiting = waiting_[request->id];
+        const Media& media = waiting.media;
+        if (!isSpeedOffered(speed, isPhoto(media.tracks[media.start]) ? "1" : speeds_)) {
+            return kPlaySpeedNotSupported;
+        }
         waiting.play = true;
         waiting.speed = speed;
         return 0;
@@ -195,12 +199,10 @@ int Transport::play(const Controller& controller, const std::string& speed) {
         return kTransitionNotAvailable;
     }
     const TransportState state = mediaState();
-    const bool running = state == TransportState::playing || state == TransportState::paused;
-    // What the player said about this media counts also when it plays no more.
-    if ((running || !fresh_) && !isSpeedOffered(speed, report_.supportedSpeeds)) {
+    if (!allowsSpeed(speed)) {
         return kPlaySpeedNotSupported;
     }
-    if (running) {
+    if (state == TransportState::playing || state == TransportState::paused) {
         player_.play(speed, [](bool accepted) {
             if (!accepted) {
                 logWarning("the player refused to play");
@@ -214,6 +216,18 @@ int Transport::play(const Controller& controller, const std::string& speed) {
     start(speed);
     changed_();
     return 0;
+}
+
+// Whether nothing is known against a speed. Whether a film has a way back, or its server any other
+// speed than the normal one, nobody knows until it is open; such a start is taken, and the player
+// falls back to the normal speed when it finds out. A photo is known by its description.
+bool Transport::allowsSpeed(const std::string& speed) const {
+    if (isImage()) {
+        return isSpeedOffered(speed, "1");
+    }
+    // What the player said about this media counts also when it plays no more.
+    return isSpeedOffered(speed,
+                          report_.supportedSpeeds.empty() ? speeds_ : report_.supportedSpeeds);
 }
 
 int Transport::pause(const Controller& controller) {

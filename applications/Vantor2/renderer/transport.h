@@ -154,6 +154,7 @@ private:
     void resolvePlaylist();
     void playlistArrived(const std::optional<std::string>& text);
     bool ownerIsAdmitted() const;
+    bool allowsSpeed(const std::string& speed) const;
     bool playFollowing();
     void changeTrack();
     void start(const std::string& speed);
@@ -186,6 +187,7 @@ private:
     bool resolving_ = false;    // the playlist is being fetched
     std::string resolvedSpeed_; // with which it is played then, if playWanted_
     std::string formats_;
+    std::string speeds_;        // no media allows others; "" when nobody says
     unsigned generation_ = 0;   // counts openings; answers to older ones are dropped
     bool opened_ = false;       // the player has taken the media; reports are about it
     bool fresh_ = false;        // opened and not played yet

@@ -104,7 +104,8 @@ void Transport::playlistArrived(const std::optional<std::string>& text) {
     const bool play = playWanted_;
     openTrack();
     if (play) {
-        start(resolvedSpeed_);
+        // It was taken when nobody knew what the list begins with.
+        start(allowsSpeed(resolvedSpeed_) ? resolvedSpeed_ : "1");
     }
     changed_();
 }
@@ -198,6 +199,9 @@ void Transport::fail(const std::string& reason) {
 
 void Transport::playerChanged(const PlayerReport& report) {
     playerState_ = report.state;
+    if (!report.knownSpeeds.empty()) {
+        speeds_ = report.knownSpeeds;
+    }
     if (!report.formats.empty() && report.formats != formats_) {
         formats_ = report.formats;
         changed_();

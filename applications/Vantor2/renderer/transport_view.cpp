@@ -88,7 +88,7 @@ bool Transport::isImage() const {
     if (!report_.protocolInfo.empty()) {
         return report_.protocolInfo.find("image") != std::string::npos;
     }
-    return !queue_.empty() && queue_.track().info.mimeType.rfind("image/", 0) == 0;
+    return !queue_.empty() && isPhoto(queue_.track());
 }
 
 TransportState Transport::mediaState() const {

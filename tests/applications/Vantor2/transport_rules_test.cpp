@@ -145,6 +145,53 @@ TEST_F(ATransport, RefusesSpeedsThatThePlayerLacksAlsoAfterTheEnd) {
     EXPECT_EQ(transport.play(phone, "2"), 0);
 }
 
+TEST_F(ATransport, RefusesSpeedsThatThePlayerDoesNotKnowBeforeAnythingIsOpen) {
+    PlayerReport idle;
+    idle.knownSpeeds = "1,2,1/2";
+    transport.playerChanged(idle);
+    transport.setUri(phone, kFilm, "");
+    EXPECT_EQ(transport.play(phone, "-2"), 717);
+    permission.allow(firstId());
+    EXPECT_EQ(player.taken(), Commands{"open http://192.0.2.1/film.mp4"})
+        << "what was refused is not remembered";
+    EXPECT_EQ(transport.play(phone, "-2"), 717);
+    EXPECT_EQ(state(phone), TransportState::stopped);
+    EXPECT_FALSE(transport.view(phone).failed);
+    EXPECT_EQ(transport.play(phone, "1/2"), 0);
+    EXPECT_EQ(player.taken(), Commands{"play 1/2"});
+}
+
+TEST_F(ATransport, PlaysPhotosAtNormalSpeedOnly) {
+    const std::string photo = didl("A photo", "http-get:*:image/jpeg:*");
+    transport.setUri(phone, kFilm, photo);
+    EXPECT_EQ(transport.play(phone, "2"), 717);
+    permission.allow(firstId());
+    EXPECT_EQ(transport.play(phone, "2"), 717);
+    EXPECT_EQ(transport.play(phone, "1"), 0);
+    EXPECT_EQ(player.taken(), (Commands{"open http://192.0.2.1/film.mp4", "play 1"}));
+}
+
+TEST_F(ATransport, TakesAnyKnownSpeedWhileOnlyTheMediaCanTell) {
+    permission.setPolicy(ControlKind::player, 0);
+    transport.setUri(phone, kFilm, "");
+    EXPECT_EQ(transport.play(phone, "-2"), 0);
+    PlayerReport opening = reported(5);
+    opening.supportedSpeeds = "1,2,-2";
+    transport.playerChanged(opening);
+    EXPECT_EQ(transport.play(phone, "2"), 0) << "while it is opened, too";
+    EXPECT_EQ(transport.play(phone, "4"), 717);
+}
+
+TEST_F(ATransport, BeginsAListAtNormalSpeedWhenItsFirstTrackHasNoOther) {
+    permission.setPolicy(ControlKind::player, 0);
+    transport.setUri(phone, "http://192.0.2.1/photos.xml",
+                     didl("Photos", "http-get:*:text/xml:DLNA.ORG_PN=DIDL_S"));
+    EXPECT_EQ(transport.play(phone, "2"), 0);
+    playlists.done("<DIDL-Lite><item><res protocolInfo=\"http-get:*:image/jpeg:*\">"
+                   "http://192.0.2.1/1.jpg</res></item></DIDL-Lite>");
+    EXPECT_EQ(player.taken(), (Commands{"open http://192.0.2.1/1.jpg", "play 1"}));
+}
+
 TEST_F(ATransport, TakesThePlayModeOnlyFromThoseWhomItLetsIn) {
     EXPECT_EQ(transport.setPlayMode(tablet, "NORMAL"), 0) << "that is what it is";
     EXPECT_EQ(transport.setPlayMode(tablet, "REPEAT_ONE"), 606);

@@ -23,6 +23,20 @@ TEST_F(ThePlayer, IsStoppedAtNormalSpeedWithoutAMediaWhenItStarts) {
     EXPECT_EQ(last().error, PlayerError::kNone);
 }
 
+TEST_F(ThePlayer, TellsAllSpeedsUntilAMediaAllowsFewer) {
+    const std::string all = "1,2,4,8,16,32,-2,-4,-8,-16,-32,1/2,1/4,1/8,1/16,1/32";
+    EXPECT_EQ(last().supportedSpeeds, all);
+    player_.setMedia(request("http-get:*:image/jpeg:*"));
+    EXPECT_EQ(last().supportedSpeeds, "1") << "a photo has no others";
+    player_.setMedia(request("http-get:*:video/mp4:*"));
+    EXPECT_EQ(last().supportedSpeeds, all);
+    player_.play(Speed());
+    MediaFacts facts = filmFacts();
+    facts.backward = false;
+    report(EngineOpened{facts});
+    EXPECT_EQ(last().supportedSpeeds, "1,2,4,8,16,32,1/2,1/4,1/8,1/16,1/32");
+}
+
 // Every command in every state.
 
 struct CommandCase {

@@ -42,7 +42,7 @@ const char* wordOf(PlayerState state) {
 
 Player::Player(Surroundings surroundings) : surroundings_(std::move(surroundings)) {
     status_.playMode = kPlayModes.front();
-    status_.supportedSpeeds = Speed().text();
+    tellSpeeds();
 }
 
 bool Player::active() const {
@@ -79,7 +79,6 @@ bool Player::setMedia(PlayRequest request) {
     status_.track = request_.track;
     status_.albumArtUri = request_.albumArtUri;
     status_.infoText.clear();
-    status_.supportedSpeeds = Speed().text();
     status_.supportedSeekModes.clear();
     status_.trackCount = 1;
     takeFacts(facts_);
@@ -325,15 +324,20 @@ void Player::takeFacts(const MediaFacts& facts) {
         status_.media.title =
             firstKnown(request_.media.title, titleFromAddress(request_.media.uri));
     }
+    tellSpeeds();
     if (opened_) {
-        status_.supportedSpeeds.clear();
-        for (const Speed speed : allSpeeds()) {
-            if (speedAllowed(speed)) {
-                status_.supportedSpeeds += status_.supportedSpeeds.empty() ? "" : ",";
-                status_.supportedSpeeds += speed.text();
-            }
-        }
         status_.supportedSeekModes = facts.seekable && !isPhoto() ? kSeekModes : "";
+    }
+}
+
+/// Those that play() takes now.
+void Player::tellSpeeds() {
+    status_.supportedSpeeds.clear();
+    for (const Speed speed : allSpeeds()) {
+        if (speedAllowed(speed)) {
+            status_.supportedSpeeds += status_.supportedSpeeds.empty() ? "" : ",";
+            status_.supportedSpeeds += speed.text();
+        }
     }
 }
 

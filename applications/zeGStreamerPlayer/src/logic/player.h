@@ -78,6 +78,7 @@ private:
     void begin();
     void orderSpeed(Speed speed);
     bool speedAllowed(Speed speed) const;
+    void tellSpeeds();
     bool active() const;
     bool isPhoto() const;
     void progress() { lastProgress_ = surroundings_.now(); }

@@ -57,7 +57,8 @@ struct PlayerStatus {
     std::uint32_t positionSec = 0;
     std::uint32_t positionPercent = 0;
     Speed speed;
-    std::string supportedSpeeds;    ///< speed texts, separated by commas
+    /// Speed texts, separated by commas: all that the player knows until the media was opened.
+    std::string supportedSpeeds;
     std::string supportedSeekModes; ///< UPnP seek units, separated by commas
     int trackCount = 0;
     std::string playMode;
