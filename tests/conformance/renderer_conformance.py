@@ -335,6 +335,10 @@ class Suite:
             wanted = after or shown
             what = f"{state}: after {action} {list(arguments.values())}"
             self.await_state(wanted, what)
+            if state == FAILED:  # what failed has failed until there is something else
+                status = self.transport("GetTransportInfo").get("CurrentTransportStatus")
+                right = "OK" if action == "SetAVTransportURI" else "ERROR_OCCURRED"
+                self.check(status == right, f"{what}: the status is {status}")
             if wanted != shown:
                 self.check(events.wait(lambda told: told.get("TransportState") == wanted, heard),
                            f"{what}: no event of {wanted}")

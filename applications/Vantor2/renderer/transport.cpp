@@ -169,7 +169,6 @@ int Transport::ask(Media media) {
     const std::uint32_t id = permission_.file(std::move(request));
     if (!isSomebodyElses(media.owner)) {
         refusedToAll_ = false;
-        failed_ = false;
     }
     waiting_[id].media = std::move(media);
     changed_();
@@ -259,7 +258,7 @@ int Transport::stop(const Controller& controller) {
     const TransportState state = mediaState();
     const bool resting = state == TransportState::noMedia || state == TransportState::stopped;
     // A player that was given up may have come to life since.
-    const bool astray = failed_ && expecting_ != Expecting::stop && isActive(playerState_);
+    const bool astray = gaveUp_ && expecting_ != Expecting::stop && isActive(playerState_);
     const int error = mayControl(controller);
     if (isRefused(controller) || (resting && (!astray || error != 0))) {
         return 0; // as far as this controller can see it is stopped already, so nobody is refused
@@ -352,9 +351,11 @@ int Transport::skip(const Controller& controller, bool (PlayQueue::*move)()) {
     if (queue_.empty()) {
         return kTransitionNotAvailable;
     }
+    const std::string before = queue_.media().uri;
     if (!(queue_.*move)()) {
         return kIllegalSeekTarget;
     }
+    failed_ = failed_ && queue_.media().uri == before;
     changeTrack();
     return 0;
 }

@@ -193,7 +193,8 @@ private:
     bool fresh_ = false;        // opened and not played yet
     bool playWanted_ = false;   // somebody asked for play since the last stop
     bool sawOpening_ = false;   // the player reported that it opens, since the last start
-    bool failed_ = false;       // until the next media or play
+    bool gaveUp_ = false;       // stopped, whatever the player does, until it begins anew
+    bool failed_ = false;       // until other media is set, or this one plays after all
     bool refusedToAll_ = false; // no media, because the viewer said no
     Expecting expecting_ = Expecting::nothing;
     TimePoint expectingUntil_;

@@ -18,13 +18,14 @@ void Transport::load(Media media) {
     permission_.noteAdmitted(media.owner);
     forgetRefusal(media.owner);
     refusedToAll_ = false;
+    failed_ = false;
     queue_.load(std::move(media));
     openTrack();
 }
 
 void Transport::openTrack() {
     const bool active = !queue_.empty() && mediaState() != TransportState::stopped;
-    failed_ = false;
+    gaveUp_ = false;
     opened_ = false;
     fresh_ = true;
     playWanted_ = false;
@@ -148,7 +149,7 @@ void Transport::start(const std::string& speed) {
     expectingUntil_ = clock_.now() + kStartPatience;
     sawOpening_ = report_.state == kOpening;
     playWanted_ = true;
-    failed_ = false;
+    gaveUp_ = false;
     fresh_ = false;
     player_.play(speed, [this, generation = generation_](bool accepted) {
         if (!accepted && generation == generation_ && expecting_ == Expecting::start) {
@@ -183,6 +184,7 @@ void Transport::clear() {
     ++generation_;
     resolving_ = false;
     expecting_ = Expecting::nothing;
+    gaveUp_ = false;
     failed_ = false;
     report_ = PlayerReport();
     refused_.clear(); // nobody's media is there for whose sake they were turned down
@@ -190,6 +192,7 @@ void Transport::clear() {
 
 void Transport::fail(const std::string& reason) {
     logWarning(reason + ": " + (queue_.empty() ? std::string() : queue_.track().uri));
+    gaveUp_ = true;
     failed_ = true;
     fresh_ = false;
     playWanted_ = false;
@@ -262,10 +265,12 @@ void Transport::apply(const PlayerReport& report) {
         }
         break;
     case Expecting::nothing:
-        failed_ = failed_ && resting;
+        gaveUp_ = gaveUp_ && resting;
         break;
     }
     if (expecting_ == Expecting::nothing) {
+        // That it is tried again is no success yet.
+        failed_ = failed_ && (resting || report.state == kOpening);
         if (resting) {
             fresh_ = fresh_ && !playWanted_;
             playWanted_ = false;

@@ -98,7 +98,7 @@ TransportState Transport::mediaState() const {
     if (resolving_) {
         return playWanted_ ? TransportState::transitioning : TransportState::stopped;
     }
-    if (failed_ || expecting_ == Expecting::stop) {
+    if (gaveUp_ || expecting_ == Expecting::stop) {
         return TransportState::stopped;
     }
     if (expecting_ == Expecting::start) {

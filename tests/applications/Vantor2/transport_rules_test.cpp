@@ -161,6 +161,91 @@ TEST_F(ATransport, RefusesSpeedsThatThePlayerDoesNotKnowBeforeAnythingIsOpen) {
     EXPECT_EQ(player.taken(), Commands{"play 1/2"});
 }
 
+TEST_F(ATransport, TellsOfAFailureUntilItPlaysAfterAll) {
+    playFilm();
+    PlayerReport broken = reported(1);
+    broken.errorCode = 112;
+    transport.playerChanged(broken);
+    ASSERT_EQ(state(phone), TransportState::stopped);
+    EXPECT_EQ(transport.play(phone, "1"), 0);
+    EXPECT_EQ(state(phone), TransportState::transitioning);
+    EXPECT_TRUE(transport.view(phone).failed) << "nothing is better yet";
+    transport.playerChanged(reported(5));
+    EXPECT_TRUE(transport.view(phone).failed);
+    transport.playerChanged(broken);
+    EXPECT_EQ(state(phone), TransportState::stopped);
+    EXPECT_TRUE(transport.view(phone).failed);
+    EXPECT_EQ(transport.stop(phone), 0);
+    EXPECT_EQ(transport.setNextUri(phone, kSong, ""), 0);
+    EXPECT_TRUE(transport.view(phone).failed);
+    transport.play(phone, "1");
+    beginsToPlay();
+    EXPECT_FALSE(transport.view(phone).failed);
+    transport.stop(phone);
+    transport.playerChanged(reported(1));
+    EXPECT_FALSE(transport.view(phone).failed);
+}
+
+TEST_F(ATransport, TellsOfAFailureUntilAnotherTrackPlays) {
+    permission.setPolicy(ControlKind::player, 0);
+    transport.setUri(phone, "http://192.0.2.1/list",
+                     "<DIDL-Lite><item><res>http://192.0.2.1/1.mp4</res></item>"
+                     "<item><res>http://192.0.2.1/2.mp4</res></item></DIDL-Lite>");
+    transport.play(phone, "1");
+    PlayerReport broken = reported(1);
+    broken.errorCode = 101;
+    transport.playerChanged(reported(5));
+    transport.playerChanged(broken);
+    ASSERT_TRUE(transport.view(phone).failed);
+    EXPECT_EQ(transport.next(phone), 0);
+    EXPECT_EQ(transport.view(phone).trackNumber, 2u);
+    EXPECT_EQ(state(phone), TransportState::stopped);
+    EXPECT_TRUE(transport.view(phone).failed);
+    transport.play(phone, "1");
+    beginsToPlay();
+    EXPECT_FALSE(transport.view(phone).failed);
+    transport.playerChanged(broken);
+    ASSERT_TRUE(transport.view(phone).failed);
+    transport.setNextUri(phone, kSong, "");
+    EXPECT_EQ(transport.next(phone), 0);
+    EXPECT_EQ(transport.view(phone).uri, kSong);
+    EXPECT_FALSE(transport.view(phone).failed) << "that was another media's";
+}
+
+TEST_F(ATransport, TellsOfAFailureUntilAPhotoIsShown) {
+    permission.setPolicy(ControlKind::player, 0);
+    transport.setUri(phone, kFilm, didl("A photo", "http-get:*:image/jpeg:*"));
+    transport.play(phone, "1");
+    PlayerReport photo = reported(5);
+    photo.protocolInfo = "http-get:*:image/jpeg:*";
+    transport.playerChanged(photo);
+    PlayerReport broken = photo;
+    broken.state = 1;
+    broken.errorCode = 101;
+    transport.playerChanged(broken);
+    ASSERT_TRUE(transport.view(phone).failed);
+    transport.play(phone, "1");
+    transport.playerChanged(photo);
+    EXPECT_TRUE(transport.view(phone).failed);
+    photo.state = 2;
+    transport.playerChanged(photo);
+    EXPECT_EQ(state(phone), TransportState::playing);
+    EXPECT_FALSE(transport.view(phone).failed);
+}
+
+TEST_F(ATransport, TellsOfAFailureAgainWhenTheQuestionAfterItIsTakenBack) {
+    playFilm();
+    PlayerReport broken = reported(1);
+    broken.errorCode = 112;
+    transport.playerChanged(broken);
+    permission.closeAll(); // the phone has to ask again
+    transport.setUri(phone, kSong, "");
+    EXPECT_FALSE(transport.view(phone).failed);
+    transport.stop(phone);
+    EXPECT_EQ(transport.view(phone).uri, kFilm);
+    EXPECT_TRUE(transport.view(phone).failed);
+}
+
 TEST_F(ATransport, PlaysPhotosAtNormalSpeedOnly) {
     const std::string photo = didl("A photo", "http-get:*:image/jpeg:*");
     transport.setUri(phone, kFilm, photo);
