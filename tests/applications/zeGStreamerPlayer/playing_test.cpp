@@ -15,6 +15,7 @@
 
 #include "support/case_name.h"
 #include "support/colours.h"
+#include "support/listener.h"
 #include "support/media_server.h"
 #include "support/recorded_player.h"
 #include "support/temporary_folder.h"
@@ -321,6 +322,17 @@ TEST_F(APlayer, SaysThatItIsBufferingWhenTheServerStalls) {
     ASSERT_TRUE(player_.waitUntil([this] { return player_.last().buffering; }));
     ASSERT_TRUE(player_.waitUntil([this] { return player_.last().error != PlayerError::kNone; }));
     EXPECT_FALSE(player_.last().buffering);
+}
+
+TEST_F(APlayer, DoesNotWaitForABufferThatIsFullWhateverWasSaidOfIt) {
+    player::Settings settings = test::RecordedPlayer::plainSettings(folder_.path());
+    settings.audioSink = test::mistakenSink();
+    test::RecordedPlayer player(folder_.path(), settings);
+    ASSERT_TRUE(player.setMedia(server_.address("/good/film.mp4")));
+    ASSERT_TRUE(player->play(Speed()));
+    ASSERT_TRUE(player.waitUntil([&player] { return player.last().buffering; }));
+    ASSERT_TRUE(player.waitForState(PlayerState::kPlaying)) << player.log();
+    EXPECT_FALSE(player.last().buffering);
 }
 
 TEST_F(APlayer, WaitsForAPhotoThatComesSlowlyButComes) {

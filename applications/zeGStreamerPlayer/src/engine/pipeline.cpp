@@ -263,6 +263,7 @@ void Pipeline::onTimer() {
     if (failed_ || !opened_) {
         return;
     }
+    followBuffer();
     if (factsStale_ && idle()) {
         factsStale_ = false;
         MediaFacts now_known = facts();
@@ -402,7 +403,7 @@ MediaFacts Pipeline::facts() {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         name = capsName_;
-        download = download_;
+        download = copy_ != nullptr;
         imageType = imageTypeOf(imageHeader_.data(), imageHeader_.size());
     }
     MediaFacts facts = readFacts(playbin_.get(), name, tags_.get(), imageType);

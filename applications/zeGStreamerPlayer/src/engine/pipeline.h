@@ -76,6 +76,7 @@ private:
     void onOpened();
     void onEnd();
     void followData();
+    void followBuffer();
     void begin(Step step);
     void end();
     void wish();
@@ -141,7 +142,7 @@ private:
     std::atomic<std::uint64_t> bytesArrived_{0};
     mutable std::mutex mutex_;
     std::string capsName_;                  // guarded by mutex_
-    bool download_ = false;                 // guarded by mutex_
+    GstOwner<GstElement> copy_;             ///< of what arrived; guarded by mutex_
     std::vector<std::uint8_t> imageHeader_; // guarded by mutex_
     bool imageTooLarge_ = false;            // guarded by mutex_
 };

@@ -150,7 +150,30 @@ void Pipeline::setUpDownload(GstElement* element) {
     g_object_set(element, "temp-template", name.c_str(), nullptr);
     g_signal_connect(element, "notify::temp-location", G_CALLBACK(onCopyCreated), nullptr);
     const std::lock_guard<std::mutex> lock(mutex_);
-    download_ = true;
+    copy_.reset(GST_ELEMENT(gst_object_ref(element)));
+}
+
+/// Asks the copy itself while it is said not to be full. Two threads of GStreamer's tell how full
+/// it is, and the word of the one that knows less may come last: then no other follows.
+void Pipeline::followBuffer() {
+    if (buffered_ >= 100) {
+        return;
+    }
+    GstOwner<GstElement> copy;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        copy.reset(copy_ ? GST_ELEMENT(gst_object_ref(copy_.get())) : nullptr);
+    }
+    const GstOwner<GstQuery> query(gst_query_new_buffering(GST_FORMAT_PERCENT));
+    gboolean busy = TRUE;
+    if (copy && gst_element_query(copy.get(), query.get())) {
+        gst_query_parse_buffering_percent(query.get(), &busy, nullptr);
+    }
+    if (!busy) {
+        buffered_ = 100;
+        report_(EngineBuffering{buffered_});
+        wish();
+    }
 }
 
 void Pipeline::onHaveType(GstElement* typefind, guint, GstCaps* caps, gpointer self) {

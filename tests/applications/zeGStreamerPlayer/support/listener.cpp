@@ -37,7 +37,12 @@ GstFlowReturn render(GstBaseSink*, GstBuffer* buffer) {
     return GST_FLOW_OK;
 }
 
-void initClass(gpointer type, gpointer) {
+GstFlowReturn sayThatTheBufferIsEmpty(GstBaseSink* sink, GstBuffer*) {
+    gst_element_post_message(GST_ELEMENT(sink), gst_message_new_buffering(GST_OBJECT(sink), 25));
+    return GST_FLOW_OK;
+}
+
+void initClass(gpointer type, gpointer says) {
     auto* const element = GST_ELEMENT_CLASS(type);
     GstCaps* const caps =
         gst_caps_from_string("audio/x-raw,format=S16LE,rate=48000,channels=1,layout=interleaved");
@@ -46,24 +51,42 @@ void initClass(gpointer type, gpointer) {
     gst_caps_unref(caps);
     gst_element_class_set_static_metadata(element, "Listener", "Sink/Audio", "For tests", "Ketra");
     GST_BASE_SINK_CLASS(type)->render = render;
+    if (says != nullptr) {
+        GST_BASE_SINK_CLASS(type)->preroll = sayThatTheBufferIsEmpty;
+    }
 }
 
 void initInstance(GTypeInstance* instance, gpointer) {
     gst_base_sink_set_sync(GST_BASE_SINK(instance), TRUE);
 }
 
+bool registerSink(const char* name, const char* typeName, bool mistaken) {
+    gst_init(nullptr, nullptr);
+    const GTypeInfo info{sizeof(GstBaseSinkClass),
+                         nullptr,
+                         nullptr,
+                         initClass,
+                         nullptr,
+                         mistaken ? name : nullptr,
+                         sizeof(GstBaseSink),
+                         0,
+                         initInstance,
+                         nullptr};
+    const GType type =
+        g_type_register_static(GST_TYPE_BASE_SINK, typeName, &info, static_cast<GTypeFlags>(0));
+    return gst_element_register(nullptr, name, GST_RANK_NONE, type) != FALSE;
+}
+
 } // namespace
 
 const char* listeningSink() {
-    constexpr const char* kName = "ketralistener";
-    static const bool registered = [] {
-        gst_init(nullptr, nullptr);
-        const GType type = g_type_register_static_simple(
-            GST_TYPE_BASE_SINK, "KetraListener", sizeof(GstBaseSinkClass), initClass,
-            sizeof(GstBaseSink), initInstance, static_cast<GTypeFlags>(0));
-        return gst_element_register(nullptr, kName, GST_RANK_NONE, type) != FALSE;
-    }();
-    return registered ? kName : "";
+    static const bool registered = registerSink("ketralistener", "KetraListener", false);
+    return registered ? "ketralistener" : "";
+}
+
+const char* mistakenSink() {
+    static const bool registered = registerSink("ketramistaken", "KetraMistaken", true);
+    return registered ? "ketramistaken" : "";
 }
 
 Tone hear() {

@@ -12,6 +12,9 @@ struct Tone {
 /// Makes the sink known to GStreamer, which it initialises; its name, for Settings::audioSink.
 const char* listeningSink();
 
+/// One that says once the media is open, and wrongly, that a quarter of the buffer is full.
+const char* mistakenSink();
+
 /// What the sink gets from now on for a quarter of a second; nothing when it gets nothing for
 /// fifteen seconds.
 Tone hear();
