@@ -112,6 +112,7 @@ class Events:
     """Subscribes to one service and keeps what it hears."""
 
     def __init__(self, service, own_address):
+        self.service = service
         self.messages = []  # (when, sequence, {variable: value})
         self.faults = []
         self._news = threading.Condition()
@@ -136,8 +137,9 @@ class Events:
         where = urlsplit(service.events)
         connection = http.client.HTTPConnection(where.hostname, where.port, timeout=10)
         host = f"[{own_address}]" if ":" in own_address else own_address
+        self.callback = f"http://{host}:{self._server.server_port}/"
         connection.request("SUBSCRIBE", where.path, headers={
-            "CALLBACK": f"<http://{host}:{self._server.server_port}/>", "NT": "upnp:event",
+            "CALLBACK": f"<{self.callback}>", "NT": "upnp:event",
             "TIMEOUT": "Second-300", "User-Agent": AGENT})
         answer = connection.getresponse()
         answer.read()
@@ -168,6 +170,10 @@ class Events:
     def count(self):
         with self._news:
             return len(self.messages)
+
+    def since(self, start):
+        with self._news:
+            return self.messages[start:]
 
     def wait(self, fits, start=0, seconds=10.0):
         """Whether a message from `start` on fits, in time."""
@@ -203,6 +209,16 @@ class Events:
             pass  # the device is gone
         self._server.shutdown()
         self._server.server_close()
+
+
+def subscription_request(service, method, headers):
+    """The status that a request of the event side is answered with."""
+    where = urlsplit(service.events)
+    connection = http.client.HTTPConnection(where.hostname, where.port, timeout=10)
+    connection.request(method, where.path, headers={"User-Agent": AGENT, **headers})
+    status = connection.getresponse().status
+    connection.close()
+    return status
 
 
 class MediaServer:
