@@ -355,12 +355,15 @@ class MediaServer:
                     pass  # the player has gone away, as it may
 
         self.address = os.environ["KETRA_PHONE_ADDRESS"]
-        self.server = ThreadingHTTPServer((self.address, 0), Handler)
+        family = socket.AF_INET6 if ":" in self.address else socket.AF_INET
+        server = type("Server", (ThreadingHTTPServer,), {"address_family": family})
+        self.server = server((self.address, 0), Handler)
         self.server.daemon_threads = True
         threading.Thread(target=self.server.serve_forever, daemon=True).start()
 
     def uri(self, name):
-        return f"http://{self.address}:{self.server.server_port}/{name}"
+        host = f"[{self.address}]" if ":" in self.address else self.address
+        return f"http://{host}:{self.server.server_port}/{name}"
 
     def close(self):
         self.over.set()
