@@ -263,6 +263,11 @@ TEST_F(AMedia, ShowsTheSubtitlesBesideIt) {
     EXPECT_TRUE(player_.waitUntil([this] { return seesSubtitles(); }, test::seconds(5)));
 }
 
+TEST_F(AMedia, ShowsTheSubtitlesThatItsServerNames) {
+    show("/captioned/film.h265.mp4");
+    EXPECT_TRUE(player_.waitUntil([this] { return seesSubtitles(); }, test::seconds(5)));
+}
+
 TEST_F(AMedia, IsPlayedWithoutSubtitlesThatAreNotThere) {
     show("/good/film.h265.mp4", withSubtitles(server_.address("/good/film.h265.mp4"),
                                               server_.address("/good/missing.srt")));

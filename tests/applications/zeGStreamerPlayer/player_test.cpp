@@ -162,7 +162,7 @@ TEST_F(ThePlayer, SaysNothingBeforeItKnowsTheKindOfMedia) {
     EXPECT_EQ(said(), "");
     report(EngineBuffering{50});
     EXPECT_EQ(said(), "");
-    report(EngineAnswered{"Video/MP4; charset=x", "DLNA.ORG_OP=01"});
+    report(EngineAnswered{"Video/MP4; charset=x", "DLNA.ORG_OP=01", ""});
     EXPECT_EQ(said(), "LOADING");
     EXPECT_EQ(last().track.protocolInfo, "http-get:*:video/mp4:DLNA.ORG_OP=01");
 }
@@ -171,12 +171,49 @@ TEST_F(ThePlayer, TakesTheKindFromTheContentWhenTheServerSaysNothing) {
     player_.setMedia(request(""));
     player_.play(Speed());
     said();
-    report(EngineAnswered{"application/octet-stream", ""});
+    report(EngineAnswered{"application/octet-stream", "", ""});
     EXPECT_EQ(said(), "");
     report(EngineOpened{filmFacts()});
     report(EnginePlaying{});
     EXPECT_EQ(said(), "LOADING PLAYING");
     EXPECT_EQ(last().track.protocolInfo, "http-get:*:video/mp4:*");
+}
+
+TEST_F(ThePlayer, OpensAMediaOnceMoreWithTheSubtitlesThatItsServerNames) {
+    const EngineAnswered answer{"video/mp4", "", "http://server/film.srt"};
+    player_.setMedia(request(""));
+    player_.play(Speed());
+    engine_.taken();
+    const Session first = engine_.session;
+    report(answer);
+    EXPECT_EQ(engine_.taken(), "open http://server/film.mp4 with http://server/film.srt");
+    player_.onEvent(EngineEvent{first, EngineOpened{filmFacts()}});
+    EXPECT_EQ(last().state, kLoading) << "that is not it any more";
+    report(answer);
+    report(EngineOpened{filmFacts()});
+    EXPECT_EQ(engine_.taken(), "play") << "and not again and again";
+}
+
+TEST_F(ThePlayer, TakesSubtitlesOnlyFromTheNetworkAndOnlyWhereNoneWereNamed) {
+    for (const char* address : {"", "file:///etc/passwd", "film.srt"}) {
+        player_.setMedia(request(""));
+        player_.play(Speed());
+        engine_.taken();
+        report(EngineAnswered{"video/mp4", "", address});
+        EXPECT_EQ(engine_.taken(), "") << address;
+    }
+    player_.setMedia(request(""));
+    player_.play(Speed());
+    engine_.taken();
+    report(EngineAnswered{"image/jpeg", "", "http://server/film.srt"});
+    EXPECT_EQ(engine_.taken(), "") << "a photo has no subtitles";
+    PlayRequest withSubtitles = request("");
+    withSubtitles.subtitleUri = "http://server/other.srt";
+    player_.setMedia(withSubtitles);
+    player_.play(Speed());
+    engine_.taken();
+    report(EngineAnswered{"video/mp4", "", "http://server/film.srt"});
+    EXPECT_EQ(engine_.taken(), "") << "who pushed the media has named some";
 }
 
 TEST_F(ThePlayer, BelievesTheContentMoreThanTheController) {

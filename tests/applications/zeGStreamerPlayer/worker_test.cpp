@@ -59,7 +59,8 @@ TEST(AMessage, CarriesEveryFactOfAMedia) {
 }
 
 TEST(AMessage, CarriesEveryEvent) {
-    EXPECT_EQ(eventBack(EngineAnswered{"a", "b"}).contentFeatures, "b");
+    EXPECT_EQ(eventBack(EngineAnswered{"a", "b", "c"}).contentFeatures, "b");
+    EXPECT_EQ(eventBack(EngineAnswered{"a", "b", "c"}).subtitleUri, "c");
     (void)eventBack(EnginePlaying{});
     (void)eventBack(EnginePaused{});
     (void)eventBack(EngineArriving{});
@@ -114,7 +115,7 @@ TEST(AMessage, IsReadStrictly) {
         EXPECT_FALSE(decodeOrder(Bytes(good.begin(), good.begin() + static_cast<long>(size))))
             << size;
     }
-    EXPECT_FALSE(decodeOrder(encode(Answer(EngineEvent{1, EngineAnswered{"a", "b"}}))));
+    EXPECT_FALSE(decodeOrder(encode(Answer(EngineEvent{1, EngineAnswered{"a", "b", ""}}))));
     EXPECT_FALSE(decodeAnswer(good));
     EXPECT_FALSE(decodeAnswer(Bytes{0x92, 0x63, 0xC0})); // there is no alternative 99
     // A speed that nobody knows.

@@ -23,6 +23,7 @@ using Session = std::uint64_t;
 struct EngineAnswered {
     std::string contentType;
     std::string contentFeatures;
+    std::string subtitleUri; ///< of a file beside the media
 };
 /// The media is open and stands at its start, its first picture shown.
 struct EngineOpened {

@@ -380,7 +380,8 @@ void Pipeline::handleHeaders(const GstStructure& structure) {
     }
     answered_ = true;
     report_(EngineAnswered{header(headers, "Content-Type"),
-                           header(headers, "contentFeatures.dlna.org")});
+                           header(headers, "contentFeatures.dlna.org"),
+                           header(headers, "CaptionInfo.sec")});
 }
 
 // Helpers.

@@ -72,8 +72,9 @@ void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self) {
     if (factoryName(source) != "souphttpsrc") {
         return;
     }
-    const GstOwner<GstStructure> headers(gst_structure_new(
-        "extra-headers", "getcontentFeatures.dlna.org", G_TYPE_STRING, "1", nullptr));
+    const GstOwner<GstStructure> headers(
+        gst_structure_new("extra-headers", "getcontentFeatures.dlna.org", G_TYPE_STRING, "1",
+                          "getCaptionInfo.sec", G_TYPE_STRING, "1", nullptr));
     g_object_set(source, "extra-headers", headers.get(), "timeout", kNetworkTimeoutSeconds,
                  "user-agent", kUserAgent, nullptr);
     trustCertificatesOf(source, static_cast<Pipeline*>(self)->settings_.caFile);

@@ -411,6 +411,14 @@ void Player::tick() {
 
 void Player::on(const EngineAnswered& answered) {
     progress();
+    const bool photo = kindNamedIn(answered.contentType) == MediaKind::kImage || isPhoto();
+    if (loading_ && !opened_ && !photo && request_.subtitleUri.empty() &&
+        isSupportedAddress(answered.subtitleUri)) {
+        // A media gets its subtitles when it is opened, so it is opened once more; this is the
+        // first that came of it.
+        request_.subtitleUri = answered.subtitleUri;
+        surroundings_.engine.open(++session_, {request_.track.uri, request_.subtitleUri});
+    }
     if (!loading_ || status_.state == PlayerState::kLoading) {
         return;
     }

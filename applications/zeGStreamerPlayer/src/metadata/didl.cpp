@@ -74,9 +74,9 @@ xmlNode* firstItem(xmlDoc* document) {
 }
 
 bool isSubtitleType(std::string_view mimeType) {
-    constexpr std::array<std::string_view, 9> kTypes = {
-        "text/srt", "text/x-srt", "application/x-subrip", "text/vtt", "text/ssa", "text/x-ssa",
-        "text/ass", "text/smi",   "smi/caption"};
+    constexpr std::array<std::string_view, 11> kTypes = {
+        "text/srt",   "text/x-srt", "application/x-subrip", "text/vtt", "text/sub",   "text/ssa",
+        "text/x-ssa", "text/ass",   "text/x-ass",           "text/smi", "smi/caption"};
     return std::find(kTypes.begin(), kTypes.end(), mimeType) != kTypes.end();
 }
 

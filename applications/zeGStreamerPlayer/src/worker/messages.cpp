@@ -130,7 +130,7 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MediaFacts, kind, mimeType, durationMs, durat
                                    sampleRate, channels, bitrate, title, album, artist, genre,
                                    coverUri, coverMimeType, imageDateTime, dateIso)
 
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineAnswered, contentType, contentFeatures)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineAnswered, contentType, contentFeatures, subtitleUri)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineOpened, facts)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineFacts, facts)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineBuffering, percent)

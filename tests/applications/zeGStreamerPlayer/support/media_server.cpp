@@ -166,6 +166,11 @@ void MediaServer::answerWithFile(SoupServerMessage* message, const std::string& 
     if (manner == "dlna") {
         soup_message_headers_append(headers, "ContentFeatures.DLNA.org", kFeatures);
     }
+    const char* const asked = soup_message_headers_get_one(
+        soup_server_message_get_request_headers(message), "getCaptionInfo.sec");
+    if (manner == "captioned" && asked != nullptr && std::string(asked) == "1") {
+        soup_message_headers_append(headers, "CaptionInfo.sec", address("/good/film.srt").c_str());
+    }
     soup_server_message_set_status(message, SOUP_STATUS_OK, nullptr);
     soup_message_headers_append(headers, "Accept-Ranges", "bytes");
     soup_server_message_set_response(message,
