@@ -195,8 +195,19 @@ void EventPublisher::begin(const std::string& sid) {
     subscription.begun = true;
     Round round;
     State now = stateFor(round, subscription.peer);
-    Body body = std::make_shared<const std::string>(writePropertySet(source_.properties(*now)));
+    Body body = firstBody(now);
     send(subscription, std::move(now), std::move(body));
+}
+
+// One for all who are told the same: it waits with each that does not read.
+EventPublisher::Body EventPublisher::firstBody(const State& state) {
+    Body body = firstBodyOf_.lock() == state ? firstBody_.lock() : nullptr;
+    if (!body) {
+        body = std::make_shared<const std::string>(writePropertySet(source_.properties(*state)));
+        firstBody_ = body;
+        firstBodyOf_ = state;
+    }
+    return body;
 }
 
 EventPublisher::State EventPublisher::stateFor(Round& round, const EventPeer& peer) {

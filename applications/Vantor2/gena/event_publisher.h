@@ -91,6 +91,7 @@ private:
     using Body = std::shared_ptr<const std::string>;
     struct Round; // what one look at the state has computed already
     State stateFor(Round& round, const EventPeer& peer);
+    Body firstBody(const State& state);
     void send(Subscription& subscription, State now, Body body);
     void deliver(Subscription& subscription);
     void answered(const std::string& sid, unsigned status);
@@ -106,6 +107,8 @@ private:
     EventSource source_;
     std::map<std::string, std::unique_ptr<Subscription>> subscriptions_;
     std::weak_ptr<const EventState> recent_; // most subscribers see the same state
+    std::weak_ptr<const std::string> firstBody_;
+    std::weak_ptr<const EventState> firstBodyOf_;
     Timer moderation_;
     TimePoint moderationAt_;
     Timer expiry_;

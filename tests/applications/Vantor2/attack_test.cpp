@@ -1,5 +1,7 @@
 // What somebody with bad intentions on the home network gets, and that everybody else is served
 // meanwhile.
+#include <malloc.h>
+
 #include "device_fixture.h"
 
 namespace vantor {
@@ -8,6 +10,24 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr const char* kOther = "127.0.0.9"; // somebody with good intentions
+
+// A port on every address of this machine.
+struct Listener {
+    Listener() : fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+        EXPECT_EQ(listen(fd, 512), 0);
+        socklen_t size = sizeof(address);
+        getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
+        port = ntohs(address.sin_port);
+    }
+    ~Listener() { close(fd); }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+    int fd;
+    std::uint16_t port = 0;
+};
 
 class AnAttacker : public DeviceFixture {
 protected:
@@ -59,6 +79,53 @@ TEST_F(AnAttacker, WithTenThousandSubscriptionsKeepsItsShareAndTakesNobodyElses)
     other.send("SUBSCRIBE /AVTransport/event HTTP/1.1\r\nHost: " + host() +
                "\r\nNT: upnp:event\r\nCALLBACK: <http://127.0.0.9:9/>\r\n\r\n");
     EXPECT_EQ(statusOf(other.answer()), 200);
+}
+
+TEST_F(AnAttacker, WithMuteSubscribersAndLongDescriptionsTakesLittleMemory) {
+    device->permission().setPolicy(ControlKind::player, 0);
+    const auto load = [&](int number) {
+        // As long as a request may be, of what grows most in an event.
+        std::string text;
+        while (text.size() < 30000) {
+            text += "a&amp;amp;" + std::to_string(number);
+        }
+        ASSERT_EQ(errorOf(call(kAvt, "SetAVTransportURI",
+                               "<InstanceID>0</InstanceID><CurrentURI>http://127.0.0.1:9/a" +
+                                   std::to_string(number) +
+                                   ".mp4</CurrentURI><CurrentURIMetaData>&lt;DIDL-Lite&gt;" + text +
+                                   "&lt;/DIDL-Lite&gt;</CurrentURIMetaData>")),
+                  0);
+    };
+    load(0);
+    const Listener deaf; // takes connections, and reads nothing
+    const auto inUse = [] {
+        const struct mallinfo2 info = mallinfo2(); // of no use under a sanitizer, which has its own
+        return info.uordblks + info.hblkhd;
+    };
+    const std::size_t before = inUse();
+    int granted = 0;
+    for (int host = 1; host <= 6; ++host) {
+        const std::string from = "127.0.0." + std::to_string(host);
+        RawClient attacker(device->port(), from.c_str());
+        for (int count = 0; count < 32; ++count) {
+            attacker.send("SUBSCRIBE /AVTransport/event HTTP/1.1\r\nHost: " + this->host() +
+                          "\r\nUser-Agent: " + std::to_string(count) +
+                          "\r\nNT: upnp:event\r\nCALLBACK: <http://" + from + ":" +
+                          std::to_string(deaf.port) + "/>\r\n\r\n");
+            granted += statusOf(attacker.answer()) == 200 ? 1 : 0;
+        }
+    }
+    ASSERT_GE(granted, 80) << "a few places are left to others";
+    std::size_t most = 0;
+    const auto begin = std::chrono::steady_clock::now();
+    for (int number = 1; number <= 10; ++number) {
+        load(number);
+        runUntil(
+            [&] { return std::chrono::steady_clock::now() - begin > milliseconds(20) * number; });
+        most = std::max(most, inUse() - before);
+    }
+    EXPECT_LT(most, 4U * 1024 * 1024) << "one message for all of them";
+    expectOthersAreServed();
 }
 
 TEST_F(AnAttacker, WithACallbackToSomebodyElseIsRefused) {
