@@ -98,7 +98,7 @@ INSTANTIATE_TEST_SUITE_P(
         Sort{"film.webm", "http-get:*:video/webm:*", "audio-codec:Audio Codec Opus", 'r'},
         Sort{"film.h265.mp4", "http-get:*:video/mp4:*", "video-codec:Video Codec H.265", 'g'},
         Sort{"film.ts", "http-get:*:video/mp2t:*", "video-codec:Video Codec H.264", 'g'},
-        Sort{"film.avi", "http-get:*:video/x-msvideo:*", "audio-codec:Audio Codec MPEG-1 layer 3",
+        Sort{"film.avi", "http-get:*:video/x-msvideo:*", "audio-codec:Audio Codec MPEG-1 Layer 3",
              'g'},
         Sort{"languages.mkv", "http-get:*:video/x-matroska:*", "nb-audio-track:2", 'g'},
         Sort{"song.mp3", "http-get:*:audio/mpeg:*", "title:Blue Hour", 'k'},

@@ -1,10 +1,14 @@
 #include <algorithm>
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "engine/gstreamer_errors.h"
 #include "engine/image_type.h"
+#include "engine/transport_stream.h"
 #include "logic/numbers.h"
 #include "logic/play_request.h"
 #include "logic/player_error.h"
@@ -54,6 +58,7 @@ TEST(MediaInfoText, HasTheItemsThatAreKnownWithTheirSeparator) {
     facts.videoCodec = "H.264";
     facts.audioCodec = "AAC";
     facts.seekable = true;
+    facts.programs = 1;
     facts.audioTracks = 2;
     facts.audioTrack = 1;
     facts.videoTrack = 0;
@@ -340,6 +345,78 @@ TEST(Didl, NamesTheSubtitlesBesideTheMedia) {
     std::string local = text;
     local.replace(local.find("http://h/1.srt"), 4, "file");
     EXPECT_EQ(makePlayRequest("http://h/1.mp4", local, "", "", &complaints).subtitleUri, "");
+}
+
+/// A packet of a transport stream that carries a piece of the table of programmes.
+std::vector<std::uint8_t> tablePacket(bool begins, std::vector<std::uint8_t> payload) {
+    std::vector<std::uint8_t> packet = {0x47, static_cast<std::uint8_t>(begins ? 0x40 : 0), 0,
+                                        0x10};
+    if (begins) {
+        packet.push_back(0);
+    }
+    packet.insert(packet.end(), payload.begin(), payload.end());
+    packet.resize(188, 0xFF);
+    return packet;
+}
+
+/// A table with the network's entry and `programs` others, without its checksum.
+std::vector<std::uint8_t> table(unsigned programs) {
+    const unsigned length = 5 + 4 * (programs + 1) + 4;
+    std::vector<std::uint8_t> bytes = {0,
+                                       static_cast<std::uint8_t>(0xB0 | length >> 8),
+                                       static_cast<std::uint8_t>(length),
+                                       0,
+                                       1,
+                                       0xC1,
+                                       0,
+                                       0};
+    for (unsigned number = 0; number <= programs; ++number) {
+        bytes.insert(bytes.end(), {static_cast<std::uint8_t>(number >> 8),
+                                   static_cast<std::uint8_t>(number), 0xE1, 0});
+    }
+    bytes.resize(3 + length);
+    return bytes;
+}
+
+std::optional<unsigned> programsOf(const std::vector<std::vector<std::uint8_t>>& packets,
+                                   std::size_t before = 0, std::size_t behind = 0) {
+    std::vector<std::uint8_t> bytes;
+    std::vector<std::uint8_t> other(188, 0xFF); // of another table, and stuffing
+    other[0] = 0x47;
+    other[1] = 0x1F;
+    const auto add = [&](const std::vector<std::uint8_t>& packet) {
+        bytes.resize(bytes.size() + before);
+        bytes.insert(bytes.end(), packet.begin(), packet.end());
+        bytes.resize(bytes.size() + behind);
+    };
+    add(other);
+    for (const auto& packet : packets) {
+        add(packet);
+        add(other);
+    }
+    add(other);
+    return programsIn(bytes.data(), bytes.size());
+}
+
+TEST(ATransportStream, SaysHowManyProgrammesItCarries) {
+    EXPECT_EQ(programsOf({tablePacket(true, table(1))}), 1u);
+    EXPECT_EQ(programsOf({tablePacket(true, table(7))}, 4), 7u); // a time before each packet
+    EXPECT_EQ(programsOf({tablePacket(true, table(2))}, 0, 16), 2u);
+    EXPECT_EQ(programsOf({}), std::nullopt);
+    EXPECT_EQ(programsIn(nullptr, 0), std::nullopt);
+}
+
+TEST(ATransportStream, HasATableThatMayBeLongerThanAPacket) {
+    const std::vector<std::uint8_t> whole = table(60);
+    const auto part = [&whole](std::size_t from, std::size_t to) {
+        return std::vector<std::uint8_t>(whole.begin() + static_cast<long>(from),
+                                         whole.begin() + static_cast<long>(to));
+    };
+    const auto first = tablePacket(true, part(0, 183));
+    const auto second = tablePacket(false, part(183, whole.size()));
+    EXPECT_EQ(programsOf({first}), std::nullopt);
+    EXPECT_EQ(programsOf({first, second}), 60u);
+    EXPECT_EQ(programsOf({second, first}), std::nullopt); // it begins somewhere
 }
 
 TEST(APictureFile, IsRecognisedByItsFirstBytes) {

@@ -310,6 +310,22 @@ TEST_F(ThePlayer, IgnoresOldNews) {
     EXPECT_EQ(last().state, kLoading);
 }
 
+TEST_F(ThePlayer, BelievesNoMediaThatPlaysBeforeItIsOpen) {
+    ASSERT_TRUE(player_.setMedia(request("")));
+    ASSERT_TRUE(player_.play(Speed()));
+    said_.clear();
+    report(EnginePlaying{});
+    report(EngineMoved{true, 5000, speed("2")});
+    report(EnginePosition{5000});
+    report(EngineEnded{5000});
+    EXPECT_EQ(said(), "");
+    report(EngineOpened{filmFacts()});
+    report(EnginePlaying{});
+    EXPECT_EQ(said(), "LOADING PLAYING");
+    report(EngineOpened{filmFacts()}); // once is enough
+    EXPECT_EQ(said(), "");
+}
+
 TEST_F(ThePlayer, ShowsTheCoverOfTheMediaWhenNobodyNamesAnother) {
     MediaFacts facts = filmFacts();
     facts.coverUri = "file:///cover.jpg";

@@ -38,6 +38,7 @@ TEST(AMessage, CarriesEveryFactOfAMedia) {
     facts.height = 1080;
     facts.frameRateThousandths = 29970;
     facts.imageType = ImageType::kPngInterlaced;
+    facts.programs = 4;
     facts.videoCodec = "H.264";
     facts.videoTrack = 1;
     facts.audioCodec = "AAC";
@@ -136,6 +137,8 @@ TEST(AMessage, CarriesOnlyWhatIsPossible) {
     };
     constexpr std::int64_t kNoTime = std::int64_t{1} << 60;
     MediaFacts facts;
+    EXPECT_FALSE(arrives(EngineOpened{facts})); // open, and neither seen nor heard
+    facts.kind = MediaKind::kAudio;
     EXPECT_TRUE(arrives(EngineOpened{facts}));
     facts.durationMs = kNoTime;
     EXPECT_FALSE(arrives(EngineOpened{facts}));
@@ -146,7 +149,7 @@ TEST(AMessage, CarriesOnlyWhatIsPossible) {
     facts = MediaFacts();
     facts.kind = static_cast<MediaKind>(99);
     EXPECT_FALSE(arrives(EngineOpened{facts}));
-    facts = MediaFacts();
+    facts.kind = MediaKind::kImage;
     facts.imageType = static_cast<ImageType>(-2);
     EXPECT_FALSE(arrives(EngineOpened{facts}));
     EXPECT_FALSE(arrives(EngineFailed{static_cast<PlayerError>(99), ""}));

@@ -15,6 +15,8 @@ struct NamePair {
     const char* mimeType;
 };
 
+constexpr char kTransportStream[] = "video/mpegts";
+
 constexpr std::array kMimeTypes = {
     NamePair{"video/quicktime", "video/mp4"},
     NamePair{"audio/x-m4a", "audio/mp4"},
@@ -23,7 +25,8 @@ constexpr std::array kMimeTypes = {
     NamePair{"application/x-apetag", "audio/x-ape"},
     NamePair{"audio/x-flac", "audio/flac"},
     NamePair{"audio/x-wav", "audio/wav"},
-    NamePair{"video/mpegts", "video/vnd.dlna.mpeg-tts"},
+    NamePair{"application/x-icy", "audio/mpeg"},
+    NamePair{kTransportStream, "video/vnd.dlna.mpeg-tts"},
     NamePair{"video/x-msvideo", "video/x-msvideo"},
 };
 
@@ -53,60 +56,76 @@ std::string textTag(const GstTagList* tags, const char* tag) {
     return cutText(text);
 }
 
-std::string dateTag(const GstTagList* tags) {
+/// Calls `use` with the date that a tag holds, if there is one.
+template <class Use> std::string withDate(const GstTagList* tags, Use use) {
     GstDateTime* date = nullptr;
-    if (tags == nullptr || !gst_tag_list_get_date_time(tags, GST_TAG_DATE_TIME, &date)) {
+    GDate* day = nullptr;
+    if (tags == nullptr) {
         return "";
     }
-    const GstOwner<char> text(gst_date_time_to_iso8601_string(date));
+    if (!gst_tag_list_get_date_time(tags, GST_TAG_DATE_TIME, &date)) {
+        if (!gst_tag_list_get_date(tags, GST_TAG_DATE, &day)) {
+            return "";
+        }
+        date = gst_date_time_new_ymd(g_date_get_year(day), static_cast<int>(g_date_get_month(day)),
+                                     g_date_get_day(day));
+        g_date_free(day);
+    }
+    std::string text = use(date);
     gst_date_time_unref(date);
-    return text ? std::string(text.get()).substr(0, 10) : "";
+    return text;
+}
+
+std::string dateTag(const GstTagList* tags) {
+    return withDate(tags, [](GstDateTime* date) {
+        const GstOwner<char> text(gst_date_time_to_iso8601_string(date));
+        return text ? std::string(text.get()).substr(0, 10) : "";
+    });
 }
 
 /// Date and time to the second; "" when less is known.
 std::string dateTimeTag(const GstTagList* tags) {
-    GstDateTime* date = nullptr;
-    if (tags == nullptr || !gst_tag_list_get_date_time(tags, GST_TAG_DATE_TIME, &date)) {
-        return "";
-    }
-    std::string text;
-    if (gst_date_time_has_second(date)) {
+    return withDate(tags, [](GstDateTime* date) -> std::string {
+        if (!gst_date_time_has_second(date)) {
+            return "";
+        }
         char digits[32];
         std::snprintf(digits, sizeof digits, "%04d-%02d-%02dT%02d:%02d:%02d",
                       gst_date_time_get_year(date), gst_date_time_get_month(date),
                       gst_date_time_get_day(date), gst_date_time_get_hour(date),
                       gst_date_time_get_minute(date),
                       static_cast<int>(gst_date_time_get_second(date)));
-        text = digits;
-    }
-    gst_date_time_unref(date);
-    return text;
+        return digits;
+    });
 }
 
+/// Bits per second; 0: not known.
+unsigned bitrateTag(const GstTagList* tags) {
+    guint bitrate = 0;
+    if (tags != nullptr && !gst_tag_list_get_uint(tags, GST_TAG_BITRATE, &bitrate)) {
+        (void)gst_tag_list_get_uint(tags, GST_TAG_NOMINAL_BITRATE, &bitrate);
+    }
+    return bitrate;
+}
+
+/// Fills what no list before this one knew.
 void takeTags(MediaFacts& facts, const GstTagList* tags) {
-    const auto take = [tags](std::string& field, const char* tag) {
+    const auto take = [tags](std::string& field, auto read) {
         if (field.empty()) {
-            field = textTag(tags, tag);
+            field = read(tags);
         }
     };
-    take(facts.title, GST_TAG_TITLE);
-    take(facts.album, GST_TAG_ALBUM);
-    take(facts.artist, GST_TAG_ARTIST);
-    take(facts.genre, GST_TAG_GENRE);
-    take(facts.videoCodec, GST_TAG_VIDEO_CODEC);
-    take(facts.audioCodec, GST_TAG_AUDIO_CODEC);
-    if (facts.imageDateTime.empty()) {
-        facts.imageDateTime = dateTimeTag(tags);
-    }
-    if (facts.dateIso.empty()) {
-        facts.dateIso = dateTag(tags);
-    }
-    guint bitrate = 0;
-    if (facts.bitrate == 0 && tags != nullptr &&
-        (gst_tag_list_get_uint(tags, GST_TAG_BITRATE, &bitrate) ||
-         gst_tag_list_get_uint(tags, GST_TAG_NOMINAL_BITRATE, &bitrate))) {
-        facts.bitrate = bitrate;
-    }
+    const auto text = [](const char* tag) {
+        return [tag](const GstTagList* list) {
+            return textTag(list, tag);
+        };
+    };
+    take(facts.title, text(GST_TAG_TITLE));
+    take(facts.album, text(GST_TAG_ALBUM));
+    take(facts.artist, text(GST_TAG_ARTIST));
+    take(facts.genre, text(GST_TAG_GENRE));
+    take(facts.imageDateTime, dateTimeTag);
+    take(facts.dateIso, dateTag);
 }
 
 void takeVideo(MediaFacts& facts, GstElement* playbin, int stream) {
@@ -126,7 +145,6 @@ void takeVideo(MediaFacts& facts, GstElement* playbin, int stream) {
                 (static_cast<std::int64_t>(numerator) * 1000 + denominator / 2) / denominator);
         }
     }
-    takeTags(facts, streamTags(playbin, "get-video-tags", stream).get());
 }
 
 void takeAudio(MediaFacts& facts, GstElement* playbin, int stream) {
@@ -139,7 +157,29 @@ void takeAudio(MediaFacts& facts, GstElement* playbin, int stream) {
         facts.sampleRate = static_cast<unsigned>(std::max(rate, 0));
         facts.channels = static_cast<unsigned>(std::max(channels, 0));
     }
-    takeTags(facts, streamTags(playbin, "get-audio-tags", stream).get());
+}
+
+/// A film is called what its file is called and not what its sound track is; a song, on the
+/// radio, what the stream says just now.
+void takeTags(MediaFacts& facts, const GstTagList* whole, const GstTagList* picture,
+              const GstTagList* sound) {
+    const bool film = facts.kind == MediaKind::kVideo;
+    takeTags(facts, film ? whole : picture);
+    takeTags(facts, film ? picture : sound);
+    takeTags(facts, film ? nullptr : whole);
+    if (facts.kind == MediaKind::kImage) {
+        return;
+    }
+    facts.videoCodec = textTag(picture, GST_TAG_VIDEO_CODEC);
+    facts.audioCodec = textTag(sound, GST_TAG_AUDIO_CODEC);
+    facts.bitrate = bitrateTag(whole);
+    if (facts.bitrate == 0) {
+        // Of the whole, so of every part or of none.
+        const unsigned seen = bitrateTag(picture);
+        const unsigned heard = bitrateTag(sound);
+        const bool known = (seen > 0 || picture == nullptr) && (heard > 0 || sound == nullptr);
+        facts.bitrate = known ? seen + heard : 0;
+    }
 }
 
 bool canSeek(GstElement* playbin) {
@@ -168,44 +208,49 @@ std::string mimeTypeForCaps(const std::string& capsName, MediaKind kind) {
            (slash == std::string::npos ? std::string("*") : mime.substr(slash + 1));
 }
 
-MediaFacts readFacts(GstElement* playbin, const std::string& capsName, const GstTagList* tags,
-                     ImageType imageType) {
+MediaFacts readFacts(GstElement* playbin, const MediaClues& clues) {
     int videoStreams = 0;
     int audioStreams = 0;
     int video = -1;
     int audio = -1;
     g_object_get(playbin, "n-video", &videoStreams, "n-audio", &audioStreams, "current-video",
                  &video, "current-audio", &audio, nullptr);
+    video = std::max(video, 0);
+    audio = std::max(audio, 0);
     MediaFacts facts;
-    if (capsName.rfind("image/", 0) == 0 && audioStreams == 0) {
+    if (clues.capsName.rfind("image/", 0) == 0 && audioStreams == 0) {
         facts.kind = MediaKind::kImage;
-        facts.imageType = imageType;
+        facts.imageType = clues.imageType;
     } else {
         facts.kind = videoStreams > 0 ? MediaKind::kVideo : MediaKind::kAudio;
     }
-    facts.mimeType = mimeTypeForCaps(capsName, facts.kind);
-    takeTags(facts, tags);
+    facts.mimeType = mimeTypeForCaps(clues.capsName, facts.kind);
+    GstOwner<GstTagList> pictureTags;
+    GstOwner<GstTagList> soundTags;
     if (videoStreams > 0) {
-        takeVideo(facts, playbin, std::max(video, 0));
+        takeVideo(facts, playbin, video);
+        pictureTags = streamTags(playbin, "get-video-tags", video);
     }
     if (audioStreams > 0) {
-        takeAudio(facts, playbin, std::max(audio, 0));
+        takeAudio(facts, playbin, audio);
+        soundTags = streamTags(playbin, "get-audio-tags", audio);
         facts.audioTracks = static_cast<unsigned>(audioStreams);
-        facts.audioTrack = std::max(audio, 0);
+        facts.audioTrack = audio;
     }
+    takeTags(facts, clues.tags, pictureTags.get(), soundTags.get());
     if (facts.kind == MediaKind::kImage) {
-        facts.bitrate = 0;
-        facts.videoCodec.clear();
         return facts;
     }
     if (videoStreams > 0) {
-        facts.videoTrack = std::max(video, 0);
+        facts.videoTrack = video;
+        // Only a transport stream carries several.
+        facts.programs = clues.capsName == kTransportStream ? clues.programs : 1;
     }
     gint64 duration = -1;
     if (gst_element_query_duration(playbin, GST_FORMAT_TIME, &duration) && duration >= 0) {
         facts.durationMs = duration / GST_MSECOND;
         facts.durationExact = std::find(kExactContainers.begin(), kExactContainers.end(),
-                                        capsName) != kExactContainers.end();
+                                        clues.capsName) != kExactContainers.end();
     }
     facts.seekable = canSeek(playbin);
     return facts;

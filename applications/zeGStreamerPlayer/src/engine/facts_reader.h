@@ -13,9 +13,15 @@ namespace player {
 /// "video/mp4". Types that name no kind are completed with `kind`.
 std::string mimeTypeForCaps(const std::string& capsName, MediaKind kind);
 
-/// Asks a playbin that has prerolled. `capsName` is the type of the whole, `tags` those that came
-/// as messages (may be null), `imageType` what the first bytes said.
-MediaFacts readFacts(GstElement* playbin, const std::string& capsName, const GstTagList* tags,
-                     ImageType imageType);
+/// What the pipeline around a playbin has seen of its media.
+struct MediaClues {
+    std::string capsName;             ///< type of the whole
+    const GstTagList* tags = nullptr; ///< of the whole; null: none came
+    ImageType imageType = ImageType::kUnknown;
+    unsigned programs = 0; ///< of a transport stream; 0: not known
+};
+
+/// Asks a playbin that has prerolled. The tags of the streams are those that hold now.
+MediaFacts readFacts(GstElement* playbin, const MediaClues& clues);
 
 } // namespace player

@@ -10,6 +10,7 @@
 #include "engine/gstreamer_errors.h"
 #include "engine/image_type.h"
 #include "engine/sinks.h"
+#include "engine/transport_stream.h"
 #include "logic/play_request.h"
 #include "metadata/text_limit.h"
 #include "process/log.h"
@@ -333,7 +334,11 @@ void Pipeline::handle(GstMessage* message) {
         GstTagList* list = nullptr;
         gst_message_parse_tag(message, &list);
         const GstOwner<GstTagList> tags(list);
-        tags_.reset(gst_tag_list_merge(tags_.get(), tags.get(), GST_TAG_MERGE_KEEP));
+        // Those of the streams their pads keep.
+        if (gst_tag_list_get_scope(list) == GST_TAG_SCOPE_GLOBAL) {
+            tags_.reset(gst_tag_list_merge(tags_.get(), list, GST_TAG_MERGE_REPLACE));
+        }
+        cover_.take(list);
         factsStale_ = true;
         break;
     }
@@ -398,17 +403,17 @@ void Pipeline::applySound() {
 }
 
 MediaFacts Pipeline::facts() {
-    std::string name;
+    MediaClues clues;
     bool download = false;
-    ImageType imageType = ImageType::kUnknown;
+    clues.tags = tags_.get();
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        name = capsName_;
+        clues.capsName = capsName_;
+        clues.imageType = imageTypeOf(header_.data(), header_.size());
+        clues.programs = programsIn(header_.data(), header_.size()).value_or(0);
         download = copy_ != nullptr;
-        imageType = imageTypeOf(imageHeader_.data(), imageHeader_.size());
     }
-    MediaFacts facts = readFacts(playbin_.get(), name, tags_.get(), imageType);
-    cover_.take(tags_.get());
+    MediaFacts facts = readFacts(playbin_.get(), clues);
     facts.coverUri = cover_.uri();
     facts.coverMimeType = cover_.mimeType();
     facts.backward = facts.seekable && download && facts.durationExact;

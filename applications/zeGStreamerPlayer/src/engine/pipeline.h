@@ -69,6 +69,7 @@ private:
     static GstPadProbeReturn onCaps(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onFirstData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstPadProbeReturn onStreamData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onImageData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
     void handle(GstMessage* message);
@@ -92,6 +93,7 @@ private:
     void samplePosition();
     void followPosition();
     std::int64_t endMs() const;
+    bool keepHeader(GstPadProbeInfo* info);
     void setUpDownload(GstElement* element);
 
     const Settings& settings_;
@@ -119,7 +121,7 @@ private:
     bool factsStale_ = false;
     int buffered_ = 100;
     MediaFacts known_;
-    GstOwner<GstTagList> tags_;
+    GstOwner<GstTagList> tags_; ///< of the whole
     Cover cover_;
     Clock::time_point positionReported_;
     std::int64_t sampledMs_ = 0; ///< where the media was a moment ago, at sampledAt_
@@ -141,10 +143,10 @@ private:
     // Written on streaming threads.
     std::atomic<std::uint64_t> bytesArrived_{0};
     mutable std::mutex mutex_;
-    std::string capsName_;                  // guarded by mutex_
-    GstOwner<GstElement> copy_;             ///< of what arrived; guarded by mutex_
-    std::vector<std::uint8_t> imageHeader_; // guarded by mutex_
-    bool imageTooLarge_ = false;            // guarded by mutex_
+    std::string capsName_;             // guarded by mutex_
+    GstOwner<GstElement> copy_;        ///< of what arrived; guarded by mutex_
+    std::vector<std::uint8_t> header_; // the media's first bytes; guarded by mutex_
+    bool imageTooLarge_ = false;       // guarded by mutex_
 };
 
 } // namespace player

@@ -9,6 +9,7 @@
 
 #include "engine/image_type.h"
 #include "engine/pipeline.h"
+#include "engine/transport_stream.h"
 #include "process/log.h"
 
 namespace player {
@@ -19,8 +20,9 @@ constexpr unsigned kNetworkTimeoutSeconds = 60;
 constexpr char kUserAgent[] = "zeGStreamerPlayer/1.5 DLNADOC/1.50";
 /// Of a photo: four bytes each are half a gigabyte, a quarter of what the worker may use.
 constexpr std::uint64_t kMostPixels = 128'000'000;
-/// By then a photo has said what it is, however much its camera had to tell before.
-constexpr std::size_t kImageHeaderBytes = 1 << 20;
+/// By then a photo has said what it is, however much its camera had to tell before, and a transport
+/// stream its programmes.
+constexpr std::size_t kHeaderBytes = 1 << 20;
 
 std::string factoryName(GstElement* element) {
     GstElementFactory* const factory = gst_element_get_factory(element);
@@ -187,25 +189,46 @@ void Pipeline::onHaveType(GstElement* typefind, guint, GstCaps* caps, gpointer s
         }
         pipeline->capsName_ = name;
     }
-    if (name.rfind("image/", 0) == 0) {
+    const bool image = name.rfind("image/", 0) == 0;
+    if (image || name == "video/mpegts") {
         const GstOwner<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
-        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onImageData, self,
-                          nullptr);
+        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER,
+                          image ? &Pipeline::onImageData : &Pipeline::onStreamData, self, nullptr);
     }
+}
+
+/// Adds to the media's first bytes what comes now; called with mutex_ held. False when that cannot
+/// be read.
+bool Pipeline::keepHeader(GstPadProbeInfo* info) {
+    GstMapInfo map;
+    if (!gst_buffer_map(GST_PAD_PROBE_INFO_BUFFER(info), &map, GST_MAP_READ)) {
+        return false;
+    }
+    const std::size_t room = kHeaderBytes - header_.size();
+    header_.insert(header_.end(), map.data, map.data + std::min<std::size_t>(room, map.size));
+    gst_buffer_unmap(GST_PAD_PROBE_INFO_BUFFER(info), &map);
+    return true;
+}
+
+/// Looks for the programmes of a transport stream.
+GstPadProbeReturn Pipeline::onStreamData(GstPad*, GstPadProbeInfo* info, gpointer self) {
+    auto* const pipeline = static_cast<Pipeline*>(self);
+    const std::lock_guard<std::mutex> lock(pipeline->mutex_);
+    const std::vector<std::uint8_t>& bytes = pipeline->header_;
+    return pipeline->keepHeader(info) && !programsIn(bytes.data(), bytes.size()) &&
+                   bytes.size() < kHeaderBytes
+               ? GST_PAD_PROBE_OK
+               : GST_PAD_PROBE_REMOVE;
 }
 
 /// Looks at a photo's beginning before a decoder does: what is too large never reaches one.
 GstPadProbeReturn Pipeline::onImageData(GstPad*, GstPadProbeInfo* info, gpointer self) {
     auto* const pipeline = static_cast<Pipeline*>(self);
-    GstMapInfo map;
-    if (!gst_buffer_map(GST_PAD_PROBE_INFO_BUFFER(info), &map, GST_MAP_READ)) {
+    const std::lock_guard<std::mutex> lock(pipeline->mutex_);
+    if (!pipeline->keepHeader(info)) {
         return GST_PAD_PROBE_REMOVE;
     }
-    const std::lock_guard<std::mutex> lock(pipeline->mutex_);
-    std::vector<std::uint8_t>& bytes = pipeline->imageHeader_;
-    const std::size_t room = kImageHeaderBytes - bytes.size();
-    bytes.insert(bytes.end(), map.data, map.data + std::min<std::size_t>(room, map.size));
-    gst_buffer_unmap(GST_PAD_PROBE_INFO_BUFFER(info), &map);
+    const std::vector<std::uint8_t>& bytes = pipeline->header_;
     const std::optional<ImageSize> size = imageSizeOf(bytes.data(), bytes.size());
     if (size && std::uint64_t{size->width} * size->height > kMostPixels) {
         if (!std::exchange(pipeline->imageTooLarge_, true)) {
@@ -217,7 +240,7 @@ GstPadProbeReturn Pipeline::onImageData(GstPad*, GstPadProbeInfo* info, gpointer
         }
         return GST_PAD_PROBE_DROP;
     }
-    return !size && bytes.size() < kImageHeaderBytes ? GST_PAD_PROBE_OK : GST_PAD_PROBE_REMOVE;
+    return !size && bytes.size() < kHeaderBytes ? GST_PAD_PROBE_OK : GST_PAD_PROBE_REMOVE;
 }
 
 } // namespace player

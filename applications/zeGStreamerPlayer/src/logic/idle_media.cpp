@@ -83,9 +83,8 @@ void IdleMedia::end() {
     }
     running_ = false;
     durationMs_ = -1;
-    status_.positionSec = 0;
-    status_.positionPercent = 0;
-    status_.durationSec = 0;
+    positionMs_ = 0;
+    tellTimes();
 }
 
 void IdleMedia::become(PlayerState state) {
@@ -117,15 +116,20 @@ void IdleMedia::on(const EngineFacts& facts) {
     if (!facts.facts.title.empty()) {
         status_.title = facts.facts.title;
     }
-    status_.durationSec = static_cast<std::uint32_t>(std::max<std::int64_t>(durationMs_, 0) / 1000);
+    tellTimes();
+}
+
+void IdleMedia::tellTimes() {
+    const bool known = durationMs_ > 0;
+    const std::int64_t position = known ? std::min(positionMs_, durationMs_) : positionMs_;
+    status_.positionSec = static_cast<std::uint32_t>(position / 1000);
+    status_.positionPercent = known ? static_cast<std::uint32_t>(position * 100 / durationMs_) : 0;
+    status_.durationSec = known ? static_cast<std::uint32_t>((durationMs_ + 500) / 1000) : 0;
 }
 
 void IdleMedia::on(const EnginePosition& position) {
-    status_.positionSec = static_cast<std::uint32_t>(position.positionMs / 1000);
-    status_.positionPercent =
-        durationMs_ > 0 ? static_cast<std::uint32_t>(std::min(position.positionMs, durationMs_) *
-                                                     100 / durationMs_)
-                        : 0;
+    positionMs_ = std::max<std::int64_t>(position.positionMs, 0);
+    tellTimes();
     announce_(status_);
 }
 

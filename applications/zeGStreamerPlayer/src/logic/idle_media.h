@@ -34,6 +34,7 @@ private:
     void start();
     void end();
     void become(PlayerState state);
+    void tellTimes();
 
     void on(const EngineOpened& opened);
     void on(const EngineFacts& facts);
@@ -50,7 +51,8 @@ private:
     bool free_ = true;
     bool running_ = false;
     Session session_;
-    std::int64_t durationMs_ = -1;
+    std::int64_t durationMs_ = -1; ///< not known
+    std::int64_t positionMs_ = 0;
     bool seekable_ = false;
 };
 

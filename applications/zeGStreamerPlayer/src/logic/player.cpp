@@ -25,6 +25,16 @@ std::int64_t toleratedShortfallMs(std::int64_t durationMs) {
     return std::max<std::int64_t>(2000, durationMs / 50);
 }
 
+/// A media opens once, and does all else that has to do with playing afterwards. A worker that says
+/// otherwise has lost its mind, and a record of it would name no kind of media.
+bool isInOrder(const decltype(EngineEvent::what)& what, bool opened) {
+    const bool anyTime = std::holds_alternative<EngineAnswered>(what) ||
+                         std::holds_alternative<EngineBuffering>(what) ||
+                         std::holds_alternative<EngineFailed>(what) ||
+                         std::holds_alternative<EngineArriving>(what);
+    return anyTime || std::holds_alternative<EngineOpened>(what) != opened;
+}
+
 const std::string& firstKnown(const std::string& first, const std::string& second) {
     return first.empty() ? second : first;
 }
@@ -392,7 +402,7 @@ bool Player::atRest() const {
 }
 
 void Player::onEvent(const EngineEvent& event) {
-    if (event.session != session_ || !(loading_ || opened_)) {
+    if (event.session != session_ || !(loading_ || opened_) || !isInOrder(event.what, opened_)) {
         return;
     }
     std::visit([this](const auto& what) { on(what); }, event.what);

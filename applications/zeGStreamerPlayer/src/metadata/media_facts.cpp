@@ -6,12 +6,13 @@ namespace player {
 namespace {
 
 auto values(const MediaFacts& facts) {
-    return std::tie(
-        facts.kind, facts.mimeType, facts.durationMs, facts.durationExact, facts.seekable,
-        facts.backward, facts.width, facts.height, facts.frameRateThousandths, facts.imageType,
-        facts.videoCodec, facts.videoTrack, facts.audioCodec, facts.audioTracks, facts.audioTrack,
-        facts.sampleRate, facts.channels, facts.bitrate, facts.title, facts.album, facts.artist,
-        facts.genre, facts.coverUri, facts.coverMimeType, facts.imageDateTime, facts.dateIso);
+    return std::tie(facts.kind, facts.mimeType, facts.durationMs, facts.durationExact,
+                    facts.seekable, facts.backward, facts.width, facts.height,
+                    facts.frameRateThousandths, facts.imageType, facts.programs, facts.videoCodec,
+                    facts.videoTrack, facts.audioCodec, facts.audioTracks, facts.audioTrack,
+                    facts.sampleRate, facts.channels, facts.bitrate, facts.title, facts.album,
+                    facts.artist, facts.genre, facts.coverUri, facts.coverMimeType,
+                    facts.imageDateTime, facts.dateIso);
 }
 
 } // namespace

@@ -32,6 +32,7 @@ struct MediaFacts {
     unsigned height = 0;
     unsigned frameRateThousandths = 0;
     ImageType imageType = ImageType::kUnknown;
+    unsigned programs = 0; ///< television programmes that a film's stream carries
     std::string videoCodec;
     int videoTrack = -1; ///< the one that is shown, counted from 0
 

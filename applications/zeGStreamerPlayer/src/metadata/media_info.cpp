@@ -142,10 +142,7 @@ std::string mediaInfoText(const MediaFacts& facts) {
         items.text("index-existed:", facts.seekable ? "1" : "0");
         items.text("nb-audio-track:", std::to_string(facts.audioTracks));
     }
-    if (facts.kind == MediaKind::kVideo && facts.mimeType != "video/vnd.dlna.mpeg-tts") {
-        // A transport stream may carry several, and nobody has counted them.
-        items.text("nb-program:", "1");
-    }
+    items.number("nb-program:", facts.programs);
     items.text("AudioChannel:", channelsText(facts.channels));
     items.number("sample-rate:", facts.sampleRate);
     items.number("bitrate:", facts.bitrate);

@@ -126,9 +126,9 @@ KETRA_EMPTY_MESSAGE(Pong)
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MediaFacts, kind, mimeType, durationMs, durationExact, seekable,
                                    backward, width, height, frameRateThousandths, imageType,
-                                   videoCodec, videoTrack, audioCodec, audioTracks, audioTrack,
-                                   sampleRate, channels, bitrate, title, album, artist, genre,
-                                   coverUri, coverMimeType, imageDateTime, dateIso)
+                                   programs, videoCodec, videoTrack, audioCodec, audioTracks,
+                                   audioTrack, sampleRate, channels, bitrate, title, album, artist,
+                                   genre, coverUri, coverMimeType, imageDateTime, dateIso)
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineAnswered, contentType, contentFeatures, subtitleUri)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineOpened, facts)
@@ -180,11 +180,16 @@ bool isTime(std::int64_t milliseconds) {
 template <class Other> bool isPossible(const Other&) {
     return true;
 }
+bool isPossible(const MediaFacts& facts) {
+    // What is open is something that is seen or heard: readers of the record ask for no more, and
+    // take one that names no kind of media for none.
+    return isTime(facts.durationMs) && facts.kind != MediaKind::kUnknown;
+}
 bool isPossible(const EngineOpened& opened) {
-    return isTime(opened.facts.durationMs);
+    return isPossible(opened.facts);
 }
 bool isPossible(const EngineFacts& facts) {
-    return isTime(facts.facts.durationMs);
+    return isPossible(facts.facts);
 }
 bool isPossible(const EnginePosition& position) {
     return isTime(position.positionMs);

@@ -29,6 +29,23 @@ std::string typeOf(const std::string& file) {
     return found == kTypes.end() ? "application/octet-stream" : found->second;
 }
 
+/// What a radio station sends: between equal pieces of sound the title of what is heard.
+std::string radioBroadcast(const std::string& sound, const std::string& type) {
+    constexpr std::size_t kPiece = 16000;
+    std::string sent = "HTTP/1.0 200 OK\r\nContent-Type: " + type +
+                       "\r\nicy-name: Radio Test\r\nicy-metaint: " + std::to_string(kPiece) +
+                       "\r\n\r\n";
+    for (std::size_t at = 0; at < sound.size(); at += kPiece) {
+        sent += sound.substr(at, kPiece);
+        std::string title = at == 0        ? "StreamTitle='First Song';"
+                            : at == kPiece ? "StreamTitle='Second Song';"
+                                           : ""; // nothing new
+        title.resize((title.size() + 15) / 16 * 16);
+        sent += static_cast<char>(title.size() / 16) + title;
+    }
+    return sent;
+}
+
 } // namespace
 
 MediaServer::MediaServer(std::string folder, const std::string& certificate)
@@ -148,6 +165,8 @@ void MediaServer::answer(SoupServerMessage* message, const std::string& path) {
     } else if (manner == "stream" || manner == "whole" || manner == "chunked" || manner == "more" ||
                manner == "less") {
         answerWithoutRange(message, manner, content, typeOf(rest));
+    } else if (manner == "radio") {
+        send(message, radioBroadcast(content, typeOf(rest)), true);
     } else if (manner == "slow") {
         sendSlowly(message, "HTTP/1.1 200 OK\r\nContent-Type: " + typeOf(rest) +
                                 "\r\nContent-Length: " + std::to_string(content.size()) +

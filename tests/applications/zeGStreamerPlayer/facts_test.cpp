@@ -1,0 +1,189 @@
+// What the player tells about media, item by item, of real files that have it.
+
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "engine/gst_handles.h"
+#include "metadata/media_info.h"
+#include "support/case_name.h"
+#include "support/media_server.h"
+#include "support/recorded_player.h"
+#include "support/temporary_folder.h"
+
+namespace {
+
+using player::PlayerState;
+using player::Speed;
+
+/// The items of a media-info text, a line each.
+std::string itemsOf(std::string text) {
+    const std::string begin = "MetadataStr=";
+    EXPECT_EQ(text.rfind(begin, 0), 0u) << text;
+    text.erase(0, begin.size());
+    const std::string separator = player::kItemSeparator;
+    for (std::size_t at = text.find(separator); at != std::string::npos;
+         at = text.find(separator, at)) {
+        text.replace(at, separator.size(), "\n");
+    }
+    return text;
+}
+
+class WhatIsTold : public testing::Test {
+protected:
+    void open(const std::string& address) {
+        ASSERT_TRUE(player_.setMedia(address));
+        ASSERT_TRUE(player_->play(Speed()));
+        ASSERT_TRUE(player_.waitUntil([this] {
+            return player_.last().state == PlayerState::kFinished ||
+                   player_.last().state == PlayerState::kPlaying;
+        })) << player_.states();
+    }
+
+    std::string items() const { return itemsOf(player_.last().infoText); }
+
+    bool waitForItem(const std::string& item) {
+        return player_.waitUntil(
+            [this, &item] {
+                return ("\n" + items() + "\n").find("\n" + item + "\n") != std::string::npos;
+            },
+            test::seconds(15));
+    }
+
+    test::TemporaryFolder folder_;
+    test::RecordedPlayer player_{folder_.path()};
+};
+
+struct Known {
+    const char* file;
+    /// Every item of the text, a line each, of which the beginning is given: codecs are called
+    /// differently by different versions, and when the file was made is nobody's to say.
+    const char* items;
+};
+
+std::ostream& operator<<(std::ostream& out, const Known& known) {
+    return out << known.file;
+}
+
+class OfAFile : public WhatIsTold, public testing::WithParamInterface<Known> {};
+
+TEST_P(OfAFile, IsAllThatItSays) {
+    const test::MediaServer server(KETRA_TEST_MEDIA);
+    open(server.address(std::string("/good/") + GetParam().file));
+    std::istringstream expected(GetParam().items);
+    std::istringstream actual(items());
+    std::string item;
+    std::string told;
+    while (std::getline(expected, item)) {
+        std::getline(actual, told);
+        EXPECT_EQ(told.substr(0, item.size()), item) << items();
+    }
+    EXPECT_FALSE(std::getline(actual, told)) << told;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    WhatIsTold, OfAFile,
+    testing::Values(
+        Known{"film.mp4", "video/image_width:320\nvideo/image_height:180\nframe-rate:25000\n"
+                          "video-codec:Video Codec H.264\naudio-codec:Audio Codec MPEG-4 AAC\n"
+                          "index-existed:1\nnb-audio-track:1\nnb-program:1\nAudioChannel:Stereo\n"
+                          "sample-rate:44100\nbitrate:1\nyear:2\nVideoTrackID:0\nAudioTrackID:0\n"
+                          "title:film.mp4"},
+        Known{"languages.mkv",
+              "video/image_width:320\nvideo/image_height:180\nframe-rate:25000\n"
+              "video-codec:Video Codec H.264\naudio-codec:Audio Codec MPEG-4 AAC\n"
+              "index-existed:1\nnb-audio-track:2\nnb-program:1\nAudioChannel:Stereo\n"
+              "sample-rate:44100\nbitrate:1\nyear:2\nVideoTrackID:0\nAudioTrackID:0\n"
+              "title:languages.mkv"},
+        Known{"programs.ts", "video/image_width:320\nvideo/image_height:180\nframe-rate:25000\n"
+                             "video-codec:Video Codec H.264\nindex-existed:1\nnb-audio-track:0\n"
+                             "nb-program:2\nVideoTrackID:0\ntitle:programs.ts"},
+        Known{"song.mp3", "audio-codec:Audio Codec MPEG-1 Layer 3\nindex-existed:1\n"
+                          "nb-audio-track:1\nAudioChannel:Stereo\nsample-rate:44100\nbitrate:\n"
+                          "year:2021\nAudioTrackID:0\ntitle:Blue Hour\nalbum:First Light\n"
+                          "artist:The Testers"},
+        Known{"song.wav", "audio-codec:Audio Codec Uncompressed 16-bit PCM\nindex-existed:1\n"
+                          "nb-audio-track:1\nAudioChannel:Stereo\nsample-rate:44100\n"
+                          "bitrate:1411200\nAudioTrackID:0\ntitle:song.wav"},
+        Known{"camera.jpg", "video/image_width:200\nvideo/image_height:100\nimage-type:0\n"
+                            "year:2021\nImageHasDateTime:1\nImageYear:2021\nImageMonth:3\n"
+                            "ImageDate:4\nImageHour:5\nImageMinute:6\nImageSecond:7\n"
+                            "title:camera.jpg"},
+        Known{"photo.png", "video/image_width:200\nvideo/image_height:100\nimage-type:3\n"
+                           "ImageHasDateTime:0\ntitle:photo.png"},
+        Known{"photo.bmp", "video/image_width:200\nvideo/image_height:100\nimage-type:2\n"
+                           "ImageHasDateTime:0\ntitle:photo.bmp"}),
+    [](const auto& one) { return test::caseName(one.param.file); });
+
+/// Pictures of a kind that nothing here can make, as whole files.
+TEST_F(WhatIsTold, KnowsPicturesThatCleanUpAsTheyCome) {
+    constexpr char kInterlacedPng[] =
+        "89504e470d0a1a0a0000000d4948445200000001000000010802000001e77063480000000c4944415478"
+        "9c6360f8cf0000020201007b0981780000000049454e44ae426082";
+    constexpr char kProgressiveJpeg[] =
+        "ffd8ffe000104a46494600010100000100010000ffdb0043001b12141714111b1716171e1c1b2028422b"
+        "28252528513a3d3042605565645f555d5b6a7899816a7190735b5d85b586909ea3abadab6780bcc9baa6"
+        "c799a8aba4ffc2000b080008000801011100ffc400140001000000000000000000000000000000"
+        "05ffda00080101000000014fffc40014100100000000000000000000000000000000ffda000801010001"
+        "05027fffc40014100100000000000000000000000000000000ffda0008010100063f027fffc400141001"
+        "00000000000000000000000000000000ffda0008010100013f217fffda00080101000000107fffc40014"
+        "100100000000000000000000000000000000ffda0008010100013f107fffd9";
+    const auto write = [this](const std::string& name, const std::string& digits) {
+        std::ofstream file(folder_.path() + "/" + name, std::ios::binary);
+        for (std::size_t at = 0; at < digits.size(); at += 2) {
+            file << static_cast<char>(std::stoi(digits.substr(at, 2), nullptr, 16));
+        }
+    };
+    write("interlaced.png", kInterlacedPng);
+    write("progressive.jpg", kProgressiveJpeg);
+    const test::MediaServer server(folder_.path());
+    open(server.address("/good/interlaced.png"));
+    EXPECT_NE(items().find("image-type:4"), std::string::npos) << items();
+    open(server.address("/good/progressive.jpg"));
+    EXPECT_NE(items().find("image-type:1"), std::string::npos) << items();
+}
+
+TEST_F(WhatIsTold, FollowsTheTitlesOfARadioStation) {
+    const test::MediaServer server(KETRA_TEST_MEDIA);
+    open(server.address("/radio/song.aac"));
+    EXPECT_EQ(player_.last().track.protocolInfo, "http-get:*:audio/aac:*");
+    EXPECT_TRUE(waitForItem("title:First Song")) << items();
+    EXPECT_TRUE(waitForItem("title:Second Song")) << items();
+    EXPECT_EQ(player_.last().track.title, "Second Song");
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+}
+
+/// Runs a pipeline whose element "tags" writes the title of the whole.
+bool makeFile(const std::string& description, const char* title) {
+    const player::GstOwner<GstElement> pipeline(gst_parse_launch(description.c_str(), nullptr));
+    const player::GstOwner<GstElement> tags(gst_bin_get_by_name(GST_BIN(pipeline.get()), "tags"));
+    gst_tag_setter_add_tags(GST_TAG_SETTER(tags.get()), GST_TAG_MERGE_REPLACE, GST_TAG_TITLE, title,
+                            nullptr);
+    const player::GstOwner<GstBus> bus(gst_element_get_bus(pipeline.get()));
+    gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
+    const player::GstOwner<GstMessage> end(gst_bus_timed_pop_filtered(
+        bus.get(), 10 * GST_SECOND,
+        static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR)));
+    gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+    return end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS;
+}
+
+/// A film is not called what one of its sound tracks is.
+TEST_F(WhatIsTold, CallsAFilmWhatItsFileCallsIt) {
+    gst_init(nullptr, nullptr);
+    const auto withTracks = [this](const std::string& name) {
+        return "videotestsrc num-buffers=50 ! video/x-raw,width=64,height=64 ! vp8enc deadline=1 "
+               "! queue ! tags. audiotestsrc num-buffers=100 ! opusenc "
+               "! taginject tags=\"title=\\\"Commentary\\\"\" ! queue ! tags. "
+               "matroskamux name=tags ! filesink location=" +
+               folder_.path() + "/" + name;
+    };
+    ASSERT_TRUE(makeFile(withTracks("film.mkv"), "The Film"));
+    const test::MediaServer server(folder_.path());
+    open(server.address("/good/film.mkv"));
+    EXPECT_TRUE(waitForItem("title:The Film")) << items();
+}
+
+} // namespace
