@@ -7,8 +7,9 @@
 namespace push {
 namespace {
 
-/// Between two looks at normal speed, both times cut to seconds.
-constexpr int kUsualStep = 3;
+/// By how much the time that has passed may be too short: both positions are cut to seconds, and
+/// the renderer learns its player's once a second.
+constexpr int kUncertainSeconds = 2;
 
 } // namespace
 
@@ -24,19 +25,21 @@ std::optional<int> secondsOf(const std::string& time) {
     return static_cast<int>(hours * 3600 + minutes * 60 + seconds);
 }
 
-void PlayPosition::note(const PositionInfo& info, const std::string& speed) {
+void PlayPosition::note(const PositionInfo& info, const std::string& speed, Time now) {
     duration_ = secondsOf(info.duration).value_or(duration_);
     position_ = secondsOf(info.position).value_or(position_);
-    // Played fast it makes larger steps, the last of which nobody sees.
     constexpr int kFastest = 64;
-    step_ = kUsualStep * std::clamp(std::atoi(speed.c_str()), 1, kFastest);
+    speed_ = std::clamp(std::atoi(speed.c_str()), 1, kFastest);
+    seenAt_ = now;
 }
 
-std::optional<bool> PlayPosition::isAtEnd() const {
+std::optional<bool> PlayPosition::isAtEnd(Time now) const {
     if (duration_ == 0) {
         return std::nullopt;
     }
-    return position_ + step_ >= duration_;
+    // On a busy machine much is played between two looks.
+    const auto passed = std::chrono::ceil<std::chrono::seconds>(now - seenAt_).count();
+    return position_ + (passed + kUncertainSeconds) * speed_ >= duration_;
 }
 
 } // namespace push

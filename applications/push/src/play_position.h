@@ -1,6 +1,7 @@
 // How far the renderer has come with the file, from what it says now and then.
 #pragma once
 
+#include <chrono>
 #include <optional>
 
 #include "renderer.h"
@@ -9,16 +10,19 @@ namespace push {
 
 class PlayPosition {
 public:
-    /// What the renderer says while it plays, pauses or waits.
-    void note(const PositionInfo& info, const std::string& speed);
-    /// Whether it has come to the end, as far as that can be known between two looks; nothing when
-    /// the renderer tells no duration.
-    std::optional<bool> isAtEnd() const;
+    using Time = std::chrono::steady_clock::time_point;
+
+    /// What the renderer says now, while it plays, pauses or waits.
+    void note(const PositionInfo& info, const std::string& speed, Time now);
+    /// Whether a renderer that has stopped by now may have come to the end since the last look;
+    /// nothing when it tells no duration.
+    std::optional<bool> isAtEnd(Time now) const;
 
 private:
     int duration_ = 0; ///< seconds; 0: not known
     int position_ = 0;
-    int step_ = 0; ///< at most, between two looks
+    int speed_ = 1;
+    Time seenAt_{};
 };
 
 /// Seconds of "H:MM:SS", a fraction left out; nothing for other texts.

@@ -3,6 +3,8 @@
 #include "didl.h"
 #include "printable.h"
 
+#include <chrono>
+
 namespace push {
 namespace {
 
@@ -128,7 +130,7 @@ std::optional<ExitCode> PushSession::lookOnce(bool keepPhoto) {
     }
     const bool isActive = transport.state != "STOPPED" && transport.state != "NO_MEDIA_PRESENT";
     if (isOurs && isActive) {
-        position_.note(position, transport.speed);
+        position_.note(position, transport.speed, std::chrono::steady_clock::now());
     }
     return judge(transport, keepPhoto);
 }
@@ -168,7 +170,8 @@ std::optional<ExitCode> PushSession::judgeStopped(const TransportInfo& transport
     }
     if (wasPlaying_ || (wasActive_ && served.reachedEnd)) {
         // A short file has been fetched to its end long before it has been played.
-        const bool isDone = position_.isAtEnd().value_or(served.reachedEnd);
+        const bool isDone =
+            position_.isAtEnd(std::chrono::steady_clock::now()).value_or(served.reachedEnd);
         progress_.say(isDone ? "Done." : "Stopped on the television.");
         return ExitCode::kDone;
     }
