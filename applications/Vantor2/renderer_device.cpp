@@ -13,6 +13,9 @@ namespace {
 
 // DLNA's upper bound for LastChange; what happens within it is gathered.
 constexpr std::chrono::milliseconds kModeration{200};
+// A film on a server of the house plays sooner. A message about its opening would keep back the one
+// that it plays for the rest of the interval.
+constexpr std::chrono::milliseconds kPassing{100};
 
 // The page has no scripts; whatever a title might smuggle in is not run either.
 constexpr const char* kPagePolicy =
@@ -36,6 +39,15 @@ EventSource lastChangeSource(const char* eventNamespace,
     return source;
 }
 
+EventSource transportSource(const Transport& transport) {
+    EventSource source = lastChangeSource(kAvTransportEvents, [&](const EventPeer& peer) {
+        return avTransportVariables(transport.view({peer.address, peer.userAgent}));
+    });
+    source.isPassing = isTransportPassing;
+    source.hold = kPassing;
+    return source;
+}
+
 } // namespace
 
 RendererDevice::RendererDevice(const DeviceIdentity& identity, const RendererClock& clock,
@@ -54,13 +66,7 @@ RendererDevice::RendererDevice(const DeviceIdentity& identity, const RendererClo
       rendering_(permission_, sound, [this] { renderingChanged(); }),
       notify_(limits.subscriptions, limits.eventPatience),
       quota_(limits.subscriptionsPerHost, limits.subscriptions),
-      transportEvents_(
-          notify_, quota_,
-          lastChangeSource(
-              kAvTransportEvents,
-              [this](const EventPeer& peer) {
-                  return avTransportVariables(transport_.view({peer.address, peer.userAgent}));
-              })),
+      transportEvents_(notify_, quota_, transportSource(transport_)),
       renderingEvents_(notify_, quota_,
                        lastChangeSource(kRenderingControlEvents,
                                         [this](const EventPeer&) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <optional>
 
 #include "base/stranger_log.h"
 #include "base/xml.h"
@@ -61,9 +62,10 @@ struct EventPublisher::Subscription {
     std::size_t addressesTried = 0;
     std::unique_ptr<NotifySender::Delivery> delivery;
     TimePoint expiry;
-    TimePoint quietUntil; // no further message before this time
-    bool begun = false;   // the initial event was sent
-    bool busy = false;    // a message is on its way
+    TimePoint quietUntil;               // no further message before this time
+    std::optional<TimePoint> heldSince; // the first passing change that it was not told of
+    bool begun = false;                 // the initial event was sent
+    bool busy = false;                  // a message is on its way
     unsigned failures = 0;
     std::shared_ptr<const EventState> told;
 
@@ -232,6 +234,7 @@ void EventPublisher::send(Subscription& subscription, State now, Body body) {
     subscription.body = std::move(body);
     subscription.addressesTried = 0;
     subscription.quietUntil = Clock::now() + source_.interval;
+    subscription.heldSince.reset();
     deliver(subscription);
 }
 
@@ -298,22 +301,34 @@ void EventPublisher::flush(Round& round, Subscription& subscription) {
     if (state == subscription.told) {
         return;
     }
-    Body& body = round.bodies[{subscription.told, state}];
-    if (!body) {
-        const EventState changed = difference(*subscription.told, *state);
-        if (changed.empty()) {
-            return;
-        }
-        if (subscription.quietUntil <= round.now) {
-            body =
-                std::make_shared<const std::string>(writePropertySet(source_.properties(changed)));
-        }
-    }
-    if (subscription.quietUntil > round.now) {
-        armModeration(subscription.quietUntil);
+    const EventState changed = difference(*subscription.told, *state);
+    if (changed.empty()) {
+        subscription.heldSince.reset();
         return;
     }
+    const TimePoint due = dueTime(subscription, round.now, changed, *state);
+    if (due > round.now) {
+        armModeration(due);
+        return;
+    }
+    Body& body = round.bodies[{subscription.told, state}];
+    if (!body) {
+        body = std::make_shared<const std::string>(writePropertySet(source_.properties(changed)));
+    }
     send(subscription, std::move(state), body);
+}
+
+// When a subscriber may be told of a change that it does not know yet.
+EventPublisher::TimePoint EventPublisher::dueTime(Subscription& subscription, TimePoint now,
+                                                  const EventState& changed,
+                                                  const EventState& state) const {
+    if (!source_.isPassing || !source_.isPassing(changed, state)) {
+        return subscription.quietUntil;
+    }
+    if (!subscription.heldSince) {
+        subscription.heldSince = now;
+    }
+    return std::max(subscription.quietUntil, *subscription.heldSince + source_.hold);
 }
 
 // One timer for all, at the nearest time.

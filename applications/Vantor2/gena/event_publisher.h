@@ -36,6 +36,10 @@ struct EventSource {
     std::function<EventState(const EventState& changed)> properties;
     /// The shortest time between two messages to a subscriber; 0: none.
     std::chrono::milliseconds interval{0};
+    /// Whether this change of the state to `now` will be followed by another one at once, with
+    /// which it may be told; null: never. Not for longer than `hold`, which is within `interval`.
+    std::function<bool(const EventState& changed, const EventState& now)> isPassing = nullptr;
+    std::chrono::milliseconds hold{0};
 };
 
 /// How many subscriptions there may be over all services.
@@ -98,6 +102,8 @@ private:
     void remove(const std::string& sid);
     void flush();
     void flush(Round& round, Subscription& subscription);
+    TimePoint dueTime(Subscription& subscription, TimePoint now, const EventState& changed,
+                      const EventState& state) const;
     void armModeration(TimePoint when);
     void expire();
     void armExpiry();

@@ -1,5 +1,7 @@
 #include "services/renderer_services.h"
 
+#include <algorithm>
+
 #include "base/time_text.h"
 
 namespace vantor {
@@ -100,6 +102,12 @@ void addReadingActions(ActionTable& table, Transport& transport) {
     });
 }
 
+const std::string* find(const StateVariables& variables, std::string_view name) {
+    const auto found = std::find_if(variables.begin(), variables.end(),
+                                    [&](const auto& variable) { return variable.first == name; });
+    return found == variables.end() ? nullptr : &found->second;
+}
+
 } // namespace
 
 ActionTable avTransportActions(Transport& transport) {
@@ -165,6 +173,20 @@ StateVariables avTransportVariables(const TransportView& view) {
         {"NextAVTransportURIMetaData", view.nextMetadata},
         {"CurrentTransportActions", view.possibleActions()},
     };
+}
+
+bool isTransportPassing(const StateVariables& changed, const StateVariables& now) {
+    const std::string* state = find(now, "TransportState");
+    if (state == nullptr) {
+        return false;
+    }
+    if (find(changed, "TransportStatus") != nullptr) {
+        return false; // a failure, or its end
+    }
+    const bool stays = find(changed, "TransportState") == nullptr;
+    const bool taken = find(changed, "AVTransportURI") != nullptr;
+    return *state == transportStateText(TransportState::transitioning) ||
+           (*state == transportStateText(TransportState::stopped) && (stays || taken));
 }
 
 } // namespace vantor

@@ -261,6 +261,71 @@ TEST_F(Events, OfAQuietTransportLeaveAtOnceAndNoOftenerThanTheInterval) {
     }
 }
 
+TEST_F(Events, TellOfANewMediaTogetherWithItsPlaying) {
+    Subscriber subscriber;
+    subscribe(subscriber);
+    ASSERT_TRUE(subscriber.waitFor(1));
+    letTheIntervalPass(subscriber.events[0]);
+    play("http://127.0.0.1:9/a.mp4");
+    report(5);
+    report(4);
+    ASSERT_TRUE(subscriber.waitFor(2));
+    EXPECT_TRUE(subscriber.events[1].says("TransportState", "PLAYING"));
+    EXPECT_TRUE(subscriber.events[1].says("AVTransportURI", "http://127.0.0.1:9/a.mp4"));
+    EXPECT_FALSE(subscriber.waitFor(3, milliseconds(300)));
+}
+
+TEST_F(Events, TellOfTheSameMediaTogetherWithItsPlaying) {
+    PlayerReport ended;
+    ended.state = 1;
+    ended.durationSec = 60;
+    ended.protocolInfo = "http-get:*:video/mp4:*";
+    play("http://127.0.0.1:9/a.mp4");
+    report(5);
+    report(4);
+    device->transport().playerChanged(ended);
+    Subscriber subscriber;
+    subscribe(subscriber);
+    ASSERT_TRUE(subscriber.waitFor(1));
+    EXPECT_TRUE(subscriber.events[0].says("CurrentTrackDuration", "0:01:00"));
+    letTheIntervalPass(subscriber.events[0]);
+    play("http://127.0.0.1:9/a.mp4");
+    report(5);
+    report(4);
+    ASSERT_TRUE(subscriber.waitFor(2));
+    EXPECT_TRUE(subscriber.events[1].says("TransportState", "PLAYING"));
+    EXPECT_FALSE(subscriber.waitFor(3, milliseconds(300)));
+}
+
+TEST_F(Events, TellOfAMediaThatTakesItsTimeToOpen) {
+    Subscriber subscriber;
+    subscribe(subscriber);
+    ASSERT_TRUE(subscriber.waitFor(1));
+    letTheIntervalPass(subscriber.events[0]);
+    play("http://127.0.0.1:9/a.mp4");
+    ASSERT_TRUE(subscriber.waitFor(2));
+    EXPECT_TRUE(subscriber.events[1].says("TransportState", "TRANSITIONING"));
+    report(4);
+    ASSERT_TRUE(subscriber.waitFor(3));
+    EXPECT_TRUE(subscriber.events[2].says("TransportState", "PLAYING"));
+}
+
+TEST_F(Events, TellOfAFailureTogetherWithTheMedia) {
+    Subscriber subscriber;
+    subscribe(subscriber);
+    ASSERT_TRUE(subscriber.waitFor(1));
+    letTheIntervalPass(subscriber.events[0]);
+    play("http://127.0.0.1:9/a.mp4");
+    PlayerReport lost;
+    lost.state = 1;
+    lost.errorCode = 120;
+    report(5);
+    device->transport().playerChanged(lost);
+    ASSERT_TRUE(subscriber.waitFor(2));
+    EXPECT_TRUE(subscriber.events[1].says("TransportStatus", "ERROR_OCCURRED"));
+    EXPECT_TRUE(subscriber.events[1].says("AVTransportURI", "http://127.0.0.1:9/a.mp4"));
+}
+
 TEST_F(Events, DoNotTellPositions) {
     play("http://127.0.0.1:9/a.mp4");
     report(4);
