@@ -1,8 +1,4 @@
-"""Figures of the whole road, inside with-world: measure.py BUILD_FOLDER SCRATCH_FOLDER.
-
-Beside each figure stands that of two other renderers, measured once on a machine like the one that
-this was written on (2 cores, Debian 12): rygel 0.42.1 and gmediarender 0.1.
-"""
+"""Figures of the whole road, inside with-world: measure.py BUILD_FOLDER SCRATCH_FOLDER."""
 
 import http.client
 import os
@@ -99,10 +95,10 @@ def proportional_memory(process):
     return int(re.search(r"(?m)^Pss:\s+(\d+)", text).group(1)) / 1024
 
 
-def show(what, values, unit, others):
+def show(what, values, unit):
     middle = statistics.median(values)
     low, high = min(values), max(values)
-    print(f"{what:<52}{middle:8.1f} {unit:<4}({low:.1f}..{high:.1f})   {others}", flush=True)
+    print(f"{what:<52}{middle:8.1f} {unit:<4}({low:.1f}..{high:.1f})", flush=True)
 
 
 class Measurement:
@@ -167,21 +163,12 @@ class Measurement:
     def print(self):
         f = self.figures
         print(f"median (min..max) of {ROUNDS} rounds, SetAVTransportURI of {CALLS} calls\n")
-        show("TV started until MediaRenderer announced", f["start"], "ms",
-             "daemon alone: rygel 1161, gmediarender 34")
-        show("SetAVTransportURI answered, kept connection", f["set"], "ms",
-             "rygel 3.4, gmediarender 1.0")
-        show("SetAVTransportURI + Play until MM_START_PLAY", f["play"], "ms",
-             "until PLAYING is reported: rygel 38")
+        show("TV started until MediaRenderer announced", f["start"], "ms")
+        show("SetAVTransportURI answered, kept connection", f["set"], "ms")
+        show("SetAVTransportURI + Play until MM_START_PLAY", f["play"], "ms")
         for when in ("idle", "playing"):
             for program in ("ketra-tv", "Vantor2", "zeGStreamerPlayer"):
-                others = ""
-                if program == "zeGStreamerPlayer":
-                    others = {
-                        "idle": "whole renderer: rygel 20.0, gmediarender 11.5",
-                        "playing": "whole renderer: rygel 101, gmediarender 125",
-                    }[when]
-                show(f"memory (PSS) of {program}, {when}", f[f"{program} {when}"], "MiB", others)
+                show(f"memory (PSS) of {program}, {when}", f[f"{program} {when}"], "MiB")
 
 
 def main():
