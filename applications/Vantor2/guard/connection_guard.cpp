@@ -39,6 +39,18 @@ bool isContentLengthSound(SoupMessageHeaders* headers) {
            soup_message_headers_get_list(headers, "Transfer-Encoding") == nullptr;
 }
 
+// Before libsoup's own source of the connection. It may be left in place while it is called: taking
+// it out and in again, as GLib does otherwise, costs two calls of the system for every request.
+guint watchFor(int fd, int condition, GUnixFDSourceFunc called, gpointer data) {
+    GSource* source = g_unix_fd_source_new(fd, static_cast<GIOCondition>(condition));
+    g_source_set_priority(source, G_PRIORITY_DEFAULT - 1);
+    g_source_set_can_recurse(source, TRUE);
+    g_source_set_callback(source, G_SOURCE_FUNC(called), data, nullptr);
+    const guint id = g_source_attach(source, nullptr);
+    g_source_unref(source);
+    return id;
+}
+
 // A peer that has reset the connection already has no address any more.
 bool isConnected(int fd) {
     sockaddr_storage peer{};
@@ -268,14 +280,13 @@ void ConnectionGuard::requestFinished(SoupServerMessage* message) {
     connection->deadline = connection->since + limits_.idle;
     arm(connection->deadline);
     // Before libsoup's own source sees the end: afterwards stealing the connection would crash.
-    connection->watch = g_unix_fd_add_full(
-        G_PRIORITY_DEFAULT - 1, connection->fd,
-        static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
+    connection->watch = watchFor(
+        connection->fd, G_IO_IN | G_IO_HUP | G_IO_ERR,
         [](gint, GIOCondition, gpointer data) -> gboolean {
             auto* self = static_cast<Connection*>(data);
             return self->guard->idleReadable(*self);
         },
-        connection, nullptr);
+        connection);
 }
 
 // Something arrived on an idle connection: its end, or the first bytes of a request.
@@ -296,15 +307,15 @@ gboolean ConnectionGuard::idleReadable(Connection& connection) {
     connection.since = Clock::now();
     connection.deadline = connection.since + limits_.head;
     arm(connection.deadline);
-    connection.watch = g_unix_fd_add_full(
-        G_PRIORITY_DEFAULT - 1, connection.fd, static_cast<GIOCondition>(G_IO_HUP | G_IO_ERR),
+    connection.watch = watchFor(
+        connection.fd, G_IO_HUP | G_IO_ERR,
         [](gint, GIOCondition, gpointer data) -> gboolean {
             auto* self = static_cast<Connection*>(data);
             self->watch = 0;
             self->guard->lostBeforeLine(*self);
             return G_SOURCE_REMOVE;
         },
-        &connection, nullptr);
+        &connection);
     return G_SOURCE_REMOVE;
 }
 
