@@ -3,10 +3,12 @@
 #include <string>
 
 #include "base/authority.h"
+#include "base/xml.h"
 #include "check.h"
 #include "input.h"
 #include "playlists/container_browser.h"
 #include "renderer/container_address.h"
+#include "renderer/didl.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace vantor;
@@ -23,7 +25,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                    service->control.find("@192.0.2.1") != std::string::npos);
         FUZZ_CHECK(service->type.find_first_of("\r\n") == std::string::npos);
     }
-    (void)browseResult(text); // any text may be one; what it holds is another target's business
+    if (const auto answer = browseAnswer(text)) { // what it holds is another target's business
+        FUZZ_CHECK(answer->returned <= kMostItems && answer->total <= kMostItems);
+    }
+    const std::string joined = joinedDidl({text, text});
+    FUZZ_CHECK(joined.empty() || parseStrictXml(joined));
     (void)canonicalHost(text);
     return 0;
 }

@@ -100,6 +100,15 @@ std::string nodeText(const xmlNode* node) {
     return text;
 }
 
+std::string documentText(xmlDoc* document) {
+    xmlBuffer* buffer = xmlBufferCreate();
+    xmlNodeDump(buffer, document, xmlDocGetRootElement(document), 0, 0);
+    std::string text(reinterpret_cast<const char*>(xmlBufferContent(buffer)),
+                     static_cast<std::size_t>(xmlBufferLength(buffer)));
+    xmlBufferFree(buffer);
+    return text;
+}
+
 std::string escapeXml(std::string_view text) {
     std::string out;
     out.reserve(text.size() + text.size() / 8);

@@ -31,6 +31,9 @@ std::string_view nodeNamespace(const xmlNode* node);
 /// All text inside.
 std::string nodeText(const xmlNode* node);
 
+/// The document's root element as XML.
+std::string documentText(xmlDoc* document);
+
 /// Text for element content. Characters that XML 1.0 cannot carry and bytes that are not UTF-8
 /// become U+FFFD.
 std::string escapeXml(std::string_view text);

@@ -1,5 +1,7 @@
 #include "playlists/container_browser.h"
 
+#include <algorithm>
+#include <charconv>
 #include <string_view>
 #include <utility>
 
@@ -10,6 +12,16 @@
 namespace vantor {
 
 namespace {
+
+// Servers tell as few as ten children at once, whatever they are asked for; one that tells fewer
+// gets no more than so many questions.
+constexpr std::size_t kMostPieces = 100;
+// What is asked for at once: with long descriptions still well below the longest answer.
+constexpr std::size_t kPiece = 100;
+// All pieces together: as long as a playlist may be, and as many items.
+constexpr std::size_t kLongestDidl = 1024 * 1024;
+// What was told by then is played. The viewer has been waiting since the server was looked for.
+constexpr std::chrono::seconds kLongestBrowse{10};
 
 std::string textOf(const xmlNode* parent, std::string_view name) {
     for (xmlNode* node = firstElement(parent); node != nullptr; node = elementFrom(node->next)) {
@@ -46,19 +58,27 @@ bool isOnSameHost(const std::string& left, const std::string& right) {
     return same;
 }
 
-std::string browseBody(const ContainerAddress& address, const std::string& serviceType) {
+std::string browseBody(const ContainerAddress& address, const std::string& serviceType,
+                       std::size_t first, std::size_t count) {
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
            "<s:Envelope xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\" "
            "s:encodingStyle=\"http://schemas.xmlsoap.org/soap/encoding/\"><s:Body>"
            "<u:Browse xmlns:u=\"" +
            escapeXml(serviceType) + "\"><ObjectID>" + escapeXml(address.containerId) +
            "</ObjectID><BrowseFlag>BrowseDirectChildren</BrowseFlag><Filter>*</Filter>"
-           "<StartingIndex>0</StartingIndex><RequestedCount>" +
-           std::to_string(kMostItems) + "</RequestedCount><SortCriteria>" +
-           escapeXml(address.sortCriteria) + "</SortCriteria></u:Browse></s:Body></s:Envelope>\n";
+           "<StartingIndex>" +
+           std::to_string(first) + "</StartingIndex><RequestedCount>" + std::to_string(count) +
+           "</RequestedCount><SortCriteria>" + escapeXml(address.sortCriteria) +
+           "</SortCriteria></u:Browse></s:Body></s:Envelope>\n";
 }
 
 } // namespace
+
+ContainerBrowser::ContainerBrowser(OwnAddresses ownAddresses)
+    : search_(std::move(ownAddresses)), limit_([this] {
+          transfer_.giveUp();
+          finish();
+      }) {}
 
 void ContainerBrowser::browse(const ContainerAddress& address, Done done) {
     giveUp();
@@ -68,7 +88,7 @@ void ContainerBrowser::browse(const ContainerAddress& address, Done done) {
         if (location) {
             describe(*location);
         } else {
-            finish(std::nullopt);
+            finish();
         }
     });
 }
@@ -76,6 +96,9 @@ void ContainerBrowser::browse(const ContainerAddress& address, Done done) {
 void ContainerBrowser::giveUp() {
     search_.giveUp();
     transfer_.giveUp();
+    limit_.stop();
+    pieces_.clear();
+    next_ = 0;
     done_ = nullptr;
 }
 
@@ -85,34 +108,61 @@ void ContainerBrowser::describe(const std::string& location) {
                         const auto service =
                             description ? findService(*description, location, address_.serviceId)
                                         : std::nullopt;
-                        if (service) {
-                            ask(service->control, service->type);
-                        } else {
-                            finish(std::nullopt);
+                        if (!service) {
+                            finish();
+                            return;
                         }
+                        service_ = *service;
+                        limit_.start(kLongestBrowse);
+                        ask();
                     });
 }
 
-void ContainerBrowser::ask(const std::string& control, const std::string& serviceType) {
-    GObjectPtr<SoupMessage> message(soup_message_new("POST", control.c_str()));
+void ContainerBrowser::ask() {
+    GObjectPtr<SoupMessage> message(soup_message_new("POST", service_.control.c_str()));
     if (message) {
-        const std::string body = browseBody(address_, serviceType);
+        const std::string body =
+            browseBody(address_, service_.type, next_, std::min(kPiece, kMostItems - next_));
         soup_message_headers_append(soup_message_get_request_headers(message.get()), "SOAPACTION",
-                                    ("\"" + serviceType + "#Browse\"").c_str());
+                                    ("\"" + service_.type + "#Browse\"").c_str());
         GBytes* bytes = g_bytes_new(body.data(), body.size());
         soup_message_set_request_body_from_bytes(message.get(), "text/xml; charset=\"utf-8\"",
                                                  bytes);
         g_bytes_unref(bytes);
     }
-    transfer_.start(std::move(message), [this](const std::optional<std::string>& answer) {
-        finish(answer ? browseResult(*answer) : std::nullopt);
-    });
+    transfer_.start(std::move(message),
+                    [this](const std::optional<std::string>& answer) { answered(answer); });
 }
 
-void ContainerBrowser::finish(const std::optional<std::string>& didl) {
+void ContainerBrowser::answered(const std::optional<std::string>& answer) {
+    const auto piece = answer ? browseAnswer(*answer) : std::nullopt;
+    std::size_t length = piece ? piece->didl.size() : 0;
+    for (const std::string& earlier : pieces_) {
+        length += earlier.size();
+    }
+    // A server that tells the same again and again does not know where it was asked to begin.
+    const bool news = piece && (pieces_.empty() || piece->didl != pieces_.back());
+    if (!news || length > kLongestDidl) {
+        finish();
+        return;
+    }
+    pieces_.push_back(piece->didl);
+    next_ += piece->returned;
+    const bool more =
+        piece->returned > 0 && next_ < kMostItems && (piece->total == 0 || next_ < piece->total);
+    if (more && pieces_.size() < kMostPieces) {
+        ask();
+    } else {
+        finish();
+    }
+}
+
+void ContainerBrowser::finish() {
+    limit_.stop();
     const Done done = std::exchange(done_, nullptr);
+    const std::vector<std::string> pieces = std::exchange(pieces_, {});
     if (done) {
-        done(didl);
+        done(pieces.empty() ? std::nullopt : std::optional<std::string>(joinedDidl(pieces)));
     }
 }
 
@@ -141,13 +191,51 @@ std::optional<FoundService> findService(const std::string& description, const st
                                                           : std::nullopt;
 }
 
-std::optional<std::string> browseResult(const std::string& answer) {
-    const XmlDocument document = parseStrictXml(answer);
-    const xmlNode* result =
-        document ? findInside(xmlDocGetRootElement(document.get()),
-                              [](const xmlNode* node) { return nodeName(node) == "Result"; })
-                 : nullptr;
-    return result != nullptr ? std::optional<std::string>(nodeText(result)) : std::nullopt;
+std::optional<BrowseAnswer> browseAnswer(const std::string& text) {
+    const XmlDocument document = parseStrictXml(text);
+    const xmlNode* response =
+        document
+            ? findInside(xmlDocGetRootElement(document.get()),
+                         [](const xmlNode* node) { return nodeName(node) == "BrowseResponse"; })
+            : nullptr;
+    const auto has = [&](std::string_view name) {
+        return findInside(response, [&](const xmlNode* node) { return nodeName(node) == name; });
+    };
+    const xmlNode* result = response != nullptr ? has("Result") : nullptr;
+    if (result == nullptr) {
+        return std::nullopt;
+    }
+    const auto number = [&](std::string_view name) {
+        const std::string digits = textOf(response, name);
+        std::size_t value = 0;
+        std::from_chars(digits.data(), digits.data() + digits.size(), value);
+        return std::min(value, kMostItems);
+    };
+    return BrowseAnswer{nodeText(result), number("NumberReturned"), number("TotalMatches")};
+}
+
+std::string joinedDidl(const std::vector<std::string>& documents) {
+    if (documents.size() == 1) {
+        return documents.front();
+    }
+    XmlDocument whole;
+    for (const std::string& text : documents) {
+        XmlDocument piece = parseStrictXml(text);
+        if (!piece) {
+            continue;
+        }
+        if (!whole) {
+            whole = std::move(piece);
+            continue;
+        }
+        xmlNode* root = xmlDocGetRootElement(whole.get());
+        for (xmlNode* node = firstElement(xmlDocGetRootElement(piece.get())); node != nullptr;
+             node = elementFrom(node->next)) {
+            xmlAddChild(root, xmlDocCopyNode(node, whole.get(), 1));
+        }
+        xmlReconciliateNs(whole.get(), root);
+    }
+    return whole ? documentText(whole.get()) : std::string();
 }
 
 } // namespace vantor

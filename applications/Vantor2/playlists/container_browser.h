@@ -7,6 +7,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "http/http_transfer.h"
 #include "playlists/server_search.h"
@@ -14,37 +15,54 @@
 
 namespace vantor {
 
+/// A service in a device description.
+struct FoundService {
+    std::string control;
+    std::string type;
+};
+
 class ContainerBrowser {
 public:
-    explicit ContainerBrowser(OwnAddresses ownAddresses) : search_(std::move(ownAddresses)) {}
+    explicit ContainerBrowser(OwnAddresses ownAddresses);
 
-    /// The container's items as DIDL-Lite, as many as the server tells at once; nothing when that
-    /// fails at any point. Gives up an earlier one.
+    /// The container's items as one DIDL-Lite document, at most kMostItems children of it, asked
+    /// for piece by piece; what was told when a later piece does not come. Nothing when the first
+    /// one does not. Gives up an earlier one.
     using Done = std::function<void(const std::optional<std::string>& didl)>;
     void browse(const ContainerAddress& address, Done done);
     void giveUp();
 
 private:
     void describe(const std::string& location);
-    void ask(const std::string& control, const std::string& serviceType);
-    void finish(const std::optional<std::string>& didl);
+    void ask();
+    void answered(const std::optional<std::string>& answer);
+    void finish();
 
     ServerSearch search_;
     HttpTransfer transfer_;
     ContainerAddress address_;
     Done done_;
+    FoundService service_;
+    std::vector<std::string> pieces_;
+    std::size_t next_ = 0; // index of the first child that was not told yet
+    Timer limit_;
 };
 
 /// Control address and type of a service in a device description that was read from `location`;
 /// nothing when it is not there, or its control address is on another host. Pure.
-struct FoundService {
-    std::string control;
-    std::string type;
-};
 std::optional<FoundService> findService(const std::string& description, const std::string& location,
                                         const std::string& serviceId);
 
-/// The Result of a Browse answer; nothing when there is none. Pure.
-std::optional<std::string> browseResult(const std::string& answer);
+/// What a Browse answer says; nothing when it has no Result. Pure.
+struct BrowseAnswer {
+    std::string didl;
+    std::size_t returned = 0; ///< children in it
+    std::size_t total = 0;    ///< children of the container; 0: the server does not know
+};
+std::optional<BrowseAnswer> browseAnswer(const std::string& text);
+
+/// One document of several, with what stands in their roots; the first one's root is kept. Those
+/// that are no well-formed documents are left out. Pure.
+std::string joinedDidl(const std::vector<std::string>& documents);
 
 } // namespace vantor

@@ -75,15 +75,6 @@ void consider(Subtitle& subtitle, const std::string& uri, bool isResource) {
     }
 }
 
-std::string textOf(xmlDoc* document) {
-    xmlBuffer* buffer = xmlBufferCreate();
-    xmlNodeDump(buffer, document, xmlDocGetRootElement(document), 0, 0);
-    std::string text(reinterpret_cast<const char*>(xmlBufferContent(buffer)),
-                     static_cast<std::size_t>(xmlBufferLength(buffer)));
-    xmlBufferFree(buffer);
-    return text;
-}
-
 // The namespaces of the document it came from around the item.
 std::string documentOf(xmlNode* root, xmlNode* item, const Subtitle& subtitle) {
     const XmlDocument document(xmlNewDoc(BAD_CAST "1.0"));
@@ -100,7 +91,7 @@ std::string documentOf(xmlNode* root, xmlNode* item, const Subtitle& subtitle) {
         xmlNewProp(resource, BAD_CAST "protocolInfo", BAD_CAST "http-get:*:text/srt:*");
     }
     xmlReconciliateNs(document.get(), newRoot);
-    return textOf(document.get());
+    return documentText(document.get());
 }
 
 MediaItem readItem(xmlNode* root, xmlNode* item) {

@@ -79,6 +79,38 @@ TEST(AMediaServersDescription, LeadsToItsDirectory) {
     EXPECT_FALSE(findService("<root>", here, kServiceId));
 }
 
+TEST(ABrowseAnswer, TellsItsPieceAndHowMuchThereIs) {
+    const auto answer = browseAnswer("<E><B><u:BrowseResponse xmlns:u=\"urn:x\"><Result>&lt;a/&gt;"
+                                     "</Result><NumberReturned>20</NumberReturned><TotalMatches>70"
+                                     "</TotalMatches></u:BrowseResponse></B></E>");
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->didl, "<a/>");
+    EXPECT_EQ(answer->returned, 20u);
+    EXPECT_EQ(answer->total, 70u);
+    EXPECT_FALSE(browseAnswer("<E><Fault/></E>"));
+    EXPECT_FALSE(browseAnswer("<E><BrowseResponse/></E>"));
+    EXPECT_EQ(
+        browseAnswer("<E><BrowseResponse><Result/><NumberReturned>-1</NumberReturned>"
+                     "<TotalMatches>99999999999999999999999</TotalMatches></BrowseResponse></E>")
+            ->returned,
+        0u);
+}
+
+TEST(JoinedDescriptions, KeepTheirItemsAndNamespaces) {
+    const std::string joined = joinedDidl(
+        {"<DIDL-Lite xmlns=\"urn:d\" xmlns:dc=\"urn:c\"><item id=\"1\"><dc:title>A</dc:title>"
+         "<res>http://a/1.mp3</res></item></DIDL-Lite>",
+         "<broken>",
+         "<x:DIDL-Lite xmlns:x=\"urn:d\" xmlns:c=\"urn:c\"><x:item id=\"2\"><c:title>B</c:title>"
+         "<x:res>http://a/2.mp3</x:res></x:item></x:DIDL-Lite>"});
+    const auto tracks = readPlaylist(joined, "http://a/", "");
+    ASSERT_EQ(tracks.size(), 2u) << joined;
+    EXPECT_EQ(tracks[0].uri, "http://a/1.mp3");
+    EXPECT_EQ(tracks[1].info.title, "B");
+    EXPECT_EQ(tracks[1].id, "2");
+    EXPECT_EQ(joinedDidl({"<broken>", "<broken>"}), "");
+}
+
 /// Answers searches and requests on 127.0.0.1, each request on a connection of its own.
 class MediaServer {
 public:
@@ -138,8 +170,14 @@ public:
     }
 
     std::string location;
-    std::string announced; ///< instead of the location, when not empty
-    std::string browsed;   ///< the body of the Browse request
+    std::string announced;     ///< instead of the location, when not empty
+    std::string browsed;       ///< the latest Browse request
+    std::size_t questions = 0; ///< Browse requests
+    std::size_t children = 1;  ///< of the container, the first one's id is 7
+    std::size_t atOnce = 10;   ///< told in one answer
+    bool tellsTotal = true;
+    bool alwaysFromTheStart = false;
+    std::size_t silentFrom = 99999; ///< the first child that it is never heard to tell
 
 private:
     void answerSearches() {
@@ -165,12 +203,14 @@ private:
             body = description("/control");
         } else if (request.find("</s:Envelope>") != std::string::npos) {
             browsed = request;
-            body = "<s:Envelope xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\"><s:Body>"
-                   "<u:BrowseResponse xmlns:u=\"urn:x\"><Result>&lt;DIDL-Lite&gt;&lt;item id=\"7\""
-                   "&gt;&lt;res&gt;http://127.0.0.1:9/7.mp3&lt;/res&gt;&lt;/item&gt;"
-                   "&lt;/DIDL-Lite&gt;</Result></u:BrowseResponse></s:Body></s:Envelope>";
+            ++questions;
+            body = browseResponse(alwaysFromTheStart ? 0 : numberIn("StartingIndex"));
         } else {
             return; // not whole yet
+        }
+        if (body.empty()) {
+            shutdown(fd, SHUT_RDWR);
+            return;
         }
         const std::string answer =
             "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(body.size()) +
@@ -178,6 +218,29 @@ private:
         EXPECT_EQ(send(fd, answer.data(), answer.size(), MSG_NOSIGNAL),
                   static_cast<ssize_t>(answer.size()));
         shutdown(fd, SHUT_WR);
+    }
+    std::size_t numberIn(const std::string& argument) const {
+        const std::size_t at = browsed.find("<" + argument + ">");
+        return at == std::string::npos ? 99999
+                                       : std::stoul(browsed.substr(at + argument.size() + 2));
+    }
+    std::string browseResponse(std::size_t first) const {
+        const std::size_t count =
+            std::min({atOnce, children - std::min(first, children), numberIn("RequestedCount")});
+        if (first + count > silentFrom) {
+            return "";
+        }
+        std::string items;
+        for (std::size_t number = 7 + first; number < 7 + first + count; ++number) {
+            const std::string name = std::to_string(number);
+            items += "&lt;item id=\"" + name + "\"&gt;&lt;res&gt;http://127.0.0.1:9/" + name +
+                     ".mp3&lt;/res&gt;&lt;/item&gt;";
+        }
+        return "<s:Envelope xmlns:s=\"http://schemas.xmlsoap.org/soap/envelope/\"><s:Body>"
+               "<u:BrowseResponse xmlns:u=\"urn:x\"><Result>&lt;DIDL-Lite&gt;" +
+               items + "&lt;/DIDL-Lite&gt;</Result><NumberReturned>" + std::to_string(count) +
+               "</NumberReturned><TotalMatches>" + std::to_string(tellsTotal ? children : 0) +
+               "</TotalMatches></u:BrowseResponse></s:Body></s:Envelope>";
     }
     int listener_;
     int ear_;
@@ -199,6 +262,11 @@ protected:
             },
             std::chrono::seconds(15)));
     }
+    std::size_t tracksOf(const std::string& uri) {
+        fetch(uri);
+        return received ? readPlaylist(*received, "dlna-playcontainer://", "").size() : 0;
+    }
+    const std::string kContainer = "dlna-playcontainer://uuid%3Aof-this-test?cid=1";
     MediaServer server;
     PlaylistFetcher fetcher{[] {
         return std::vector<std::string>{"127.0.0.1", "::1"};
@@ -218,6 +286,49 @@ TEST_F(AContainer, IsBrowsedOnTheServerThatItsAddressNames) {
     EXPECT_NE(server.browsed.find(std::string("\"") + kDirectory + "#Browse\""), std::string::npos);
     EXPECT_NE(server.browsed.find("<ObjectID>A&amp;B</ObjectID>"), std::string::npos);
     EXPECT_NE(server.browsed.find("<SortCriteria>+dc:title</SortCriteria>"), std::string::npos);
+}
+
+TEST_F(AContainer, IsAskedForPieceByPiece) {
+    server.children = 25;
+    EXPECT_EQ(tracksOf(kContainer), 25u);
+    EXPECT_EQ(server.questions, 3u);
+    const auto tracks = readPlaylist(*received, "dlna-playcontainer://", "");
+    EXPECT_EQ(tracks.front().id, "7");
+    EXPECT_EQ(tracks.back().id, "31");
+}
+
+TEST_F(AContainer, IsAskedForUntilNothingComesWhenTheServerKnowsNoTotal) {
+    server.children = 25;
+    server.tellsTotal = false;
+    EXPECT_EQ(tracksOf(kContainer), 25u);
+    EXPECT_EQ(server.questions, 4u);
+}
+
+TEST_F(AContainer, IsNotAskedForAgainAndAgainWhenTheServerOnlyKnowsTheStart) {
+    server.children = 25;
+    server.alwaysFromTheStart = true;
+    EXPECT_EQ(tracksOf(kContainer), 10u);
+    EXPECT_EQ(server.questions, 2u);
+}
+
+TEST_F(AContainer, HasNoMoreItemsThanABound) {
+    server.children = 5000;
+    server.atOnce = 400;
+    EXPECT_EQ(tracksOf(kContainer), 1000u);
+    EXPECT_EQ(server.questions, 10u) << "a hundred at once";
+}
+
+TEST_F(AContainer, IsNotAskedForMoreOftenThanABound) {
+    server.children = 999;
+    server.atOnce = 1;
+    EXPECT_EQ(tracksOf(kContainer), 100u);
+    EXPECT_EQ(server.questions, 100u);
+}
+
+TEST_F(AContainer, IsPlayedAsFarAsTheServerToldIt) {
+    server.children = 25;
+    server.silentFrom = 20;
+    EXPECT_EQ(tracksOf(kContainer), 20u);
 }
 
 TEST_F(AContainer, IsNotLookedForWhereAnAnswerLeadsToSomebodyElse) {
