@@ -1,6 +1,5 @@
 #include "discovery/link_ear.h"
 
-#include <memory>
 #include <utility>
 
 #include <arpa/inet.h>
@@ -20,11 +19,18 @@ namespace {
 constexpr const char* kGroup = "ff02::c";
 constexpr std::uint16_t kPort = 1900;
 
-struct HeadersUnref {
-    void operator()(SoupMessageHeaders* headers) const { soup_message_headers_unref(headers); }
-};
-
 } // namespace
+
+SearchHeaders parseSearch(std::string_view datagram) {
+    SearchHeaders headers(soup_message_headers_new(SOUP_MESSAGE_HEADERS_REQUEST));
+    char* method = nullptr;
+    const unsigned status =
+        soup_headers_parse_request(datagram.data(), static_cast<int>(datagram.size()),
+                                   headers.get(), &method, nullptr, nullptr);
+    const GText owned(method);
+    const bool sound = status == SOUP_STATUS_OK && std::string_view("M-SEARCH") == method;
+    return sound ? std::move(headers) : nullptr;
+}
 
 LinkEar::LinkEar(const std::string& interface, Heard heard)
     : heard_(std::move(heard)),
@@ -79,13 +85,7 @@ void LinkEar::receive() {
     if (count <= 0 || inet_ntop(AF_INET6, &from.sin6_addr, host, sizeof(host)) == nullptr) {
         return;
     }
-    const std::unique_ptr<SoupMessageHeaders, HeadersUnref> headers(
-        soup_message_headers_new(SOUP_MESSAGE_HEADERS_REQUEST));
-    char* method = nullptr;
-    const unsigned status = soup_headers_parse_request(buffer, static_cast<int>(count),
-                                                       headers.get(), &method, nullptr, nullptr);
-    const GText owned(method);
-    if (status == SOUP_STATUS_OK && std::string("M-SEARCH") == method) {
+    if (const SearchHeaders headers = parseSearch({buffer, static_cast<std::size_t>(count)})) {
         heard_(host, ntohs(from.sin6_port), headers.get());
     }
 }

@@ -6,12 +6,22 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
+#include <string_view>
 
 #include <glib.h>
 #include <libsoup/soup.h>
 
 namespace vantor {
+
+struct HeadersUnref {
+    void operator()(SoupMessageHeaders* headers) const { soup_message_headers_unref(headers); }
+};
+using SearchHeaders = std::unique_ptr<SoupMessageHeaders, HeadersUnref>;
+
+/// The headers of the search that a datagram holds, null when it holds anything else.
+SearchHeaders parseSearch(std::string_view datagram);
 
 class LinkEar {
 public:

@@ -175,6 +175,46 @@ TEST_F(AnAttacker, WithAnEndlessHeaderIsCut) {
     expectOthersAreServed();
 }
 
+TEST_F(AnAttacker, WithNonsenseInsteadOfRequestsHarmsNobody) {
+    std::string bytes;
+    for (int value = 0; value < 256; ++value) {
+        bytes += static_cast<char>(value);
+    }
+    const std::string named = "Host: " + host() + "\r\n";
+    const std::string post = "POST /AVTransport/control HTTP/1.1\r\n" + named;
+    const std::vector<std::string> all = {
+        bytes,
+        std::string(5000, '\0'),
+        std::string("\x16\x03\x01\x02\x00\x01\x00\x01", 8) + bytes,
+        std::string("GET\r\n\r\n"),
+        std::string("GET /description.xml\r\n\r\n"),
+        "GET " + std::string(100000, '/') + " HTTP/1.1\r\n" + named + "\r\n",
+        "GET /description.xml HTTP/9.9\r\n" + named + "\r\n",
+        "GET %ff%00%zz HTTP/1.1\r\n" + named + "\r\n",
+        "GET * HTTP/1.1\r\n" + named + "\r\n",
+        "CONNECT 192.0.2.1:80 HTTP/1.1\r\n" + named + "\r\n",
+        "OPTIONS * HTTP/1.1\r\n" + named + "\r\n",
+        "\r\n\r\n\r\n GET / HTTP/1.1\r\n\r\n",
+        "GET / HTTP/1.1\r\n" + named + ": \r\n\r\n",
+        "GET / HTTP/1.1\r\n" + named + " folded\r\n\tmore\r\n\r\n",
+        "GET / HTTP/1.1\r\n" + named + named + "\r\n",
+        post + "Content-Length: -1\r\n\r\n",
+        post + "Content-Length: 4 4\r\n\r\n<a/>",
+        post + "Content-Length: 18446744073709551617\r\n\r\n<",
+        post + "Transfer-Encoding: chunked\r\n\r\nffffffffffffffff\r\n<a/>",
+        post + "Transfer-Encoding: chunked\r\n\r\n-5\r\n<a/>\r\n0\r\n\r\n",
+        post + "Transfer-Encoding: gzip, chunked\r\n\r\n0\r\n\r\n",
+        post + "Content-Encoding: gzip\r\nContent-Length: 4\r\n\r\n\x1f\x8b\x08!"};
+    for (const std::string& nonsense : all) {
+        RawClient attacker(device->port());
+        attacker.send(nonsense);
+        runUntil([&] { return attacker.endsWithin(milliseconds(0)); }, milliseconds(20));
+        EXPECT_NE(statusOf(attacker.answer(milliseconds(0))), 500) << nonsense.substr(0, 80);
+        expectOthersAreServed();
+    }
+    EXPECT_TRUE(runUntil([&] { return device->server().connectionCount() == 0; }));
+}
+
 TEST_F(AnAttacker, WithEntitiesThatGrowIsRefused) {
     std::string laughs = "<?xml version=\"1.0\"?><!DOCTYPE lolz [<!ENTITY lol \"lol\">";
     std::string before = "lol";

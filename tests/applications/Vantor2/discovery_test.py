@@ -87,6 +87,29 @@ class Searches(Home):
             _, ((_, _, hops),), _, _ = phone.voice.recvmsg(4096, 64)
             self.assertLessEqual(struct.unpack("@i", hops)[0], 4)
 
+    def test_among_nonsense_are_answered_all_the_same(self):
+        sound = f"MAN: \"ssdp:discover\"\r\nMX: 1\r\nST: {RENDERER}\r\n"
+        nonsense = [
+            b"", b"\0" * 1400, bytes(range(256)) * 5, b"M-SEARCH", b"M-SEARCH *\r\n\r\n",
+            b"M-SEARCH * HTTP/1.1", b"M-SEARCH * HTTP/1.1\r\n\r\n", b"\r\n" * 700,
+            b"M-SEARCH * HTTP/1.1\r\nST: " + b"x" * 60000 + b"\r\n\r\n",
+            b"M-SEARCH * HTTP/1.1\r\n" + b"ST: a\r\n" * 5000 + b"\r\n",
+            b"M-SEARCH * HTTP/1.1\r\nST\r\nMAN\r\n: :\r\n\0: \0\r\n\r\n",
+            f"M-SEARCH * HTTP/999999999999.1\r\n{sound}\r\n".encode(),
+            f"M-FIND * HTTP/1.1\r\n{sound}\r\n".encode(),
+            f"HTTP/1.1 200 OK\r\n{sound}Location: http://[\r\n\r\n".encode(),
+            f"NOTIFY * HTTP/1.1\r\nNT: {RENDERER}\r\nNTS: ssdp:byebye\r\n"
+            f"USN: {self.uuid}::{RENDERER}\r\n\r\n".encode(),
+            b"NOTIFY * HTTP/1.1\r\nNTS: ssdp:alive\r\nCACHE-CONTROL: max-age=-1\r\n\r\n",
+        ]
+        for phone, group, way, location in self.ways:
+            for text in nonsense:
+                phone.voice.sendto(text, group or phone.group)
+            phone.search(group=group)
+            (answer,) = self.answers(phone, 1)
+            self.assertEqual(header(answer, "Location"), location, way)
+            self.assertEqual(get(location)[0], 200)
+
     def test_that_come_in_a_flood_get_few_answers_and_cost_others_none(self):
         for phone, other in zip(self.phones, self.others()):
             begin = time.monotonic()

@@ -80,6 +80,19 @@ class Networks(Home):
                 self.assertEqual(get(locations[0])[0], 200)
             near.found()
 
+    def test_may_give_it_another_address(self):
+        self.lay_cable(0, "10.1.0.1/24", "10.1.0.2/24")
+        ssdp = self.ssdp("10.1.0.2", "p0")
+        self.start()
+        (before,) = ssdp.found()
+        ip("address", "delete", "10.1.0.1/24", "dev", "t0", on_tv=True)
+        ip("address", "add", "10.1.0.7/24", "dev", "t0", on_tv=True)
+        after = before.replace("10.1.0.1", "10.1.0.7")
+        until(lambda: after in ssdp.announced("ssdp:alive"), "its new address to be announced")
+        ssdp.answers()
+        self.assertEqual(ssdp.found(), [after])
+        self.assertEqual(get(after)[0], 200)
+
     def test_may_come_after_the_start(self):
         self.start()
         self.lay_cable(0, "10.1.0.1/24", "10.1.0.2/24")
