@@ -1,5 +1,6 @@
 // The media in the background.
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -123,6 +124,41 @@ TEST_F(TheIdleMedia, LeavesTheEventsOfOthersAlone) {
     engine_.taken();
     EXPECT_TRUE(idle_.onEvent(EngineEvent{old, EngineEnded{0}})); // old news
     EXPECT_EQ(engine_.taken(), "");
+}
+
+TEST_F(TheIdleMedia, GivesUpAServerThatSendsNothingMore) {
+    const auto now = std::chrono::steady_clock::time_point(std::chrono::hours(1));
+    constexpr std::chrono::seconds kPatience{20};
+    for (const bool opened : {false, true}) {
+        ASSERT_TRUE(idle_.setUri("http://h/clouds.mp4"));
+        ASSERT_TRUE(idle_.play());
+        if (opened) {
+            openFilm();
+            report(EnginePlaying{});
+        }
+        idle_.tick(now, kPatience);
+        idle_.tick(now + std::chrono::seconds(19), kPatience);
+        report(EngineBuffering{40}); // slow, but it comes
+        idle_.tick(now + std::chrono::seconds(20), kPatience);
+        idle_.tick(now + std::chrono::seconds(39), kPatience);
+        EXPECT_NE(last_.state, PlayerState::kStopped);
+        engine_.taken();
+        idle_.tick(now + std::chrono::seconds(40), kPatience);
+        EXPECT_EQ(last_.state, PlayerState::kStopped);
+        EXPECT_EQ(engine_.taken(), "close");
+    }
+}
+
+TEST_F(TheIdleMedia, ThatIsAPictureWaitsForNothing) {
+    ASSERT_TRUE(idle_.setUri("http://h/clouds.jpg"));
+    ASSERT_TRUE(idle_.play());
+    MediaFacts facts;
+    facts.kind = MediaKind::kImage;
+    report(EngineOpened{facts});
+    const auto now = std::chrono::steady_clock::time_point(std::chrono::hours(1));
+    idle_.tick(now, std::chrono::seconds(20));
+    idle_.tick(now + std::chrono::hours(20), std::chrono::seconds(20));
+    EXPECT_EQ(last_.state, PlayerState::kPlaying);
 }
 
 } // namespace

@@ -221,7 +221,7 @@ TEST_F(ThePlayer, BelievesTheContentMoreThanTheController) {
     player_.play(Speed());
     report(EngineOpened{photoFacts()});
     EXPECT_EQ(last().state, kFinished);
-    EXPECT_EQ(last().track.protocolInfo, "http-get:*:image/mp4:DLNA.ORG_OP=01");
+    EXPECT_EQ(last().track.protocolInfo, "http-get:*:image/jpeg:DLNA.ORG_OP=01");
 }
 
 TEST_F(ThePlayer, NamesAKindAlsoWhenAMediaOfUnknownKindFails) {

@@ -257,7 +257,7 @@ void Pipeline::followData() {
 void Pipeline::onTimer() {
     const Clock::time_point now = Clock::now();
     followData();
-    if (!idle() && (now - stepMoved_ > kStepLimit || now - stepBegan_ > kSlowStepLimit)) {
+    if (!idle() && (now - stepMoved_ > settings_.patience || now - stepBegan_ > kSlowStepLimit)) {
         fail(PlayerError::kUnreachable, "the pipeline does not get on");
         return;
     }

@@ -29,9 +29,7 @@ public:
     using Report = std::function<void(decltype(EngineEvent::what))>;
     using Clock = std::chrono::steady_clock;
 
-    /// A step that takes longer than this will never end.
-    static constexpr std::chrono::seconds kStepLimit{20};
-    /// Nor will one that takes longer than this, though data arrive all the time.
+    /// A step that takes longer than this will never end, though data arrive all the time.
     static constexpr std::chrono::minutes kSlowStepLimit{5};
 
     /// Starts opening at once. `queue` belongs to the media thread's context.

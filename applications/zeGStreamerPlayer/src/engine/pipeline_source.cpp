@@ -31,6 +31,12 @@ std::string factoryName(GstElement* element) {
     return name == nullptr ? "" : name;
 }
 
+/// Seconds; a small part of what the film itself gets.
+unsigned subtitleTimeout(const Settings& settings) {
+    const auto part = std::chrono::duration_cast<std::chrono::seconds>(settings.patience / 6);
+    return std::max(1u, static_cast<unsigned>(part.count()));
+}
+
 /// Certificates that this file vouches for are trusted, and no others.
 void trustCertificatesOf(GstElement* source, const std::string& file) {
     if (file.empty()) {
@@ -139,6 +145,11 @@ void Pipeline::onElementSetup(GstElement*, GstElement* element, gpointer self) {
     auto* const pipeline = static_cast<Pipeline*>(self);
     const std::string factory = factoryName(element);
     if (pipeline->isSubtitles(element)) {
+        if (factory == "souphttpsrc") {
+            // A film does not wait for them any longer.
+            g_object_set(element, "timeout", subtitleTimeout(pipeline->settings_), "retries", 0,
+                         nullptr);
+        }
         return; // what it says is not said about the media
     }
     if (factory == "typefind") {

@@ -72,6 +72,8 @@ void IdleMedia::start() {
         return;
     }
     running_ = true;
+    still_ = false;
+    heard_ = true;
     ++session_;
     become(PlayerState::kLoading);
     engine_.open(session_, {status_.uri, ""});
@@ -97,14 +99,25 @@ bool IdleMedia::onEvent(const EngineEvent& event) {
         return false;
     }
     if (event.session == session_ && running_) {
+        heard_ = true;
         std::visit([this](const auto& what) { on(what); }, event.what);
     }
     return true;
 }
 
+void IdleMedia::tick(std::chrono::steady_clock::time_point now,
+                     std::chrono::milliseconds patience) {
+    if (std::exchange(heard_, false)) {
+        lastHeard_ = now;
+    } else if (running_ && !still_ && now - lastHeard_ >= patience) {
+        on(EngineFailed{PlayerError::kUnreachable, "nothing arrives"});
+    }
+}
+
 void IdleMedia::on(const EngineOpened& opened) {
     on(EngineFacts{opened.facts});
-    if (opened.facts.kind != MediaKind::kImage) {
+    still_ = opened.facts.kind == MediaKind::kImage;
+    if (!still_) {
         engine_.play(session_);
     }
     become(PlayerState::kPlaying);

@@ -2,6 +2,7 @@
 // nothing else does. Pure; main loop's thread.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
 
@@ -26,6 +27,9 @@ public:
 
     /// Whether the screen and the loudspeakers are free for it.
     void setFree(bool free);
+
+    /// To be called about twice a second; a server that sends nothing for `patience` has failed.
+    void tick(std::chrono::steady_clock::time_point now, std::chrono::milliseconds patience);
 
     /// True when the event is one of the idle media's, whose sessions are its own.
     bool onEvent(const EngineEvent& event);
@@ -54,6 +58,9 @@ private:
     std::int64_t durationMs_ = -1; ///< not known
     std::int64_t positionMs_ = 0;
     bool seekable_ = false;
+    bool still_ = false; ///< a picture that is shown waits for nothing
+    bool heard_ = false; ///< something came since the last tick
+    std::chrono::steady_clock::time_point lastHeard_;
 };
 
 } // namespace player

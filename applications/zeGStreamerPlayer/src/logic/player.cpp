@@ -318,7 +318,7 @@ void Player::takeFacts(const MediaFacts& facts) {
         if (kindNamedIn(track.protocolInfo) == MediaKind::kUnknown) {
             track.protocolInfo = makeProtocolInfo(facts.kind, facts.mimeType, "");
         }
-        track.protocolInfo = withKind(track.protocolInfo, facts.kind);
+        track.protocolInfo = withKind(track.protocolInfo, facts.kind, facts.mimeType);
 
         MediaFacts told = facts;
         told.title = firstKnown(facts.title, track.title);

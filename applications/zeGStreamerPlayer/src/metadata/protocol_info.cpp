@@ -93,15 +93,16 @@ std::string makeProtocolInfo(MediaKind kind, std::string_view mimeType,
     return "http-get:*:" + mime + ":" + (additional.empty() ? "*" : std::string(additional));
 }
 
-std::string withKind(std::string_view protocolInfo, MediaKind kind) {
+std::string withKind(std::string_view protocolInfo, MediaKind kind, const std::string& mimeType) {
     if (kind == MediaKind::kUnknown || kindNamedIn(protocolInfo) == kind) {
         return std::string(protocolInfo);
     }
     const std::string mime = mimeTypeOf(protocolInfo);
     const std::size_t slash = mime.find('/');
     const std::string subtype = slash == std::string::npos ? "*" : mime.substr(slash + 1);
-    std::string rewritten = makeProtocolInfo(kind, std::string(wordOf(kind)) + "/" + subtype,
-                                             withoutProfileName(additionalInfoOf(protocolInfo)));
+    std::string rewritten = makeProtocolInfo(
+        kind, mimeType.empty() ? std::string(wordOf(kind)) + "/" + subtype : mimeType,
+        withoutProfileName(additionalInfoOf(protocolInfo)));
     if (kindNamedIn(rewritten) != kind) {
         // Something else in the text names another kind and would be found first.
         rewritten = makeProtocolInfo(kind, "", "");

@@ -30,8 +30,10 @@ std::string makeProtocolInfo(MediaKind kind, std::string_view mimeType,
                              std::string_view additional);
 
 /// Makes a protocol info name `kind`: one that does so already stays as it is; in any other the
-/// type in front of the slash is replaced and the profile name, which cannot be true, is left out.
-std::string withKind(std::string_view protocolInfo, MediaKind kind);
+/// type in front of the slash is replaced, or all of it by `mimeType`, and the profile name, which
+/// cannot be true, is left out.
+std::string withKind(std::string_view protocolInfo, MediaKind kind,
+                     const std::string& mimeType = "");
 
 /// From a server's answer: its Content-Type and contentFeatures.dlna.org headers, either may be
 /// empty. "" when the type says nothing about the kind.

@@ -46,7 +46,7 @@ PlayerProcess::PlayerProcess(const Settings& settings)
                                            service_->announce(status);
                                        }
                                    },
-                                   logInfo}),
+                                   logInfo, settings.patience}),
       sound_(engine_, loadSound(settings.stateDir),
              [this](const SoundStatus& status) {
                  saveSound(settings_.stateDir, status);
@@ -135,6 +135,7 @@ void PlayerProcess::onConnection(bool connected) {
 void PlayerProcess::tick() {
     player_.tick();
     idle_.setFree(player_.atRest());
+    idle_.tick(std::chrono::steady_clock::now(), settings_.patience);
     engine_.tick();
     if (appearAt_ && std::chrono::steady_clock::now() >= *appearAt_) {
         appear();

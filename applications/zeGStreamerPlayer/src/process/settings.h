@@ -13,6 +13,7 @@
 //   KETRA_LOG               error, warning, info or debug (info)
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -36,6 +37,8 @@ struct Settings {
     bool xDisplay = false;       ///< DISPLAY names one
     bool waylandDisplay = false; ///< WAYLAND_DISPLAY names one
     LogLevel logLevel = LogLevel::kInfo;
+    /// A server that sends nothing for so long has failed. Of the tests alone; not from outside.
+    std::chrono::milliseconds patience = std::chrono::seconds(20);
 };
 
 /// Reads the settings through `lookup`, which answers a null pointer for a name that is not set.

@@ -193,7 +193,9 @@ void MediaServer::answerWithFile(SoupServerMessage* message, const std::string& 
     soup_server_message_set_status(message, SOUP_STATUS_OK, nullptr);
     soup_message_headers_append(headers, "Accept-Ranges", "bytes");
     soup_server_message_set_response(message,
-                                     manner == "plain" ? "application/octet-stream" : type.c_str(),
+                                     manner == "plain"      ? "application/octet-stream"
+                                     : manner == "mistaken" ? "image/png"
+                                                            : type.c_str(),
                                      SOUP_MEMORY_COPY, content.data(), size);
 }
 
@@ -215,7 +217,7 @@ void MediaServer::answerWithoutRange(SoupServerMessage* message, const std::stri
         body += "0\r\n\r\n";
     } else if (manner != "stream") {
         const std::size_t promised = manner == "more"   ? content.size() * 11 / 10
-                                     : manner == "less" ? content.size() / 2
+                                     : manner == "less" ? content.size() / 8
                                                         : content.size();
         head += "Content-Length: " + std::to_string(promised) + "\r\n";
     }

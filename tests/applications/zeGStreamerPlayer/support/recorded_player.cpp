@@ -8,14 +8,6 @@
 #include "engine/gst_handles.h"
 
 namespace test {
-namespace {
-
-/// Shorter than in real life, where the tests of a silent server would take too long, and long
-/// enough for a busy machine.
-constexpr std::chrono::seconds kPatience{15};
-
-} // namespace
-
 Pixel Picture::at(int x, int y) const {
     const std::size_t offset = (static_cast<std::size_t>(y) * width + x) * 3;
     return {rgb.at(offset), rgb.at(offset + 1), rgb.at(offset + 2)};
@@ -83,12 +75,13 @@ RecordedPlayer::RecordedPlayer(const std::string& folder, std::uint64_t copyLimi
 
 RecordedPlayer::RecordedPlayer(const std::string& folder, player::Settings settings)
     : folder_(folder),
+      patience_(settings.patience),
       engine_(std::move(settings), queue_,
               [this](const player::EngineEvent& event) { player_.onEvent(event); }),
       player_(player::Player::Surroundings{
           engine_, [] { return std::chrono::steady_clock::now(); },
           [this](const player::PlayerStatus& status) { announced_.push_back(status); },
-          [this](const std::string& line) { log_ += line + "\n"; }, kPatience}) {}
+          [this](const std::string& line) { log_ += line + "\n"; }, patience_}) {}
 
 bool RecordedPlayer::setMedia(const std::string& uri, const std::string& didl) {
     std::string complaints;

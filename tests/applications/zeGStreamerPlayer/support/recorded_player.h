@@ -77,6 +77,7 @@ public:
 
 private:
     std::string folder_;
+    milliseconds patience_;
     player::TaskQueue queue_{nullptr};
     std::vector<player::PlayerStatus> announced_;
     std::string log_;
