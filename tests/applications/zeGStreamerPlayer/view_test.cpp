@@ -55,6 +55,18 @@ TEST(AView, MovesToTheEdgeOfAZoomedPictureAndNoFurther) {
     EXPECT_EQ(pan.y, 0);
 }
 
+TEST(AView, IsZoomedAboutWhatItsMiddleShows) {
+    const auto after = [](Pan pan, int steps) {
+        const Pan now = zoomed(pan, steps);
+        return std::to_string(now.x) + " " + std::to_string(now.y);
+    };
+    EXPECT_EQ(after({3, -3}, 2), "12 -12");
+    // Both ways alike, and never away from the middle.
+    EXPECT_EQ(after({101, -101}, -1), "51 -51");
+    EXPECT_EQ(after({8, -8}, -3), "1 -1");
+    EXPECT_EQ(after({1, -1}, -3), "0 0");
+}
+
 TEST(AView, IsLaidOutSidewaysWhenThePictureIsTurned) {
     View view;
     view.quarterTurns = 1; // 675x900 on the screen

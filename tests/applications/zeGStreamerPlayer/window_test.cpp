@@ -50,8 +50,18 @@ protected:
         ASSERT_TRUE(watcher_.command("play", "main", "1"));
     }
 
+    bool custom(const char* word, const char* value) {
+        zeSBusState* const state =
+            zeSBusState::New(&ContentPlayerServiceCustomCommandTemplate, nullptr);
+        auto* const record = reinterpret_cast<ContentPlayerServiceCustomCommand*>(state);
+        record->mCommand = strdup(word);
+        record->mArgument = strdup(value);
+        return zeSBusCommand("customcommand", state)
+            .Execute(&watcher_.manager(), "ContentPlayerService", "main");
+    }
+
     /// Waits until the display looks so where the window is: without a window manager it stands in
-    /// the upper left corner, as large as its picture.
+    /// the upper left corner, 480 by 270 pixels of the display's 640 by 360.
     bool waitForWindow(bool (*looks)(test::Pixel)) { return waitForPixel(150, 80, looks); }
 
     bool waitForPixel(int x, int y, bool (*looks)(test::Pixel)) {
@@ -103,23 +113,33 @@ TEST_F(ThePlayersWindow, ShowsFilmsAndPhotosAndClosesWithThePlayer) {
     EXPECT_TRUE(waitForWindow(test::isBlack));
 }
 
+TEST_F(ThePlayersWindow, KeepsItsSizeWhateverIsShownInIt) {
+    const auto isRoot = test::isBlack;
+    play("/good/corners.png");
+    ASSERT_TRUE(waitForPixel(460, 10, test::isGreen)) << player_->error() << told();
+    EXPECT_TRUE(waitForPixel(10, 260, test::isBlue));
+    EXPECT_TRUE(waitForPixel(460, 260, test::isWhite));
+    EXPECT_TRUE(waitForPixel(500, 180, isRoot));
+    ASSERT_TRUE(custom("Rotate", "180"));
+    EXPECT_TRUE(waitForPixel(10, 10, test::isWhite)) << told();
+    EXPECT_TRUE(waitForPixel(460, 260, test::isRed));
+    EXPECT_TRUE(waitForPixel(500, 180, isRoot)) << told();
+    ASSERT_TRUE(custom("Rotate", "000"));
+    EXPECT_TRUE(waitForPixel(460, 260, test::isWhite)) << told();
+    EXPECT_TRUE(waitForPixel(500, 180, isRoot)) << told();
+    play("/good/photo.jpg"); // 4:3, larger
+    EXPECT_TRUE(waitForPixel(240, 135, test::isBlue)) << told();
+    EXPECT_TRUE(waitForPixel(500, 180, isRoot)) << told();
+}
+
 TEST_F(ThePlayersWindow, CoversTheWholeDisplayOnRequest) {
-    const auto fullScreen = [this](const char* value) {
-        zeSBusState* const state =
-            zeSBusState::New(&ContentPlayerServiceCustomCommandTemplate, nullptr);
-        auto* const record = reinterpret_cast<ContentPlayerServiceCustomCommand*>(state);
-        record->mCommand = strdup("FullScreen");
-        record->mArgument = strdup(value);
-        return zeSBusCommand("customcommand", state)
-            .Execute(&watcher_.manager(), "ContentPlayerService", "main");
-    };
     play("/good/photo.png"); // green, 200 by 100 pixels
     ASSERT_TRUE(waitForWindow(test::isGreen)) << player_->error() << told();
     EXPECT_TRUE(waitForPixel(500, 180, test::isBlack));
-    ASSERT_TRUE(fullScreen("1"));
+    ASSERT_TRUE(custom("FullScreen", "1"));
     EXPECT_TRUE(waitForPixel(500, 180, test::isGreen)) << player_->error() << told();
     EXPECT_TRUE(waitForPixel(20, 10, test::isBlack)); // 2:1 on 16:9
-    ASSERT_TRUE(fullScreen("0"));
+    ASSERT_TRUE(custom("FullScreen", "0"));
     EXPECT_TRUE(waitForPixel(500, 180, test::isBlack)) << player_->error();
     EXPECT_TRUE(waitForWindow(test::isGreen));
 }

@@ -148,9 +148,7 @@ void Screen::setView(const View& view) {
     if (view.quarterTurns != view_.quarterTurns) {
         pan_ = Pan();
     } else if (steps != 0) {
-        // What was in the middle stays there.
-        pan_.x = steps > 0 ? pan_.x << steps : pan_.x >> -steps;
-        pan_.y = steps > 0 ? pan_.y << steps : pan_.y >> -steps;
+        pan_ = zoomed(pan_, steps);
     }
     view_ = view;
     if (picture_) {
@@ -160,8 +158,11 @@ void Screen::setView(const View& view) {
 
 void Screen::moveView(int right, int down) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    pan_.x += right;
-    pan_.y += down;
+    const auto moved = [](int from, int by) {
+        constexpr std::int64_t kFarEnough = 1 << 20; // beyond every edge
+        return static_cast<int>(std::clamp(std::int64_t{from} + by, -kFarEnough, kFarEnough));
+    };
+    pan_ = {moved(pan_.x, right), moved(pan_.y, down)};
     if (picture_) {
         render();
     } else {
@@ -297,9 +298,7 @@ void Screen::startOutput() {
     // or that it runs backward: they would leave out whatever lies before the last picture.
     g_object_set(convert, "qos", FALSE, nullptr);
     g_object_set(scale, "qos", FALSE, nullptr);
-    if (fullScreen_) {
-        fillDisplay(sink, size);
-    }
+    openWindow(sink, size);
     gst_app_src_set_leaky_type(GST_APP_SRC(input_.get()), GST_APP_LEAKY_TYPE_DOWNSTREAM);
     g_object_set(input_.get(), "format", GST_FORMAT_TIME, "is-live", TRUE, "max-buffers",
                  guint64{2}, nullptr);
@@ -310,23 +309,30 @@ void Screen::startOutput() {
     gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING);
 }
 
-/// Gives the sink the whole display; X sinks do not scale, so `size` is told to.
-void Screen::fillDisplay(GstElement* sink, GstElement* size) {
-    if (g_object_class_find_property(G_OBJECT_GET_CLASS(sink), "fullscreen") != nullptr) {
+/// Gives the sink the whole display, or a window that stays as it is whatever is shown in it. X
+/// sinks do not scale, so `size` is told to.
+void Screen::openWindow(GstElement* sink, GstElement* size) {
+    const bool canFill =
+        g_object_class_find_property(G_OBJECT_GET_CLASS(sink), "fullscreen") != nullptr;
+    if (fullScreen_ && canFill) {
         g_object_set(sink, "fullscreen", TRUE, nullptr);
         return;
     }
-    if (!settings_.xDisplay || !GST_IS_VIDEO_OVERLAY(sink)) {
-        return;
+    const WindowSize screen{settings_.screenWidth, settings_.screenHeight};
+    WindowSize room = fitted(screen, kUsualRoom);
+    if (settings_.xDisplay && GST_IS_VIDEO_OVERLAY(sink) && !canFill) {
+        window_ = fullScreen_ ? DisplayWindow::overAll() : DisplayWindow::forScreen(screen);
+        if (!window_) {
+            return;
+        }
+        gst_video_overlay_set_window_handle(GST_VIDEO_OVERLAY(sink), window_->handle());
+        room = window_->size();
+    } else if (!canFill) {
+        return; // nobody sees how large it is
     }
-    window_ = FullScreenWindow::open();
-    if (!window_) {
-        return;
-    }
-    gst_video_overlay_set_window_handle(GST_VIDEO_OVERLAY(sink), window_->handle());
-    const GstOwner<GstCaps> caps(gst_caps_new_simple(
-        "video/x-raw", "width", G_TYPE_INT, window_->width(), "height", G_TYPE_INT,
-        window_->height(), "pixel-aspect-ratio", GST_TYPE_FRACTION, 1, 1, nullptr));
+    const GstOwner<GstCaps> caps(
+        gst_caps_new_simple("video/x-raw", "width", G_TYPE_INT, room.width, "height", G_TYPE_INT,
+                            room.height, "pixel-aspect-ratio", GST_TYPE_FRACTION, 1, 1, nullptr));
     g_object_set(size, "caps", caps.get(), nullptr);
 }
 

@@ -13,7 +13,7 @@
 #include <gst/app/gstappsink.h>
 #include <gst/video/video.h>
 
-#include "engine/full_screen_window.h"
+#include "engine/display_window.h"
 #include "engine/gst_handles.h"
 #include "engine/view.h"
 #include "process/settings.h"
@@ -52,7 +52,7 @@ private:
     bool prepareConverter(const Layout& layout, const GstVideoInfo& format);
     void output(GstSample* sample);
     void startOutput();
-    void fillDisplay(GstElement* sink, GstElement* size);
+    void openWindow(GstElement* sink, GstElement* size);
     void stopOutput();
 
     const Settings settings_;
@@ -64,7 +64,7 @@ private:
     GstOwner<GstSample> picture_; ///< as the media gave it
     View view_;
     bool fullScreen_;
-    std::unique_ptr<FullScreenWindow> window_; ///< while it covers an X display
+    std::unique_ptr<DisplayWindow> window_; ///< on an X display
     Pan pan_;
     GstOwner<GstElement> pipeline_; ///< from our pictures to the window
     GstOwner<GstElement> input_;

@@ -86,6 +86,13 @@ std::pair<int, int> portion(double from, double to, double size, int length) {
 
 } // namespace
 
+Pan zoomed(Pan pan, int steps) {
+    const auto scaled = [steps](int length) {
+        return static_cast<int>(std::lround(std::ldexp(length, steps)));
+    };
+    return {scaled(pan.x), scaled(pan.y)};
+}
+
 std::optional<Layout> layOut(const View& view, const PictureSize& picture, int screenWidth,
                              int screenHeight, Pan& pan) {
     const Rectangle screen = whole(screenWidth, screenHeight);

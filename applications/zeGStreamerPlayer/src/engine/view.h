@@ -57,6 +57,10 @@ struct Pan {
     int y = 0;
 };
 
+/// Where the view is when the picture has been zoomed by some steps: what was in the middle stays
+/// there.
+Pan zoomed(Pan pan, int steps);
+
 struct PictureSize {
     int width = 0;
     int height = 0;
