@@ -20,4 +20,14 @@ std::string canonicalHost(std::string host) {
     return text ? text.get() : "";
 }
 
+std::string networkOf(const std::string& address) {
+    const GObjectPtr<GInetAddress> parsed(g_inet_address_new_from_string(address.c_str()));
+    if (!parsed || g_inet_address_get_family(parsed.get()) != G_SOCKET_FAMILY_IPV6) {
+        return address;
+    }
+    constexpr std::size_t kPrefixBytes = 8;
+    const auto* bytes = reinterpret_cast<const char*>(g_inet_address_to_bytes(parsed.get()));
+    return std::string(bytes, kPrefixBytes);
+}
+
 } // namespace vantor

@@ -12,4 +12,8 @@ std::string authorityOf(const std::string& address, unsigned port);
 /// it gets. "" when it is no numeric address.
 std::string canonicalHost(std::string host);
 
+/// What an address has in common with others that one host may have at will: its first half (a
+/// link's prefix) for IPv6, all of it for IPv4 and for what is no address.
+std::string networkOf(const std::string& address);
+
 } // namespace vantor

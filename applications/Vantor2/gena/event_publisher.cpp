@@ -24,10 +24,6 @@ constexpr std::size_t kMostCallbacks = 4;
 // subscription, which had left before.
 constexpr std::chrono::milliseconds kFirstEventDelay{50};
 
-// What a host gets when half of all places are taken, so that a few greedy ones do not keep others
-// out: three services, twice for a controller that started again, and some.
-constexpr unsigned kScarce = 8;
-
 HttpReply refusal(unsigned status) {
     HttpReply reply;
     reply.status = status;
@@ -78,27 +74,6 @@ struct EventPublisher::Round {
     std::map<std::pair<State, State>, Body> bodies;
 };
 
-SubscriptionQuota::SubscriptionQuota(unsigned perHost, unsigned total)
-    : perHost_(perHost), total_(total), taken_(std::make_shared<Taken>()) {}
-
-SubscriptionQuota::Place SubscriptionQuota::take(const std::string& host) {
-    const auto found = taken_->hosts.find(host);
-    const unsigned share = taken_->total < total_ / 2 ? perHost_ : std::min(perHost_, kScarce);
-    const bool hostIsFull = found != taken_->hosts.end() && found->second >= share;
-    if (taken_->total >= total_ || hostIsFull) {
-        return nullptr;
-    }
-    ++taken_->hosts[host];
-    ++taken_->total;
-    return Place(taken_.get(), [taken = taken_, host](void*) {
-        --taken->total;
-        const auto count = taken->hosts.find(host);
-        if (--count->second == 0) {
-            taken->hosts.erase(count);
-        }
-    });
-}
-
 EventPublisher::EventPublisher(NotifySender& sender, SubscriptionQuota& quota, EventSource source)
     : sender_(sender),
       quota_(quota),
@@ -136,12 +111,18 @@ HttpReply EventPublisher::subscribe(const HttpRequest& request) {
         logStranger("subscription from " + request.peerAddress + " refused: CALLBACK");
         return refusal(412);
     }
-    SubscriptionQuota::Place place = quota_.take(request.peerAddress);
+    const std::string sid = newSid();
+    SubscriptionQuota::Place place =
+        quota_.take(request.peerAddress, [this, alive = alive_, sid, host = request.peerAddress] {
+            if (*alive) {
+                logStranger("too many subscriptions, the oldest of " + host + " has ended");
+                remove(sid);
+            }
+        });
     if (!place) {
         logStranger("too many subscriptions, one refused from " + request.peerAddress);
         return refusal(503);
     }
-    const std::string sid = newSid();
     auto subscription = std::make_unique<Subscription>([this, sid] { begin(sid); });
     subscription->sid = sid;
     subscription->place = std::move(place);

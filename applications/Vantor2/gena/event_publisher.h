@@ -17,6 +17,7 @@
 
 #include "base/glib_handles.h"
 #include "gena/notify_sender.h"
+#include "gena/subscription_quota.h"
 #include "http/http_server.h"
 
 namespace vantor {
@@ -40,27 +41,6 @@ struct EventSource {
     /// which it may be told; null: never. Not for longer than `hold`, which is within `interval`.
     std::function<bool(const EventState& changed, const EventState& now)> isPassing = nullptr;
     std::chrono::milliseconds hold{0};
-};
-
-/// How many subscriptions there may be over all services.
-class SubscriptionQuota {
-public:
-    /// A subscription's place, taken until nobody holds it any more: a message on its way to a
-    /// subscriber that has ended its subscription keeps it, too.
-    using Place = std::shared_ptr<void>;
-
-    SubscriptionQuota(unsigned perHost, unsigned total);
-    /// Nothing when all places, or those of this host, are taken.
-    Place take(const std::string& host);
-
-private:
-    struct Taken {
-        unsigned total = 0;
-        std::map<std::string, unsigned> hosts;
-    };
-    unsigned perHost_;
-    unsigned total_;
-    std::shared_ptr<Taken> taken_; // places may outlive the quota
 };
 
 class EventPublisher {

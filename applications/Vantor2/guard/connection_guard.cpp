@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <glib-unix.h>
@@ -200,10 +201,10 @@ ConnectionGuard::Connection* ConnectionGuard::accept(SoupServerMessage* message,
 }
 
 // Over its share, a host loses its oldest silent connection rather than its next call.
-bool ConnectionGuard::makeRoom(const Connection& newcomer) {
-    const auto sameHost = hostCounts_.find(newcomer.host);
+bool ConnectionGuard::makeRoom(const Connection& latecomer) {
+    const auto sameHost = hostCounts_.find(latecomer.host);
     if (sameHost != hostCounts_.end() && sameHost->second >= limits_.perHost) {
-        Connection* victim = oldestSilent(&newcomer.host);
+        Connection* victim = oldestSilent({latecomer.host});
         if (victim == nullptr) {
             return false;
         }
@@ -220,41 +221,48 @@ bool ConnectionGuard::makeRoom(const Connection& newcomer) {
 }
 
 // Whoever holds most has to give, a silent connection if there is one, else the oldest of any kind:
-// some hosts that send slowly must not keep all others out.
+// some hosts that send slowly must not keep all others out. The addresses of an IPv6 network, of
+// which a host has as many as it likes, are weighed together first.
 ConnectionGuard::Connection* ConnectionGuard::oldestOfBiggestHost() {
-    const auto biggest = std::max_element(
-        hostCounts_.begin(), hostCounts_.end(),
-        [](const auto& left, const auto& right) { return left.second < right.second; });
-    if (biggest == hostCounts_.end()) {
-        return nullptr;
+    std::map<std::string, unsigned> networks;
+    for (const auto& entry : hostCounts_) {
+        networks[networkOf(entry.first)] += entry.second;
     }
-    Connection* oldest = oldestSilent(&biggest->first);
-    if (oldest != nullptr) {
-        return oldest;
-    }
-    for (const auto& entry : connections_) {
-        Connection& candidate = *entry.second;
-        const bool counts = !candidate.closing && candidate.host == biggest->first;
-        if (counts && (oldest == nullptr || candidate.since < oldest->since)) {
-            oldest = &candidate;
+    std::pair<unsigned, unsigned> most;
+    std::set<std::string> biggest;
+    for (const auto& [host, count] : hostCounts_) {
+        const std::pair<unsigned, unsigned> holding(networks[networkOf(host)], count);
+        if (holding > most) {
+            most = holding;
+            biggest.clear();
+        }
+        if (holding == most) {
+            biggest.insert(host);
         }
     }
-    return oldest;
+    Connection* silent = oldestSilent(biggest);
+    return silent != nullptr ? silent : oldest([&](const Connection& candidate) {
+        return biggest.count(candidate.host) != 0;
+    });
 }
 
-ConnectionGuard::Connection* ConnectionGuard::oldestSilent(const std::string* host) {
-    Connection* oldest = nullptr;
+ConnectionGuard::Connection* ConnectionGuard::oldestSilent(const std::set<std::string>& hosts) {
+    return oldest([&](const Connection& candidate) {
+        return (candidate.state == State::idle || candidate.state == State::head) &&
+               hosts.count(candidate.host) != 0;
+    });
+}
+
+template <class Fits> ConnectionGuard::Connection* ConnectionGuard::oldest(const Fits& fits) {
+    Connection* found = nullptr;
     for (const auto& entry : connections_) {
         Connection& candidate = *entry.second;
-        const bool silent = candidate.state == State::idle || candidate.state == State::head;
-        if (!silent || candidate.closing || (host != nullptr && candidate.host != *host)) {
-            continue;
-        }
-        if (oldest == nullptr || candidate.since < oldest->since) {
-            oldest = &candidate;
+        if (!candidate.closing && fits(candidate) &&
+            (found == nullptr || candidate.since < found->since)) {
+            found = &candidate;
         }
     }
-    return oldest;
+    return found;
 }
 
 void ConnectionGuard::cut(Connection& connection) {

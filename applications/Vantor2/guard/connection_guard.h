@@ -11,6 +11,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 
 #include <libsoup/soup.h>
@@ -69,8 +70,9 @@ private:
 
     Connection* find(SoupServerMessage* message) const;
     Connection* accept(SoupServerMessage* message, GSocket* socket);
-    bool makeRoom(const Connection& newcomer);
-    Connection* oldestSilent(const std::string* host);
+    bool makeRoom(const Connection& latecomer);
+    Connection* oldestSilent(const std::set<std::string>& hosts);
+    template <class Fits> Connection* oldest(const Fits& fits);
     Connection* oldestOfBiggestHost();
     void forget(Connection& connection);
     gboolean idleReadable(Connection& connection);

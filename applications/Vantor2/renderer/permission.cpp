@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/authority.h"
+
 namespace vantor {
 
 Permission::Permission(const RendererClock& clock, std::function<void()> changed)
@@ -74,19 +76,24 @@ std::uint32_t Permission::file(ControlRequest request) {
 }
 
 const ControlRequest* Permission::oneTooMany(const std::string& address) const {
-    std::map<std::string, std::size_t> counts;
+    std::map<std::string, std::size_t> hosts;
+    std::map<std::string, std::size_t> networks;
     for (const ControlRequest& request : requests_) {
-        ++counts[request.controller.address];
+        ++hosts[request.controller.address];
+        ++networks[networkOf(request.controller.address)];
     }
-    const bool overShare = counts[address] >= kMostRequestsPerAddress;
+    const bool overShare = hosts[address] >= kMostRequestsPerAddress;
     if (!overShare && requests_.size() < kMostRequests) {
         return nullptr;
     }
+    const auto holding = [&](const ControlRequest& request) {
+        const std::string& owner = request.controller.address;
+        return std::pair(networks[networkOf(owner)], hosts[owner]);
+    };
     const ControlRequest* victim = nullptr;
     for (const ControlRequest& request : requests_) { // oldest first
-        const std::string& owner = request.controller.address;
-        const bool better = victim == nullptr || counts[owner] > counts[victim->controller.address];
-        if (overShare ? owner == address && victim == nullptr : better) {
+        const bool better = victim == nullptr || holding(request) > holding(*victim);
+        if (overShare ? request.controller.address == address && victim == nullptr : better) {
             victim = &request;
         }
     }

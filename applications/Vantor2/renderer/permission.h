@@ -69,8 +69,8 @@ public:
     void noteAdmitted(const Controller& controller);
 
     /// Files a request. When too many wait, one is denied: the oldest of its own address when that
-    /// has used up its share, else the oldest of the address that has most. Returns its id, never
-    /// 0.
+    /// has used up its share, else the oldest of the address that has most in the network
+    /// (networkOf) that has most. Returns its id, never 0.
     std::uint32_t file(ControlRequest request);
     /// Says anew what is asked for; the rest of the request stays.
     void describe(std::uint32_t id, const std::string& mimeType, const std::string& title);

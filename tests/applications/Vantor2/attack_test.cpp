@@ -81,6 +81,26 @@ TEST_F(AnAttacker, WithTenThousandSubscriptionsKeepsItsShareAndTakesNobodyElses)
     EXPECT_EQ(statusOf(other.answer()), 200);
 }
 
+TEST_F(AnAttacker, WithManyAddressesTakesNobodysEvents) {
+    const auto subscribe = [&](const std::string& address, const std::string& service) {
+        RawClient client(device->port(), address.c_str());
+        client.send("SUBSCRIBE /" + service + "/event HTTP/1.1\r\nHost: " + host() +
+                    "\r\nNT: upnp:event\r\nCALLBACK: <http://" + address + ":9/>\r\n\r\n");
+        return statusOf(client.answer());
+    };
+    int granted = 0;
+    for (int number = 1; number <= 20; ++number) {
+        for (int count = 0; count < 10; ++count) {
+            const std::string address = "127.0.7." + std::to_string(number);
+            granted += subscribe(address, "AVTransport") == 200 ? 1 : 0;
+        }
+    }
+    EXPECT_GE(granted, 128);
+    for (const char* service : {"AVTransport", "RenderingControl", "ConnectionManager"}) {
+        EXPECT_EQ(subscribe("127.0.0.9", service), 200) << service;
+    }
+}
+
 TEST_F(AnAttacker, WithMuteSubscribersAndLongDescriptionsTakesLittleMemory) {
     device->permission().setPolicy(ControlKind::player, 0);
     const auto load = [&](int number) {

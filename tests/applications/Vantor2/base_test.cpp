@@ -270,35 +270,6 @@ TEST(ASubscriptionsHeaders, AreRead) {
     EXPECT_EQ(grantedSeconds("Second--5"), 300u);
 }
 
-TEST(ASubscriptionQuota, CountsHostsAndAll) {
-    SubscriptionQuota quota(2, 3);
-    const auto first = quota.take("a");
-    auto second = quota.take("a");
-    const auto other = quota.take("b");
-    EXPECT_TRUE(first && second && other);
-    EXPECT_FALSE(quota.take("a"));
-    EXPECT_FALSE(quota.take("c"));
-    auto message = second; // on its way when the subscription ends
-    second.reset();
-    EXPECT_FALSE(quota.take("c"));
-    message.reset();
-    EXPECT_TRUE(quota.take("c"));
-}
-
-TEST(ASubscriptionQuota, HasPlacesLeftWhenSomeHostsTakeAllTheyGet) {
-    SubscriptionQuota quota(32, 128);
-    std::vector<SubscriptionQuota::Place> places;
-    for (const char* greedy : {"a", "b", "c", "d"}) {
-        for (int count = 0; count < 128; ++count) {
-            places.push_back(quota.take(greedy));
-        }
-    }
-    const auto one = quota.take("e");
-    const auto two = quota.take("e");
-    const auto three = quota.take("e");
-    EXPECT_TRUE(one && two && three);
-}
-
 TEST(ASearch, FindsWhatItAsksFor) {
     const auto all = announcementsOf("1234", "urn:schemas-upnp-org:device:MediaRenderer:1",
                                      {"urn:schemas-upnp-org:service:AVTransport:1"});
@@ -367,6 +338,9 @@ TEST(AnAuthority, NamesHostAndPort) {
     EXPECT_EQ(canonicalHost("[2001:DB8:0::1]"), "2001:db8::1");
     EXPECT_EQ(canonicalHost("192.0.2.1"), "192.0.2.1");
     EXPECT_EQ(canonicalHost("evil.example"), "");
+    EXPECT_EQ(networkOf("2001:db8::1"), networkOf("2001:db8::ffff:1"));
+    EXPECT_NE(networkOf("2001:db8::1"), networkOf("2001:db8:0:1::1"));
+    EXPECT_NE(networkOf("192.0.2.1"), networkOf("192.0.2.2"));
     EXPECT_EQ(canonicalHost(""), "");
 }
 

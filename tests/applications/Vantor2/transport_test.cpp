@@ -141,6 +141,18 @@ TEST_F(ATransport, DeniesFirstWhatTheBusiestAddressAsksWhenTooManyWait) {
     EXPECT_NE(permission.findOf(ControlKind::player, phone), nullptr);
 }
 
+TEST_F(ATransport, TakesTheAddressesOfAnIpv6NetworkForOneWhenTooManyWait) {
+    transport.setUri(tablet, kSong, "");
+    for (int number = 0; number < 40; ++number) {
+        transport.setUri({"2001:db8::" + std::to_string(number), "phone"}, kFilm, "");
+    }
+    EXPECT_EQ(permission.requests().size(), 16u);
+    EXPECT_NE(permission.findOf(ControlKind::player, tablet), nullptr);
+    transport.setUri(phone, kSong, "");
+    EXPECT_NE(permission.findOf(ControlKind::player, tablet), nullptr);
+    EXPECT_NE(permission.findOf(ControlKind::player, phone), nullptr);
+}
+
 TEST_F(ATransport, LetsTheAdmittedControllerReplaceItsMediaWithoutAsking) {
     playFilm();
     EXPECT_EQ(transport.setUri(phone, kSong, ""), 0);
