@@ -50,6 +50,12 @@ int cornerOf(const GstVideoInfo& format, GstBuffer* buffer) {
     return sum / (width * height);
 }
 
+/// Pictures may lie in memory as their decoder likes it, as for the sinks of real screens.
+gboolean proposeAllocation(GstBaseSink*, GstQuery* query) {
+    gst_query_add_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr);
+    return TRUE;
+}
+
 GstFlowReturn showFrame(GstVideoSink* sink, GstBuffer* buffer) {
     const std::int64_t at = bench::nowNs();
     const GstClockTime time = GST_BUFFER_PTS(buffer);
@@ -67,6 +73,7 @@ void initClass(gpointer type, gpointer) {
     gst_caps_unref(caps);
     gst_element_class_set_static_metadata(element, "Benchmark's screen", "Sink/Video",
                                           "Writes down what it shows", "Ketra");
+    GST_BASE_SINK_CLASS(type)->propose_allocation = proposeAllocation;
     GST_VIDEO_SINK_CLASS(type)->set_info = setInfo;
     GST_VIDEO_SINK_CLASS(type)->show_frame = showFrame;
 }

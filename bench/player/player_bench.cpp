@@ -1,12 +1,12 @@
-// player_bench [--write]: what the player costs beside a bare playbin3 that plays the same film
-// from the same server in the same run, in turn: from the order until the first picture is on the
-// screen, a seek, playing, a zoom step; then many pushes in a row. With --write the table goes into
-// docs/player-performance.md as well.
+// player_bench [--write | push | play | many]: what the player costs beside a bare playbin3 that
+// plays the same film from the same server in the same run, in turn: from the order until the first
+// picture is on the screen, a seek, a zoom step; playing; then many pushes in a row. A word asks
+// for one of these parts alone. With --write the table goes into docs/player-performance.md as
+// well.
 
 #include <sys/utsname.h>
 
 #include <cstdio>
-#include <cstring>
 #include <ctime>
 #include <exception>
 #include <fstream>
@@ -30,6 +30,7 @@ constexpr int kFilmsPlayed = 5;   ///< from beginning to end
 constexpr int kPushes = 500;      ///< in a row
 constexpr int kPushesBefore = 20; ///< until everything that stays has been made
 constexpr double kFrameMs = 40;   ///< the film has 25 a second
+constexpr double kGrowthMiB = 1;  ///< what a heap breathes
 constexpr milliseconds kRest{300};
 constexpr unsigned kSeeks[] = {7, 2, 5}; ///< on a key frame, and in the middle between two
 constexpr int kWhite = 200;              ///< the film's edge is brighter, the rest is not
@@ -134,7 +135,7 @@ Held held(ThePlayer& player) {
     // Threads that GStreamer keeps for later are given up within 15 seconds.
     std::this_thread::sleep_for(std::chrono::seconds(17));
     const Processes processes = player.processes();
-    return {memoryMiB(processes), descriptors(processes), threads(processes)};
+    return {ownMemoryMiB(processes), descriptors(processes), threads(processes)};
 }
 
 void pushTimes(ThePlayer& player, const std::string& film, int times) {
@@ -163,73 +164,92 @@ std::string machine() {
     return text;
 }
 
-std::string measure() {
-    std::string text = "\nMachine: " + machine() + ".\n\n";
-    const test::TemporaryFolder folder;
-    const testing_support::PrivateBus bus;
-    const FilmServer server(PLAYER_BENCH_FILM);
-    const std::string& film = server.address();
+/// The three parts of the benchmark; each adds its rows.
+void measurePushes(const std::string& folder, const std::string& film, Table& table) {
     Result bare;
     Result ours;
-    {
-        BarePlaybin playbin(folder.path());
-        ThePlayer player(folder.path());
-        Result ignored; // plug-ins are loaded
-        for (int round = 0; round <= kRounds; ++round) {
-            std::fprintf(stderr, "\rpush, seek, zoom: round %d of %d ", round, kRounds);
-            pushAndSeek(playbin, film, round == 0 ? ignored : bare);
-            playbin.stop();
-            rest();
-            pushAndSeek(player, film, round == 0 ? ignored : ours);
-            zoom(player, round == 0 ? ignored : ours);
-            player.stop();
-            rest();
-        }
+    Result ignored; // plug-ins are loaded
+    BarePlaybin playbin(folder);
+    ThePlayer player(folder);
+    for (int round = 0; round <= kRounds; ++round) {
+        std::fprintf(stderr, "\rpush, seek, zoom: round %d of %d ", round, kRounds);
+        pushAndSeek(playbin, film, round == 0 ? ignored : bare);
+        playbin.stop();
+        rest();
+        pushAndSeek(player, film, round == 0 ? ignored : ours);
+        zoom(player, round == 0 ? ignored : ours);
+        player.stop();
+        rest();
     }
+    table.add("push until the first picture, ms", 1, bare.firstPicture, ours.firstPicture, kSooner);
+    table.add("push until it is said to play, ms", 1, bare.playing, ours.playing, {});
+    table.add("seek until the new picture, ms", 1, bare.seek, ours.seek, kSooner);
+    table.add("zoom step until it is on the screen, ms", 1, {}, ours.zoomMs, {});
+    table.add("the same in frames", 2, {}, ours.zoomFrames, {Limit::kMost, 2});
+}
+
+void measurePlaying(const std::string& folder, const std::string& film, Table& table) {
+    Result bare;
+    Result ours;
     for (int round = 1; round <= kFilmsPlayed; ++round) {
-        std::fprintf(stderr, "\rplaying: round %d of %d              ", round, kFilmsPlayed);
-        playThrough<BarePlaybin>(folder.path(), film, bare);
-        playThrough<ThePlayer>(folder.path(), film, ours);
+        std::fprintf(stderr, "\rplaying: round %d of %d          ", round, kFilmsPlayed);
+        playThrough<BarePlaybin>(folder, film, bare);
+        playThrough<ThePlayer>(folder, film, ours);
     }
-    std::fprintf(stderr, "\r%d pushes                           ", kPushes);
-    ThePlayer player(folder.path());
+    table.add("processor while playing, % of one", 2, bare.processor, ours.processor, kCheaper);
+    table.add("memory while playing, MiB", 1, bare.memory, ours.memory, kCheaper);
+    table.add("the same without the process on the bus", 1, bare.memory, ours.workersMemory, {});
+}
+
+void measureMany(const std::string& folder, const std::string& film, Table& table) {
+    std::fprintf(stderr, "\r%d pushes                        ", kPushes);
+    ThePlayer player(folder);
     pushTimes(player, film, kPushesBefore);
     const Held before = held(player);
     pushTimes(player, film, kPushes);
     const Held after = held(player);
-    std::fprintf(stderr, "\r                                      \r");
-
-    Table table;
-    table.add("push until the first picture, ms", 1, bare.firstPicture, ours.firstPicture, kSooner);
-    table.add("push until it is said to play, ms", 1, bare.playing, ours.playing, {});
-    table.add("seek until the new picture, ms", 1, bare.seek, ours.seek, kSooner);
-    table.add("processor while playing, % of one", 2, bare.processor, ours.processor, kCheaper);
-    table.add("memory while playing, MiB", 1, bare.memory, ours.memory, kCheaper);
-    table.add("the same without the process on the bus", 1, bare.memory, ours.workersMemory, {});
-    table.add("zoom step until it is on the screen, ms", 1, {}, ours.zoomMs, {});
-    table.add("the same in frames", 2, {}, ours.zoomFrames, {Limit::kMost, 2});
     const auto grown = [&table](const char* what, int decimals, double by, double limit) {
         Figures figure;
         figure.add(by);
-        table.add(what, decimals, {}, figure, {Limit::kMost, limit});
+        table.add(what + (" more after " + std::to_string(kPushes) + " pushes"), decimals, {},
+                  figure, {Limit::kMost, limit});
     };
-    const std::string pushes = " more after " + std::to_string(kPushes) + " pushes";
-    grown(("memory" + pushes + ", MiB").c_str(), 1, after.memory - before.memory, 1);
-    grown(("descriptors" + pushes).c_str(), 0, after.descriptors - before.descriptors, 0);
-    grown(("threads" + pushes).c_str(), 0, after.threads - before.threads, 0);
+    grown("MiB of memory", 1, after.memory - before.memory, kGrowthMiB);
+    grown("descriptors", 0, after.descriptors - before.descriptors, 0);
+    grown("threads", 0, after.threads - before.threads, 0);
+}
+
+std::string measure(const std::string& part) {
+    std::string text = "\nMachine: " + machine() + ".\n\n";
+    const test::TemporaryFolder folder;
+    const testing_support::PrivateBus bus;
+    const FilmServer server(PLAYER_BENCH_FILM);
+    Table table;
+    if (part.empty() || part == "push") {
+        measurePushes(folder.path(), server.address(), table);
+    }
+    if (part.empty() || part == "play") {
+        measurePlaying(folder.path(), server.address(), table);
+    }
+    if (part.empty() || part == "many") {
+        measureMany(folder.path(), server.address(), table);
+    }
+    std::fprintf(stderr, "\r                                  \r");
     return text + table.text();
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    const bool write = argc == 2 && std::strcmp(argv[1], "--write") == 0;
-    if (argc != 1 && !write) {
-        std::fprintf(stderr, "usage: player_bench [--write]\n");
+    const std::string argument = argc == 2 ? argv[1] : "";
+    const bool write = argument == "--write";
+    if (argc > 2 ||
+        (argc == 2 && !write && argument != "push" && argument != "play" && argument != "many")) {
+        std::fprintf(stderr, "usage: player_bench [--write | push | play | many]\n");
         return 2;
     }
     try {
-        const std::string text = measure();
+        const std::string text = measure(write ? "" : argument);
         std::fputs(text.c_str(), stdout);
         if (write) {
             rewrite(PLAYER_BENCH_DOCUMENT, text + "\n");

@@ -24,6 +24,22 @@ int entries(const Processes& processes, const char* folder) {
     return count;
 }
 
+/// Of a line of the kernel's summary of a process's memory.
+double sumMiB(const Processes& processes, const char* line) {
+    double kilobytes = 0;
+    for (const pid_t process : processes) {
+        std::ifstream file(folderOf(process) + "/smaps_rollup");
+        for (std::string word; file >> word;) {
+            if (word == line) {
+                double value = 0;
+                file >> value;
+                kilobytes += value;
+            }
+        }
+    }
+    return kilobytes / 1024;
+}
+
 } // namespace
 
 double processorSeconds(const Processes& processes) {
@@ -39,18 +55,11 @@ double processorSeconds(const Processes& processes) {
 }
 
 double memoryMiB(const Processes& processes) {
-    double kilobytes = 0;
-    for (const pid_t process : processes) {
-        std::ifstream file(folderOf(process) + "/smaps_rollup");
-        for (std::string word; file >> word;) {
-            if (word == "Pss:") {
-                double value = 0;
-                file >> value;
-                kilobytes += value;
-            }
-        }
-    }
-    return kilobytes / 1024;
+    return sumMiB(processes, "Pss:");
+}
+
+double ownMemoryMiB(const Processes& processes) {
+    return sumMiB(processes, "Anonymous:");
 }
 
 int descriptors(const Processes& processes) {

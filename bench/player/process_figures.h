@@ -13,6 +13,9 @@ using Processes = std::vector<pid_t>;
 double processorSeconds(const Processes& processes);
 /// Proportional set size: pages that several processes share are counted in proportion.
 double memoryMiB(const Processes& processes);
+/// What of it belongs to no file: heaps, stacks, buffers. Others that use the same libraries do not
+/// change it.
+double ownMemoryMiB(const Processes& processes);
 /// Open descriptors and threads, of all together.
 int descriptors(const Processes& processes);
 int threads(const Processes& processes);

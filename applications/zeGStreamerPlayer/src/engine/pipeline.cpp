@@ -4,6 +4,7 @@
 #include <utility>
 
 #include <gst/audio/streamvolume.h>
+#include <gst/base/gstbasetransform.h>
 #include <gst/video/video.h>
 
 #include "engine/facts_reader.h"
@@ -57,6 +58,8 @@ GstElement* makeUpright() {
     GstElement* const flip = gst_element_factory_make("videoflip", "upright");
     if (flip != nullptr) {
         g_object_set(flip, "video-direction", GST_VIDEO_ORIENTATION_AUTO, nullptr);
+        // It copies every picture until it has heard of a direction for the first time.
+        gst_base_transform_set_passthrough(GST_BASE_TRANSFORM(flip), TRUE);
     }
     return flip;
 }
