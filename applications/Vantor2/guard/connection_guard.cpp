@@ -7,6 +7,8 @@
 #include <vector>
 
 #include <glib-unix.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -50,6 +52,13 @@ guint watchFor(int fd, int condition, GUnixFDSourceFunc called, gpointer data) {
     const guint id = g_source_attach(source, nullptr);
     g_source_unref(source);
     return id;
+}
+
+// libsoup sends the head of an answer and its body one after the other. Together they are one
+// packet, and the peer wakes up once.
+void holdPackets(int fd, bool hold) {
+    const int value = hold ? 1 : 0;
+    (void)setsockopt(fd, IPPROTO_TCP, TCP_CORK, &value, sizeof(value)); // without it they are two
 }
 
 // A peer that has reset the connection already has no address any more.
@@ -283,6 +292,7 @@ void ConnectionGuard::requestFinished(SoupServerMessage* message) {
     if (connection == nullptr || connection->last != message) {
         return;
     }
+    holdPackets(connection->fd, false);
     connection->state = State::idle;
     connection->since = Clock::now();
     connection->deadline = connection->since + limits_.idle;
@@ -411,6 +421,7 @@ void ConnectionGuard::headersArrived(Connection& connection, SoupServerMessage* 
 
 // The answer is written now; a peer that does not read it has as long as one that does not send.
 void ConnectionGuard::requestComplete(Connection& connection) {
+    holdPackets(connection.fd, true);
     connection.state = State::running;
     connection.since = Clock::now();
     connection.deadline = connection.since + limits_.body;
