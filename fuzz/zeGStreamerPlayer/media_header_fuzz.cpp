@@ -1,0 +1,19 @@
+// The first bytes of a photo or of a transport stream, looked at before any decoder.
+#include "check.h"
+#include "engine/image_type.h"
+#include "engine/transport_stream.h"
+#include "input.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace player;
+    const ImageType type = imageTypeOf(data, size);
+    FUZZ_CHECK(type >= ImageType::kUnknown && type <= ImageType::kPngInterlaced);
+    (void)imageSizeOf(data, size);
+    const auto programs = programsIn(data, size);
+    FUZZ_CHECK(!programs || *programs <= 1024);
+    // What is known stays known when more arrives.
+    const std::size_t half = size / 2;
+    const auto early = programsIn(data, half);
+    FUZZ_CHECK(!early || half < 612 || programs);
+    return 0;
+}
