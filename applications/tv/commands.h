@@ -4,6 +4,7 @@
 
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace tv {
 
@@ -18,6 +19,23 @@ enum class Verb {
     kBackward, ///< likewise
     kSlow,     ///< number: as the divisor; 0: the next step
     kStop,
+    kZoomTo,         ///< number: steps, each doubles, -3 to 3
+    kZoomBy,         ///< likewise, from here
+    kRotateTo,       ///< number: quarter turns clockwise, 0 to 3
+    kRotateBy,       ///< likewise, from here
+    kMove,           ///< text: "up", "down", "left", "right"; number: pixels of the screen
+    kRepeat,         ///< text: "a", "ab", "none"; empty: the next of these
+    kAudioTrack,     ///< number: counted from 0
+    kNextAudioTrack, ///< after the last one the first
+    kRatio,          ///< number: 0 to 8, what the player makes of them
+    kNextRatio,
+    kCrop,    ///< numbers: x, y, width, height of the picture's part that is seen; none: all of it
+    kPlace,   ///< likewise; where on the screen it is seen
+    kBlank,   ///< number: 1 black, 0 the picture
+    kStretch, ///< number: 1 without regard for its shape, 0 with it
+    kFullScreen, ///< number: 1 the whole display, 0 a window
+    kIdle,       ///< text: "play", "stop" or the address of what is shown while nothing else is
+    kIdleLoop,   ///< number: 1 again and again, 0 once
     kVolumeUp,
     kVolumeDown,
     kMute,
@@ -42,10 +60,12 @@ struct Command {
     std::string text;
     long number = 0;
     std::string line; ///< as it was written; empty for a key
+    std::vector<long> numbers = {};
 };
 /// Same meaning, however it was written.
 inline bool operator==(const Command& left, const Command& right) {
-    return left.verb == right.verb && left.text == right.text && left.number == right.number;
+    return left.verb == right.verb && left.text == right.text && left.number == right.number &&
+           left.numbers == right.numbers;
 }
 
 /// The command that a line means, or what is wrong with it.

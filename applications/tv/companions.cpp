@@ -147,19 +147,37 @@ void CompanionWatch::daemonChanged(zeSBusManager*, void* user,
     });
 }
 
-bool CompanionWatch::takePicture(const std::string& file) {
+bool CompanionWatch::tellPlayer(zeSBusCommand&& command) {
     const Companions companions = now();
-    if (companions.players.count(companions.ownPlayer) == 0)
-        return false;
+    return companions.players.count(companions.ownPlayer) != 0 &&
+           command.Execute(manager_.get(), ContentPlayerServiceTemplate.mTypeName,
+                           companions.ownPlayer.c_str());
+}
+
+bool CompanionWatch::takePicture(const std::string& file) {
+    return adjustPlayer("Snapshot", file);
+}
+
+bool CompanionWatch::adjustPlayer(const char* what, const std::string& value) {
     auto* command = static_cast<ContentPlayerServiceCustomCommand*>(
         zeSBusState::New(&ContentPlayerServiceCustomCommandTemplate, nullptr));
     if (command == nullptr)
         return false;
-    command->mCommand = zeStrdup("Snapshot");
-    command->mArgument = zeStrdup(file.c_str());
-    zeSBusCommand snapshot("customcommand", command);
-    return snapshot.Execute(manager_.get(), ContentPlayerServiceTemplate.mTypeName,
-                            companions.ownPlayer.c_str());
+    command->mCommand = zeStrdup(what);
+    command->mArgument = zeStrdup(value.c_str());
+    return tellPlayer(zeSBusCommand("customcommand", command));
+}
+
+bool CompanionWatch::setIdleMedia(const std::string& address) {
+    return tellPlayer(zeSBusCommand("setidleuri", address.c_str()));
+}
+
+bool CompanionWatch::runIdleMedia(bool on) {
+    return tellPlayer(zeSBusCommand(on ? "playidleuri" : "stopidleuri"));
+}
+
+bool CompanionWatch::loopIdleMedia(bool on) {
+    return tellPlayer(zeSBusCommand("setidleloop", on ? 1L : 0L));
 }
 
 bool CompanionWatch::daemonAnswers() {

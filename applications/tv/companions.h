@@ -47,12 +47,19 @@ public:
     Companions now() const;
     /// Writes what is on the screen to a file. False: refused or not answered.
     bool takePicture(const std::string& file);
+    /// One of the player's own adjustments. False: likewise, also below.
+    bool adjustPlayer(const char* what, const std::string& value);
+    /// What is shown while nothing else is: which, whether, and whether again and again.
+    bool setIdleMedia(const std::string& address);
+    bool runIdleMedia(bool on);
+    bool loopIdleMedia(bool on);
 
     /// Writes the daemon a value that it has already, which may take as long as the state bus waits
     /// for an answer. False: it does not answer, or there is none.
     bool daemonAnswers();
 
 private:
+    bool tellPlayer(zeSBusCommand&& command);
     static void remoteState(zeSBusManager* manager, void* user, const char* fullName, bool added);
     static void playerChanged(zeSBusManager* manager, void* user,
                               const zeSBusStateSerializable* record);

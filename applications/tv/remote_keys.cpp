@@ -14,12 +14,22 @@ struct Key {
     long number;
 };
 constexpr Key kKeys[] = {
-    {' ', Verb::kPauseOrResume, 0}, {'f', Verb::kForward, 0}, {'b', Verb::kBackward, 0},
-    {'l', Verb::kSlow, 0},          {'s', Verb::kStop, 0},    {'m', Verb::kMute, 0},
-    {'M', Verb::kUnmute, 0},        {'y', Verb::kAllow, 0},   {'n', Verb::kDeny, 0},
-    {'v', Verb::kShow, 0},          {'h', Verb::kHide, 0},    {'p', Verb::kSnapshot, 0},
-    {'?', Verb::kHelp, 0},          {'q', Verb::kQuit, 0},
+    {' ', Verb::kPauseOrResume, 0}, {'f', Verb::kForward, 0},        {'b', Verb::kBackward, 0},
+    {'l', Verb::kSlow, 0},          {'s', Verb::kStop, 0},           {'m', Verb::kMute, 0},
+    {'M', Verb::kUnmute, 0},        {'y', Verb::kAllow, 0},          {'n', Verb::kDeny, 0},
+    {'v', Verb::kShow, 0},          {'h', Verb::kHide, 0},           {'p', Verb::kSnapshot, 0},
+    {'?', Verb::kHelp, 0},          {'q', Verb::kQuit, 0},           {'+', Verb::kZoomBy, 1},
+    {'-', Verb::kZoomBy, -1},       {'0', Verb::kZoomTo, 0},         {'o', Verb::kRotateBy, 1},
+    {'a', Verb::kRepeat, 0},        {'t', Verb::kNextAudioTrack, 0}, {'x', Verb::kNextRatio, 0},
+    {'w', Verb::kFullScreen, 0},    {'W', Verb::kFullScreen, 1},
 };
+/// As they lie on a keypad.
+constexpr long kMoveStep = 60; // pixels of the screen
+struct MoveKey {
+    char byte;
+    const char* direction;
+};
+constexpr MoveKey kMoves[] = {{'8', "up"}, {'2', "down"}, {'4', "left"}, {'6', "right"}};
 /// Last bytes of what the arrow keys send, after ESC [ or ESC O.
 constexpr Key kArrows[] = {
     {'A', Verb::kVolumeUp, 0},
@@ -43,6 +53,10 @@ const char kKeyHelp[] = R"(  space  pause, resume           left, right   10 sec
   l      slow, slower            p             picture of the screen
   s      stop                    v, h          show, hide on the network
   y, n   allow, deny             r             rename
+  +, -   zoom in, out            0             as large as it is
+  o      turn                    8, 2, 4, 6    move the zoomed view
+  x      next shape              a             repeat from here, to here, no more
+  t      next sound track        W, w          the whole display, a window
   ?      these keys              q, Ctrl-C     end
 )";
 
@@ -62,8 +76,12 @@ void RemoteKeys::key(char byte, std::vector<Command>& out) {
             nameKey(byte, out);
         else if (byte == kRenameKey)
             beginName();
-        else
+        else {
             append(kKeys, byte, out);
+            for (const MoveKey& move : kMoves)
+                if (move.byte == byte)
+                    out.push_back({Verb::kMove, move.direction, kMoveStep, ""});
+        }
         break;
     case State::kEscape:
         if (byte == '[' || byte == 'O') {

@@ -62,6 +62,7 @@ void Renderer::remember(const Event& event) {
         title_ = title != nullptr ? *title : "";
         info_ = nullptr;
         media_ = event.media;
+        repeat_ = E_MM_INTERFACE_REPEAT_AB_NONE;
         break;
     }
     case MM_START_PLAY:

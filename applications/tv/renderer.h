@@ -7,6 +7,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tv/events.h"
 #include "tv/permission.h"
@@ -43,6 +44,28 @@ public:
     Outcome backward(long factor);
     Outcome slow(long divisor);
     Outcome stop();
+
+    // The picture and the sound of what is on, in renderer_picture.cpp.
+
+    /// Steps from -3 to 3, each doubles.
+    Outcome zoomTo(long steps);
+    Outcome zoomBy(long steps);
+    Outcome rotateTo(long quarterTurns);
+    Outcome rotateBy(long quarterTurns);
+    /// "up", "down", "left", "right"; in pixels of the screen.
+    Outcome move(const std::string& direction, long pixels);
+    /// "a", "ab", "none"; "": the next of these.
+    Outcome repeat(const std::string& what);
+    Outcome audioTrack(long index);
+    Outcome nextAudioTrack();
+    Outcome ratio(long number);
+    Outcome nextRatio();
+    /// X, y, width and height, or nothing for all of it.
+    Outcome crop(const std::vector<long>& rectangle);
+    Outcome place(const std::vector<long>& rectangle);
+    Outcome blank(bool on);
+    Outcome stretch(bool on);
+
     Outcome volumeUp();
     Outcome volumeDown();
     Outcome mute(bool on);
@@ -63,12 +86,21 @@ private:
     Outcome changeSpeed(MM_TRICK_MODE mode, const char* refusal);
     /// Refusal when nothing is on whose speed or position could change.
     bool isMovieOrMusic() const;
+    bool isMovieOrPhoto() const;
+    Outcome applyRectangles();
     /// Seconds; none while it is not known. Reads the service: delivery has to be held back.
     std::optional<std::uint32_t> duration() const;
 
     bool running_ = false;
     MediaKind media_ = MediaKind::kNone; ///< what is on, by its events
     std::string title_;
+    // What was asked of the player, which nobody can be asked about.
+    EN_MM_INTERFACE_REPEAT_AB repeat_ = E_MM_INTERFACE_REPEAT_AB_NONE;
+    long ratio_ = 0;
+    ST_MM_INTERFACE_RECT crop_{};
+    ST_MM_INTERFACE_RECT place_{};
+    bool blank_ = false;
+    bool stretch_ = false;
     const DMRMediaInfo* info_ = nullptr;      ///< the service's own, of what is on
     const DMRAuthRequest* request_ = nullptr; ///< the service's own, from its last event
 };

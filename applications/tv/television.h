@@ -82,6 +82,7 @@ private:
     Outcome perform(const Command& command);
     Outcome answer(bool allow);
     Outcome rename(const std::string& name);
+    Outcome ofThePlayer(const Command& command);
     Outcome snapshot(const std::string& file);
 
     const Options options_;

@@ -54,6 +54,38 @@ Outcome Television::perform(const Command& command) {
         return renderer_.slow(command.number);
     case Verb::kStop:
         return renderer_.stop();
+    case Verb::kZoomTo:
+        return renderer_.zoomTo(command.number);
+    case Verb::kZoomBy:
+        return renderer_.zoomBy(command.number);
+    case Verb::kRotateTo:
+        return renderer_.rotateTo(command.number);
+    case Verb::kRotateBy:
+        return renderer_.rotateBy(command.number);
+    case Verb::kMove:
+        return renderer_.move(command.text, command.number);
+    case Verb::kRepeat:
+        return renderer_.repeat(command.text);
+    case Verb::kAudioTrack:
+        return renderer_.audioTrack(command.number);
+    case Verb::kNextAudioTrack:
+        return renderer_.nextAudioTrack();
+    case Verb::kRatio:
+        return renderer_.ratio(command.number);
+    case Verb::kNextRatio:
+        return renderer_.nextRatio();
+    case Verb::kCrop:
+        return renderer_.crop(command.numbers);
+    case Verb::kPlace:
+        return renderer_.place(command.numbers);
+    case Verb::kBlank:
+        return renderer_.blank(command.number != 0);
+    case Verb::kStretch:
+        return renderer_.stretch(command.number != 0);
+    case Verb::kFullScreen:
+    case Verb::kIdle:
+    case Verb::kIdleLoop:
+        return ofThePlayer(command);
     case Verb::kVolumeUp:
         return renderer_.volumeUp();
     case Verb::kVolumeDown:
@@ -95,6 +127,22 @@ Outcome Television::perform(const Command& command) {
     case Verb::kSleep:
         break; // never come here: the script carries the waits out
     }
+    return {};
+}
+
+/// What the player does for its TV, and the library has no word for.
+Outcome Television::ofThePlayer(const Command& command) {
+    bool done = false;
+    if (command.verb == Verb::kFullScreen)
+        done = watch_->adjustPlayer("FullScreen", std::to_string(command.number));
+    else if (command.verb == Verb::kIdleLoop)
+        done = watch_->loopIdleMedia(command.number != 0);
+    else if (command.text == "play" || command.text == "stop")
+        done = watch_->runIdleMedia(command.text == "play");
+    else
+        done = watch_->setIdleMedia(command.text) && watch_->runIdleMedia(true);
+    if (!done)
+        return {false, "the player refuses or is not there"};
     return {};
 }
 

@@ -30,6 +30,38 @@ struct Plain {
     Verb verb;
 };
 
+struct Adjusting {
+    const char* line;
+    Verb verb;
+    const char* text;
+    long number;
+};
+
+TEST(ACommandLine, AdjustsThePictureAndTheSound) {
+    const Adjusting lines[] = {
+        {"zoom /8", Verb::kZoomTo, "", -3},      {"zoom 1", Verb::kZoomTo, "", 0},
+        {"zoom 8", Verb::kZoomTo, "", 3},        {"zoom in", Verb::kZoomBy, "", 1},
+        {"zoom out", Verb::kZoomBy, "", -1},     {"rotate", Verb::kRotateBy, "", 1},
+        {"rotate 270", Verb::kRotateTo, "", 3},  {"rotate 0", Verb::kRotateTo, "", 0},
+        {"move left", Verb::kMove, "left", 60},  {"move up 7", Verb::kMove, "up", 7},
+        {"repeat", Verb::kRepeat, "", 0},        {"repeat ab", Verb::kRepeat, "ab", 0},
+        {"audio", Verb::kNextAudioTrack, "", 0}, {"audio 1", Verb::kAudioTrack, "", 1},
+        {"ratio", Verb::kNextRatio, "", 0},      {"ratio 8", Verb::kRatio, "", 8},
+        {"blank on", Verb::kBlank, "", 1},       {"stretch off", Verb::kStretch, "", 0},
+        {"idle play", Verb::kIdle, "play", 0},   {"fullscreen on", Verb::kFullScreen, "", 1},
+        {"idle-loop on", Verb::kIdleLoop, "", 1}};
+    for (const Adjusting& line : lines)
+        EXPECT_EQ(accepted(line.line), (Command{line.verb, line.text, line.number, ""}))
+            << line.line;
+    EXPECT_EQ(accepted("crop -5 10 640 360").numbers, (std::vector<long>{-5, 10, 640, 360}));
+    EXPECT_TRUE(accepted("place off").numbers.empty());
+    for (const char* line :
+         {"zoom", "zoom 3", "rotate 45", "move", "move over", "move up -1", "repeat b", "audio -1",
+          "ratio 9", "crop", "crop 1 2 3", "crop 1 2 3 0", "crop 1 2 3 4 5", "place 0 0 70000 1",
+          "blank", "idle", "idle-loop 1"})
+        EXPECT_NE(refused(line), "") << line;
+}
+
 TEST(ACommandLine, MayBeASingleWord) {
     const Plain lines[] = {
         {"pause", Verb::kPause}, {"resume", Verb::kResume}, {"stop", Verb::kStop},

@@ -22,7 +22,24 @@ TEST(TheRemote, HasAKeyForEveryCommand) {
         (std::vector<Verb>{Verb::kPauseOrResume, Verb::kForward, Verb::kBackward, Verb::kSlow,
                            Verb::kStop, Verb::kMute, Verb::kUnmute, Verb::kAllow, Verb::kDeny,
                            Verb::kShow, Verb::kHide, Verb::kSnapshot, Verb::kHelp, Verb::kQuit}));
-    EXPECT_TRUE(keys.feed("xX1\n").empty()) << "keys without a meaning";
+    EXPECT_TRUE(keys.feed("XQ1\n").empty()) << "keys without a meaning";
+}
+
+TEST(TheRemote, AdjustsThePictureAndTheSound) {
+    RemoteKeys keys;
+    EXPECT_EQ(keys.feed("+-0o"), (std::vector<Command>{{Verb::kZoomBy, "", 1, ""},
+                                                       {Verb::kZoomBy, "", -1, ""},
+                                                       {Verb::kZoomTo, "", 0, ""},
+                                                       {Verb::kRotateBy, "", 1, ""}}));
+    EXPECT_EQ(keys.feed("8246"), (std::vector<Command>{{Verb::kMove, "up", 60, ""},
+                                                       {Verb::kMove, "down", 60, ""},
+                                                       {Verb::kMove, "left", 60, ""},
+                                                       {Verb::kMove, "right", 60, ""}}));
+    EXPECT_EQ(keys.feed("atxwW"), (std::vector<Command>{{Verb::kRepeat, "", 0, ""},
+                                                        {Verb::kNextAudioTrack, "", 0, ""},
+                                                        {Verb::kNextRatio, "", 0, ""},
+                                                        {Verb::kFullScreen, "", 0, ""},
+                                                        {Verb::kFullScreen, "", 1, ""}}));
 }
 
 TEST(TheRemote, ReadsArrowsInBothForms) {

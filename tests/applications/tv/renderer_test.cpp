@@ -128,6 +128,17 @@ protected:
         sentBefore_ = commands.size();
         return words;
     }
+    /// The player's settings that were sent since the last call: "Zoom=Zoomx2 Rotate=090".
+    std::string settings() {
+        std::string text;
+        const auto commands = bus_.commands();
+        for (; sentBefore_ < commands.size(); ++sentBefore_) {
+            if (const auto* record = std::get_if<statebus::Record>(&commands[sentBefore_].argument))
+                text += (text.empty() ? "" : " ") + record->text("mCommand").value_or("") + '=' +
+                        record->text("mArgument").value_or("");
+        }
+        return text;
+    }
     std::string lastWrite() {
         const auto writes = bus_.writes();
         return writes.empty() ? "" : writes.back().path + '=' + writes.back().value;
@@ -349,6 +360,72 @@ TEST_F(TheTvsRenderer, SendsTheOtherKeysOfTheRemote) {
     EXPECT_EQ(lastWrite(), "mfVisible=0");
     renderer_.setVisible(true);
     EXPECT_EQ(lastWrite(), "mfVisible=1");
+}
+
+TEST_F(TheTvsRenderer, AdjustsThePictureOfAFilm) {
+    playFilm();
+    settings();
+    EXPECT_TRUE(renderer_.zoomBy(1).ok);
+    EXPECT_TRUE(renderer_.zoomBy(1).ok);
+    EXPECT_EQ(settings(), "Zoom=Zoomx2 Zoom=Zoomx4");
+    EXPECT_TRUE(renderer_.zoomTo(3).ok);
+    EXPECT_FALSE(renderer_.zoomBy(1).ok);
+    EXPECT_TRUE(renderer_.rotateTo(3).ok);
+    EXPECT_TRUE(renderer_.rotateBy(1).ok);
+    EXPECT_EQ(settings(), "Zoom=Zoomx8 Rotate=270 Rotate=000");
+    EXPECT_TRUE(renderer_.move("left", 40).ok);
+    EXPECT_EQ(settings(), "MOVE_DIRECTION=LEFT MOVE_OFFSET=40 MOVE_SET=");
+    EXPECT_FALSE(renderer_.move("over", 40).ok);
+    EXPECT_TRUE(renderer_.ratio(8).ok);
+    EXPECT_TRUE(renderer_.nextRatio().ok);
+    EXPECT_EQ(settings(), "DisplayAspectRatio=8 DisplayAspectRatio=0");
+    EXPECT_TRUE(renderer_.place({10, -20, 640, 360}).ok);
+    EXPECT_EQ(settings(),
+              "CropRect_s32X=0 CropRect_s32Y=0 CropRect_u16Height=0 CropRect_u16Width=0 "
+              "DispRect_s32X=10 DispRect_s32Y=-20 DispRect_u16Height=360 DispRect_u16Width=640 "
+              "bVideoMute=0 bKeepRatio=1 SetCropDisplayRectangle=");
+    EXPECT_TRUE(renderer_.blank(true).ok); // and the rest as it was
+    EXPECT_NE(settings().find("DispRect_u16Width=640 bVideoMute=1 bKeepRatio=1"),
+              std::string::npos);
+    EXPECT_TRUE(renderer_.crop({1, 2, 3, 4}).ok);
+    EXPECT_TRUE(renderer_.stretch(true).ok);
+    EXPECT_NE(settings().find("CropRect_u16Height=4 CropRect_u16Width=3"), std::string::npos);
+}
+
+TEST_F(TheTvsRenderer, RepeatsAPartAndChoosesTheSoundTrackOfAFilm) {
+    playFilm();
+    settings();
+    EXPECT_TRUE(renderer_.repeat("").ok);
+    EXPECT_TRUE(renderer_.repeat("").ok);
+    EXPECT_TRUE(renderer_.repeat("").ok);
+    EXPECT_TRUE(renderer_.repeat("a").ok);
+    EXPECT_EQ(settings(), "RepeatAB=A RepeatAB=AB RepeatAB=NONE RepeatAB=A");
+    EXPECT_FALSE(renderer_.nextAudioTrack().ok); // nobody says how many there are
+    player_.setText("mInfoStr", "MetadataStr=nb-audio-track:2\xee\x82\x8a"
+                                "AudioTrackID:1");
+    bus_.deliver(player_, "main");
+    receive();
+    EXPECT_TRUE(renderer_.nextAudioTrack().ok);
+    EXPECT_TRUE(renderer_.audioTrack(1).ok);
+    EXPECT_FALSE(renderer_.audioTrack(2).ok);
+    EXPECT_EQ(settings(), "AudioTrackIndex=0 AudioTrackIndex=1");
+}
+
+TEST_F(TheTvsRenderer, AdjustsOnlyWhatIsThere) {
+    EXPECT_FALSE(renderer_.zoomBy(1).ok);
+    EXPECT_FALSE(renderer_.repeat("a").ok);
+    playSong();
+    EXPECT_FALSE(renderer_.zoomTo(1).ok);
+    EXPECT_FALSE(renderer_.rotateBy(1).ok);
+    EXPECT_FALSE(renderer_.move("up", 1).ok);
+    EXPECT_FALSE(renderer_.audioTrack(0).ok);
+    EXPECT_FALSE(renderer_.ratio(1).ok);
+    showPhoto();
+    EXPECT_TRUE(renderer_.zoomTo(1).ok);
+    EXPECT_TRUE(renderer_.rotateBy(1).ok);
+    EXPECT_TRUE(renderer_.move("up", 1).ok);
+    EXPECT_FALSE(renderer_.repeat("a").ok);
+    EXPECT_FALSE(renderer_.nextRatio().ok);
 }
 
 TEST_F(TheTvsRenderer, RenamesByStartingTheDaemonAnew) {
