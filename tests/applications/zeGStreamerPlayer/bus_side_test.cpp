@@ -51,6 +51,7 @@ protected:
         facts.kind = MediaKind::kVideo;
         facts.durationMs = 100000;
         facts.seekable = true;
+        facts.speeds = allSpeeds();
         facts.audioTracks = 2;
         player_.onEvent(EngineEvent{engine_.session, EngineOpened{facts}});
         player_.onEvent(EngineEvent{engine_.session, EnginePlaying{}});

@@ -32,7 +32,7 @@ TEST_F(ThePlayer, TellsAllSpeedsUntilAMediaAllowsFewer) {
     EXPECT_EQ(last().supportedSpeeds, all);
     player_.play(Speed());
     MediaFacts facts = filmFacts();
-    facts.backward = false;
+    facts.speeds = forwardSpeeds();
     report(EngineOpened{facts});
     EXPECT_EQ(last().supportedSpeeds, "1,2,4,8,16,32,1/2,1/4,1/8,1/16,1/32");
 }
@@ -291,7 +291,7 @@ TEST_F(ThePlayer, PlaysAtNormalSpeedWhatCannotBePlayedAtTheSpeedAskedFor) {
     bringTo(kLoading);
     player_.play(speed("-2"));
     MediaFacts facts = filmFacts();
-    facts.backward = false;
+    facts.speeds = forwardSpeeds();
     report(EngineOpened{facts});
     EXPECT_EQ(engine_.taken(), "play");
     EXPECT_EQ(last().supportedSpeeds, "1,2,4,8,16,32,1/2,1/4,1/8,1/16,1/32");
@@ -434,6 +434,7 @@ TEST_F(ThePlayer, RefusesToSeekBehindTheEndOrWhereTheMediaCannot) {
     EXPECT_FALSE(player_.seek(-1));
     MediaFacts facts = filmFacts();
     facts.seekable = false;
+    facts.speeds.clear();
     report(EngineFacts{facts});
     EXPECT_FALSE(player_.seek(1000));
     EXPECT_EQ(last().supportedSeekModes, "");

@@ -287,17 +287,6 @@ TEST_F(APlayer, DoesNotWaitForABufferThatIsFullWhateverWasSaidOfIt) {
     EXPECT_FALSE(player.last().buffering);
 }
 
-TEST_F(APlayer, PlaysAFilmThatIsTooLargeToKeepForwardOnly) {
-    test::RecordedPlayer small(folder_.path(), 100000);
-    ASSERT_TRUE(small.setMedia(server_.address("/good/film.mp4")));
-    ASSERT_TRUE(small->play(Speed()));
-    ASSERT_TRUE(small.waitForState(PlayerState::kPlaying));
-    EXPECT_EQ(small.last().supportedSpeeds, "1,2,4,8,16,32,1/2,1/4,1/8,1/16,1/32");
-    EXPECT_FALSE(small->play(*Speed::fromText("-2")));
-    ASSERT_TRUE(small->seek(12000));
-    ASSERT_TRUE(small.waitUntil([&small] { return small.last().positionSec == 12; }));
-}
-
 TEST_F(APlayer, LeavesNoCopyOfTheFilmBehind) {
     playUntilPlaying("/good/film.mp4");
     const std::filesystem::directory_iterator entries(folder_.path());

@@ -33,7 +33,8 @@ TEST(AMessage, CarriesEveryFactOfAMedia) {
     facts.kind = MediaKind::kVideo;
     facts.mimeType = "video/mp4";
     facts.durationMs = 1234567890123;
-    facts.durationExact = facts.seekable = facts.backward = true;
+    facts.durationExact = facts.seekable = true;
+    facts.speeds = {*Speed::fromText("-2"), *Speed::fromText("1/32")};
     facts.width = 1920;
     facts.height = 1080;
     facts.frameRateThousandths = 29970;
@@ -78,7 +79,7 @@ TEST(AMessage, CarriesEveryEvent) {
 }
 
 TEST(AMessage, CarriesEveryOrder) {
-    EXPECT_EQ(orderBack(OpenOrder{1, {"http://h/\xFF", "s"}}).address.uri, "http://h/\xFF");
+    EXPECT_EQ(orderBack(OpenOrder{1, {"http://h/\xFF", "s", "p"}}).address.uri, "http://h/\xFF");
     EXPECT_EQ(orderBack(PlayOrder{~Session{0}}).session, ~Session{0});
     EXPECT_EQ(orderBack(PauseOrder{2}).session, 2u);
     EXPECT_EQ(orderBack(SeekOrder{2, 1500}).positionMs, 1500);
@@ -111,7 +112,7 @@ TEST(AMessage, CarriesEveryOrder) {
 }
 
 TEST(AMessage, IsReadStrictly) {
-    const Bytes good = encode(Order(OpenOrder{1, {"http://h/", ""}}));
+    const Bytes good = encode(Order(OpenOrder{1, {"http://h/", "", ""}}));
     for (std::size_t size = 0; size < good.size(); ++size) {
         EXPECT_FALSE(decodeOrder(Bytes(good.begin(), good.begin() + static_cast<long>(size))))
             << size;

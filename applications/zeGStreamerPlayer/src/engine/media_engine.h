@@ -71,7 +71,8 @@ struct EngineEvent {
 
 struct MediaAddress {
     std::string uri;
-    std::string subtitleUri; ///< of a file beside the media; "": none
+    std::string subtitleUri;  ///< of a file beside the media; "": none
+    std::string protocolInfo; ///< as its description has it; "": nothing is said
 };
 
 /// Repeat A-B: nothing, the point A is now, or the point B is now and the part between is repeated.

@@ -70,6 +70,7 @@ Pipeline::Pipeline(const Settings& settings, const MediaAddress& address, Screen
                    GMainContext* context, TaskQueue& queue, Report report)
     : settings_(settings),
       address_(address),
+      context_(context),
       queue_(queue),
       report_(std::move(report)),
       playbin_(gst_element_factory_make("playbin", nullptr)),
@@ -117,6 +118,7 @@ Pipeline::~Pipeline() {
     if (!playbin_) {
         return;
     }
+    stopLeaps();
     gst_element_set_state(playbin_.get(), GST_STATE_NULL);
     g_source_destroy(busWatch_);
     g_source_unref(busWatch_);
@@ -188,13 +190,13 @@ void Pipeline::takeNextStep() {
             return;
         }
     }
-    const bool moves = wantPlaying_ || animated_;
+    const bool moves = (wantPlaying_ && !leaps_) || animated_;
     const GstState target = moves && buffered_ >= 100 ? GST_STATE_PLAYING : GST_STATE_PAUSED;
     if (state_ != target) {
         changeState(target);
         return;
     }
-    if (state_ == GST_STATE_PLAYING && wantPlaying_ && !saidPlaying_) {
+    if ((state_ == GST_STATE_PLAYING || leaps_) && wantPlaying_ && !saidPlaying_) {
         saidPlaying_ = true;
         positionReported_ = Clock::now();
         // The position is still the one of the preroll: media that is over in a moment may have
@@ -205,6 +207,11 @@ void Pipeline::takeNextStep() {
         saidPlaying_ = false;
         followPosition();
         report_(EnginePaused{});
+    }
+    followLeaps();
+    if (ended_ && saidPlaying_) {
+        ended_ = false;
+        report_(EngineEnded{endMs()});
     }
 }
 
@@ -232,11 +239,13 @@ void Pipeline::onOpened() {
     end();
 }
 
-void Pipeline::onEnd() {
-    if (!idle() || wantPositionMs_ || wantSpeed_ != speed_ || !saidPlaying_) {
-        return; // an end that was on its way when the media was moved elsewhere
+void Pipeline::onEnd(std::uint32_t number) {
+    // While the media is moved elsewhere an end may still be on its way; yet there may be nothing
+    // where it is moved to, and then its end comes before the move's.
+    if (step_ != Step::kMove || number == seekNumber_) {
+        ended_ = true;
+        wish();
     }
-    report_(EngineEnded{endMs()});
 }
 
 void Pipeline::fail(PlayerError error, const std::string& detail) {
@@ -279,7 +288,8 @@ void Pipeline::onTimer() {
     if (saidPlaying_ && idle()) {
         followPosition();
     }
-    if (saidPlaying_ && idle() && now - positionReported_ >= kPositionInterval) {
+    const bool known = idle() || step_ == Step::kLeap;
+    if (saidPlaying_ && known && now - positionReported_ >= kPositionInterval) {
         positionReported_ = now;
         report_(EnginePosition{positionMs()});
     }
@@ -310,6 +320,9 @@ void Pipeline::handle(GstMessage* message) {
             if (std::exchange(segmentEnded_, false)) {
                 onSegmentEnd(seekNumber_);
             }
+        } else if (ours && step_ == Step::kLeap) {
+            leaps_->shownMs = playbinPositionMs();
+            end();
         }
         break;
     case GST_MESSAGE_STATE_CHANGED: {
@@ -324,11 +337,13 @@ void Pipeline::handle(GstMessage* message) {
     }
     case GST_MESSAGE_BUFFERING:
         gst_message_parse_buffering(message, &buffered_);
-        report_(EngineBuffering{buffered_});
+        if (!leaps_) {
+            report_(EngineBuffering{buffered_});
+        }
         wish();
         break;
     case GST_MESSAGE_EOS:
-        onEnd();
+        onEnd(gst_message_get_seqnum(message));
         break;
     case GST_MESSAGE_SEGMENT_DONE:
         onSegmentEnd(gst_message_get_seqnum(message));
@@ -407,19 +422,19 @@ void Pipeline::applySound() {
 
 MediaFacts Pipeline::facts() {
     MediaClues clues;
-    bool download = false;
     clues.tags = tags_.get();
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         clues.capsName = capsName_;
         clues.imageType = imageTypeOf(header_.data(), header_.size());
         clues.programs = programsIn(header_.data(), header_.size()).value_or(0);
-        download = copy_ != nullptr;
     }
     MediaFacts facts = readFacts(playbin_.get(), clues);
     facts.coverUri = cover_.uri();
     facts.coverMimeType = cover_.mimeType();
-    facts.backward = facts.seekable && download && facts.durationExact;
+    if (facts.seekable) {
+        facts.speeds = allSpeeds();
+    }
     return facts;
 }
 

@@ -57,7 +57,17 @@ public:
     void onTimer();
 
 private:
-    enum class Step { kNone, kOpen, kMove, kChangeState };
+    enum class Step { kNone, kOpen, kMove, kLeap, kChangeState };
+
+    /// Backward play of what GStreamer does not play backward: the pipeline is paused and shows one
+    /// key frame after the other, each sought for when its time has come.
+    struct Leaps {
+        std::int64_t fromMs;     ///< where the media was
+        Clock::time_point since; ///< at this time
+        bool running;            ///< has moved on since
+        std::int64_t shownMs;    ///< the time of the key frame that is shown
+        bool ended;
+    };
 
     static gboolean onMessage(GstBus* bus, GstMessage* message, gpointer self);
     static void onSourceSetup(GstElement* playbin, GstElement* source, gpointer self);
@@ -73,7 +83,7 @@ private:
     void handle(GstMessage* message);
     void handleHeaders(const GstStructure& structure);
     void onOpened();
-    void onEnd();
+    void onEnd(std::uint32_t number);
     void followData();
     void followBuffer();
     void begin(Step step);
@@ -82,12 +92,19 @@ private:
     void takeNextStep();
     bool move();
     bool seekTo(int flags, std::int64_t from);
+    bool runsBackward();
+    void startLeaps(std::int64_t from);
+    void stopLeaps();
+    void followLeaps();
+    void leap();
+    static gboolean leapTimerFired(gpointer self);
     void onSegmentEnd(std::uint32_t number);
     void changeState(GstState target);
     void fail(PlayerError error, const std::string& detail);
     void applySound();
     MediaFacts facts();
     std::int64_t positionMs() const;
+    std::int64_t playbinPositionMs() const;
     void samplePosition();
     void followPosition();
     std::int64_t endMs() const;
@@ -96,6 +113,7 @@ private:
 
     const Settings& settings_;
     const MediaAddress address_;
+    GMainContext* const context_;
     TaskQueue& queue_;
     Report report_;
     GstOwner<GstElement> playbin_;
@@ -137,6 +155,9 @@ private:
     std::int64_t segmentEnd_ = 0;       ///< of the part, when its repetition was ended meanwhile
     std::uint32_t seekNumber_ = 0;      ///< by which what a seek leads to is known
     bool segmentEnded_ = false;         ///< the part was over before the move to it was
+    bool ended_ = false;                ///< there is no more, which is not reported yet
+    std::optional<Leaps> leaps_;
+    GSource* leapTimer_ = nullptr; ///< while there are leaps
 
     // Written on streaming threads.
     std::atomic<std::uint64_t> bytesArrived_{0};

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <limits>
 #include <string>
 #include <utility>
 
@@ -13,6 +14,8 @@ namespace {
 
 /// A part between A and B that is shorter is taken for a slip of the finger.
 constexpr std::chrono::milliseconds kShortestRepeat{200};
+/// Between two looks at whether it is time for another key frame.
+constexpr unsigned kLeapMs = 50;
 
 } // namespace
 
@@ -52,11 +55,16 @@ void Pipeline::repeat(Repeat what) {
 
 /// True when a step has begun; false when the media refuses.
 bool Pipeline::move() {
-    const Speed before = std::exchange(speed_, wantSpeed_);
     const std::int64_t from = wantPositionMs_.value_or(positionMs());
+    const Speed before = std::exchange(speed_, wantSpeed_);
     wantPositionMs_.reset();
+    segmentEnded_ = ended_ = false;
+    if (speed_.isBackward() && !runsBackward()) {
+        startLeaps(from);
+        return false;
+    }
+    stopLeaps();
     begin(Step::kMove);
-    segmentEnded_ = false;
     if (!seekTo(GST_SEEK_FLAG_FLUSH, from)) {
         step_ = Step::kNone;
         speed_ = wantSpeed_ = before;
@@ -93,6 +101,89 @@ bool Pipeline::seekTo(int flags, std::int64_t from) {
     return gst_element_send_event(playbin_.get(), event) != FALSE;
 }
 
+/// Whether GStreamer runs backward through this media. Over a network it needs the copy for that,
+/// and a container that says where everything is.
+bool Pipeline::runsBackward() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return copy_ && known_.durationExact;
+}
+
+void Pipeline::startLeaps(std::int64_t from) {
+    leaps_ = Leaps{from, Clock::now(), false, std::numeric_limits<std::int64_t>::max(), false};
+    if (leapTimer_ == nullptr) {
+        leapTimer_ = g_timeout_source_new(kLeapMs);
+        g_source_set_callback(leapTimer_, &Pipeline::leapTimerFired, this, nullptr);
+        g_source_attach(leapTimer_, context_);
+    }
+    if (buffered_ < 100) {
+        report_(EngineBuffering{100}); // what each leap fetches does not count
+    }
+    applySound();
+    positionReported_ = Clock::now();
+    report_(EngineMoved{true, from, speed_});
+}
+
+void Pipeline::stopLeaps() {
+    if (leapTimer_ != nullptr) {
+        g_source_destroy(leapTimer_);
+        g_source_unref(leapTimer_);
+        leapTimer_ = nullptr;
+    }
+    leaps_.reset();
+}
+
+/// The media runs when it is wanted to.
+void Pipeline::followLeaps() {
+    if (leaps_ && leaps_->running != wantPlaying_) {
+        leaps_->fromMs = positionMs();
+        leaps_->since = Clock::now();
+        leaps_->running = wantPlaying_;
+    }
+}
+
+gboolean Pipeline::leapTimerFired(gpointer self) {
+    auto* const pipeline = static_cast<Pipeline*>(self);
+    if (pipeline->idle() && !pipeline->wishQueued_ && !pipeline->failed_ && !pipeline->retired_) {
+        pipeline->leap();
+    }
+    return G_SOURCE_CONTINUE;
+}
+
+void Pipeline::leap() {
+    if (!leaps_->running || state_ != GST_STATE_PAUSED || leaps_->ended) {
+        return;
+    }
+    const std::int64_t now = positionMs();
+    if (now <= (markB_ ? *markA_ : 0)) {
+        if (markB_) {
+            startLeaps(*markB_);
+            followLeaps();
+        } else {
+            leaps_->ended = ended_ = true;
+            wish();
+        }
+        return;
+    }
+    if (now >= leaps_->shownMs) {
+        return; // the key frame that is shown is still the one before here
+    }
+    begin(Step::kLeap);
+    // MPEG has no table of its key frames: asked for the nearest one its demuxers lead to any
+    // frame, whose picture cannot be decoded without those before it.
+    const bool hasTable = known_.mimeType.find("mpeg") == std::string::npos;
+    const auto flags = static_cast<GstSeekFlags>(
+        GST_SEEK_FLAG_FLUSH |
+        (hasTable ? GST_SEEK_FLAG_KEY_UNIT | GST_SEEK_FLAG_SNAP_BEFORE : GST_SEEK_FLAG_ACCURATE));
+    if (!gst_element_seek_simple(playbin_.get(), GST_FORMAT_TIME, flags, now * GST_MSECOND)) {
+        step_ = Step::kNone;
+        stopLeaps();
+        speed_ = wantSpeed_ = Speed();
+        applySound();
+        report_(EngineMoved{false, now, speed_});
+        wish();
+    }
+}
+
 /// The part that is repeated is over: once more, or on beyond it. Nothing is thrown away that is on
 /// its way to the screen, so there is no gap.
 void Pipeline::onSegmentEnd(std::uint32_t number) {
@@ -117,6 +208,19 @@ void Pipeline::onSegmentEnd(std::uint32_t number) {
 // Where the media is.
 
 std::int64_t Pipeline::positionMs() const {
+    if (!leaps_) {
+        return playbinPositionMs();
+    }
+    if (!leaps_->running) {
+        return leaps_->fromMs;
+    }
+    const std::chrono::duration<double, std::milli> since = Clock::now() - leaps_->since;
+    const std::int64_t first = markB_ ? *markA_ : 0;
+    return std::max(first,
+                    leaps_->fromMs + static_cast<std::int64_t>(since.count() * speed_.rate()));
+}
+
+std::int64_t Pipeline::playbinPositionMs() const {
     gint64 position = 0;
     return gst_element_query_position(playbin_.get(), GST_FORMAT_TIME, &position)
                ? position / static_cast<gint64>(GST_MSECOND)

@@ -64,7 +64,7 @@ void onCopyCreated(GObject* buffer, GParamSpec*, gpointer) {
     }
 }
 
-/// Of this film no copy is kept: it plays, though not backwards.
+/// Of this film no copy is kept: backward only its key frames are shown.
 void keepNoCopy(GstPad* pad) {
     const GstOwner<GstElement> source(gst_pad_get_parent_element(pad));
     const GstOwner<GstElement> bin(
@@ -170,7 +170,7 @@ void Pipeline::setUpDownload(GstElement* element) {
 /// Asks the copy itself while it is said not to be full. Two threads of GStreamer's tell how full
 /// it is, and the word of the one that knows less may come last: then no other follows.
 void Pipeline::followBuffer() {
-    if (buffered_ >= 100) {
+    if (buffered_ >= 100 || leaps_) {
         return;
     }
     GstOwner<GstElement> copy;

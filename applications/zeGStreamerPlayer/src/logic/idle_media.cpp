@@ -76,7 +76,7 @@ void IdleMedia::start() {
     heard_ = true;
     ++session_;
     become(PlayerState::kLoading);
-    engine_.open(session_, {status_.uri, ""});
+    engine_.open(session_, {status_.uri, "", ""});
 }
 
 void IdleMedia::end() {

@@ -71,7 +71,8 @@ bool Player::speedAllowed(Speed speed) const {
     if (isPhoto()) {
         return false;
     }
-    return !opened_ || (facts_.seekable && (facts_.backward || !speed.isBackward()));
+    return !opened_ ||
+           std::find(facts_.speeds.begin(), facts_.speeds.end(), speed) != facts_.speeds.end();
 }
 
 bool Player::setMedia(PlayRequest request) {
@@ -223,7 +224,12 @@ void Player::start(Speed speed) {
     if (kindNamedIn(status_.track.protocolInfo) != MediaKind::kUnknown) {
         announceLoading();
     }
-    surroundings_.engine.open(session_, {request_.track.uri, request_.subtitleUri});
+    open();
+}
+
+void Player::open() {
+    surroundings_.engine.open(
+        session_, {request_.track.uri, request_.subtitleUri, request_.track.protocolInfo});
 }
 
 void Player::announceLoading() {
@@ -427,7 +433,8 @@ void Player::on(const EngineAnswered& answered) {
         // A media gets its subtitles when it is opened, so it is opened once more; this is the
         // first that came of it.
         request_.subtitleUri = answered.subtitleUri;
-        surroundings_.engine.open(++session_, {request_.track.uri, request_.subtitleUri});
+        ++session_;
+        open();
     }
     if (!loading_ || status_.state == PlayerState::kLoading) {
         return;

@@ -68,6 +68,7 @@ public:
 
 private:
     void start(Speed speed);
+    void open();
     void announceLoading();
     void announce();
     void announceAside();

@@ -7,7 +7,7 @@ namespace {
 
 auto values(const MediaFacts& facts) {
     return std::tie(facts.kind, facts.mimeType, facts.durationMs, facts.durationExact,
-                    facts.seekable, facts.backward, facts.width, facts.height,
+                    facts.seekable, facts.speeds, facts.width, facts.height,
                     facts.frameRateThousandths, facts.imageType, facts.programs, facts.videoCodec,
                     facts.videoTrack, facts.audioCodec, facts.audioTracks, facts.audioTrack,
                     facts.sampleRate, facts.channels, facts.bitrate, facts.title, facts.album,

@@ -3,7 +3,9 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
+#include "logic/speed.h"
 #include "metadata/protocol_info.h"
 
 namespace player {
@@ -26,7 +28,7 @@ struct MediaFacts {
     std::int64_t durationMs = -1;
     bool durationExact = false; ///< the container states it, so a much earlier end is damage
     bool seekable = false;
-    bool backward = false; ///< can be played backwards
+    std::vector<Speed> speeds; ///< at which it can be played, besides the normal one
 
     unsigned width = 0; ///< of the picture, in pixels
     unsigned height = 0;

@@ -6,7 +6,7 @@
 //   KETRA_FULLSCREEN        1: the window covers the whole display from the start (0)
 //   KETRA_SCREEN_SIZE       size of the screen, in whose pixels rectangles are given (1920x1080)
 //   KETRA_SNAPSHOT_DIR      folder into which pictures of the screen may be written (none: refused)
-//   KETRA_DOWNLOAD_DIR      folder for the copy that lets a film be played backwards (TMPDIR, /tmp)
+//   KETRA_DOWNLOAD_DIR      folder for the copy with which films run backwards (TMPDIR, /tmp)
 //   KETRA_DOWNLOAD_LIMIT_MB largest film of which a copy is kept (half of what is free there)
 //   KETRA_CA_FILE           certificates (PEM) to be trusted for https (the system's)
 //   KETRA_STATE_DIR         folder in which the volume is kept ($XDG_STATE_HOME/ketra or the like)

@@ -125,10 +125,10 @@ KETRA_EMPTY_MESSAGE(Ping)
 KETRA_EMPTY_MESSAGE(Pong)
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MediaFacts, kind, mimeType, durationMs, durationExact, seekable,
-                                   backward, width, height, frameRateThousandths, imageType,
-                                   programs, videoCodec, videoTrack, audioCodec, audioTracks,
-                                   audioTrack, sampleRate, channels, bitrate, title, album, artist,
-                                   genre, coverUri, coverMimeType, imageDateTime, dateIso)
+                                   speeds, width, height, frameRateThousandths, imageType, programs,
+                                   videoCodec, videoTrack, audioCodec, audioTracks, audioTrack,
+                                   sampleRate, channels, bitrate, title, album, artist, genre,
+                                   coverUri, coverMimeType, imageDateTime, dateIso)
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineAnswered, contentType, contentFeatures, subtitleUri)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineOpened, facts)
@@ -151,7 +151,7 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Rectangle, x, y, width, height)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(View, zoomSteps, quarterTurns, crop, display, mute, keepRatio,
                                    ratio)
 
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MediaAddress, uri, subtitleUri)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MediaAddress, uri, subtitleUri, protocolInfo)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(OpenOrder, session, address)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PlayOrder, session)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PauseOrder, session)

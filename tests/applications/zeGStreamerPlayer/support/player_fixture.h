@@ -27,10 +27,20 @@ inline MediaFacts filmFacts() {
     facts.durationMs = 100000;
     facts.durationExact = true;
     facts.seekable = true;
-    facts.backward = true;
+    facts.speeds = allSpeeds();
     facts.width = 640;
     facts.height = 360;
     return facts;
+}
+
+inline std::vector<Speed> forwardSpeeds() {
+    std::vector<Speed> forward;
+    for (const Speed speed : allSpeeds()) {
+        if (!speed.isBackward()) {
+            forward.push_back(speed);
+        }
+    }
+    return forward;
 }
 
 inline MediaFacts photoFacts() {
