@@ -30,19 +30,17 @@ bool take(std::string_view& text, char wanted) {
     return true;
 }
 
-// The rest of a time: nothing, ".digits" or ".digits/digits" with a second number above zero.
+// The rest of a time: nothing, ".digits" or ".digits/digits", which is less than one.
 bool isFraction(std::string_view text) {
     if (text.empty()) {
         return true;
     }
-    if (!take(text, '.') || !takeNumber(text, 1, 9)) {
-        return false;
-    }
-    if (text.empty()) {
-        return true;
+    const auto digits = take(text, '.') ? takeNumber(text, 1, 9) : std::nullopt;
+    if (!digits || text.empty()) {
+        return digits.has_value();
     }
     const auto divisor = take(text, '/') ? takeNumber(text, 1, 9) : std::nullopt;
-    return divisor && *divisor > 0 && text.empty();
+    return divisor && *divisor > *digits && text.empty();
 }
 
 } // namespace

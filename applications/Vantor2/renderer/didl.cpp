@@ -94,7 +94,7 @@ std::string documentOf(xmlNode* root, xmlNode* item, const Subtitle& subtitle) {
     return documentText(document.get());
 }
 
-MediaItem readItem(xmlNode* root, xmlNode* item) {
+MediaItem readItem(xmlNode* root, xmlNode* item, DidlDetail detail) {
     MediaItem read;
     read.id = attribute(item, "id");
     Subtitle subtitle;
@@ -102,6 +102,8 @@ MediaItem readItem(xmlNode* root, xmlNode* item) {
         const std::string_view name = localName(node);
         if (name == "title" && read.title.empty()) {
             read.title = trimmedText(node);
+        } else if (name == "class") {
+            read.upnpClass = trimmedText(node);
         } else if (name == "CaptionInfo" || name == "CaptionInfoEx") {
             consider(subtitle, trimmedText(node), false);
         } else if (name == "res") {
@@ -116,7 +118,8 @@ MediaItem readItem(xmlNode* root, xmlNode* item) {
     }
     read.subtitleUri = subtitle.uri;
     const bool alone = firstElement(root) == item && elementFrom(item->next) == nullptr;
-    if (!alone || !(subtitle.uri.empty() || subtitle.isResource)) {
+    const bool asItCame = alone && (subtitle.uri.empty() || subtitle.isResource);
+    if (!asItCame && (alone || detail == DidlDetail::documents)) {
         read.didl = documentOf(root, item, subtitle);
     }
     return read;
@@ -129,6 +132,7 @@ std::size_t roomFor(std::string_view text) {
 }
 
 struct Collection {
+    DidlDetail detail;
     std::vector<MediaItem> items;
     std::size_t room;
     bool full = false;
@@ -138,7 +142,7 @@ void collect(xmlNode* root, xmlNode* parent, Collection& collection) {
     for (xmlNode* node = firstElement(parent); node != nullptr && !collection.full;
          node = elementFrom(node->next)) {
         if (localName(node) == "item") {
-            MediaItem item = readItem(root, node);
+            MediaItem item = readItem(root, node, collection.detail);
             collection.full = item.didl.size() > collection.room;
             if (!collection.full) {
                 collection.room -= item.didl.size();
@@ -153,8 +157,8 @@ void collect(xmlNode* root, xmlNode* parent, Collection& collection) {
 
 } // namespace
 
-std::vector<MediaItem> readDidl(std::string_view text) {
-    Collection collection{{}, roomFor(text)};
+std::vector<MediaItem> readDidl(std::string_view text, DidlDetail detail) {
+    Collection collection{detail, {}, roomFor(text)};
     const XmlDocument document = parseStrictXml(text);
     if (document) {
         xmlNode* root = xmlDocGetRootElement(document.get());

@@ -21,6 +21,7 @@ struct MediaResource {
 struct MediaItem {
     std::string id;
     std::string title;
+    std::string upnpClass; ///< "object.item.videoItem"; "" when it says none
     /// In the order of the document; subtitles are not among them.
     std::vector<MediaResource> resources;
     /// From CaptionInfo, CaptionInfoEx, a subtitleFileUri or a subtitle resource; only http and
@@ -31,11 +32,16 @@ struct MediaItem {
     std::string didl;
 };
 
+enum class DidlDetail {
+    names,     ///< everything but the documents of several items
+    documents, ///< all
+};
+
 /// The items in the order of the document, at most kMostItems, and no more than have documents of
 /// their own that are together a few times as long as the text: what is said around the items
 /// is repeated in each, and nobody may fill the memory with that. None when the text is not one
 /// well-formed document.
-std::vector<MediaItem> readDidl(std::string_view text);
+std::vector<MediaItem> readDidl(std::string_view text, DidlDetail detail = DidlDetail::documents);
 constexpr std::size_t kMostItems = 1000; ///< a long album is 30; the rest of a flood is left out
 
 /// The third field of a protocol info, in small letters, without parameters; "" for "*".

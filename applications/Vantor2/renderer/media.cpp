@@ -1,6 +1,7 @@
 #include "renderer/media.h"
 
 #include <algorithm>
+#include <array>
 
 #include "common/text.h"
 #include "renderer/didl.h"
@@ -19,8 +20,22 @@ std::string_view kindOf(const MediaResource& resource) {
     return std::string_view(resource.mimeType).substr(0, resource.mimeType.find('/'));
 }
 
-// The resource with the wanted address if it can be played, else the first of its kind that can (a
-// film's cover is no film), else the wanted one after all: the player has the last word.
+bool isOfClass(const MediaResource& resource, const std::string& upnpClass) {
+    const std::string_view kind = kindOf(resource);
+    return !kind.empty() && upnpClass.find(std::string(kind) + "Item") != std::string::npos;
+}
+
+// How much a resource is what its item is about: no cover of a song or film, no small picture of a
+// photo, and rather the original than what the server makes of it.
+std::array<bool, 3> meritOf(const MediaResource& resource, const std::string& upnpClass) {
+    const std::string_view profile = dlnaParameter(resource.protocolInfo, "DLNA.ORG_PN");
+    const bool small = profile == "JPEG_TN" || profile == "PNG_TN";
+    return {isOfClass(resource, upnpClass), !small,
+            dlnaParameter(resource.protocolInfo, "DLNA.ORG_CI") != "1"};
+}
+
+// The resource with the wanted address if it can be played, else the best of its kind that can, the
+// first one of equals; else the wanted one after all: the player has the last word.
 const MediaResource* choose(const MediaItem& item, const std::string& uri,
                             const std::string& formats) {
     const auto& all = item.resources;
@@ -29,13 +44,18 @@ const MediaResource* choose(const MediaItem& item, const std::string& uri,
     if (named != all.end() && canPlay(*named, formats)) {
         return &*named;
     }
-    const auto other = std::find_if(all.begin(), all.end(), [&](const MediaResource& resource) {
+    const MediaResource* best = nullptr;
+    for (const MediaResource& resource : all) {
         const bool sameKind =
             named == all.end() || kindOf(*named).empty() || kindOf(*named) == kindOf(resource);
-        return sameKind && canPlay(resource, formats);
-    });
-    if (other != all.end()) {
-        return &*other;
+        if (sameKind && canPlay(resource, formats) &&
+            (best == nullptr ||
+             meritOf(resource, item.upnpClass) > meritOf(*best, item.upnpClass))) {
+            best = &resource;
+        }
+    }
+    if (best != nullptr) {
+        return best;
     }
     return named != all.end() ? &*named : (all.empty() ? nullptr : &all.front());
 }
@@ -74,12 +94,12 @@ bool isPhoto(const Track& track) {
     return track.info.mimeType.rfind("image/", 0) == 0;
 }
 
-Media describeMedia(const std::string& uri, const std::string& metadata,
-                    const std::string& formats) {
+Media describeMedia(const std::string& uri, const std::string& metadata, const std::string& formats,
+                    Detail detail) {
     Media media;
     media.uri = uri;
     media.metadata = metadata;
-    const std::vector<MediaItem> items = readDidl(metadata);
+    const std::vector<MediaItem> items = readDidl(metadata, detail);
     if (items.size() <= 1) {
         Track track;
         track.uri = uri;

@@ -31,11 +31,14 @@ struct Media {
     std::size_t start = 0;     ///< the track that is played first
 };
 
+/// Of strangers only the names are taken: the documents of a long list take time and memory.
+using Detail = DidlDetail;
+
 /// The media that a controller describes. Of an item's resources the one that was named is taken
 /// unless `formats` (the player's sink protocol info, "" when not known) lacks its type and has
 /// another one's. A document with several items is a playlist.
-Media describeMedia(const std::string& uri, const std::string& metadata,
-                    const std::string& formats);
+Media describeMedia(const std::string& uri, const std::string& metadata, const std::string& formats,
+                    Detail detail = Detail::documents);
 
 /// The items that have a resource with a usable address, each as a track; of its resources that
 /// with the address `uri` comes first, then as above.

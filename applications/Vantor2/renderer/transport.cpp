@@ -60,17 +60,24 @@ int Transport::mayControl(const Controller& controller) const {
 
 // What a controller wants to be played, or the error that it deserves.
 int Transport::describe(const Controller& controller, const std::string& uri,
-                        const std::string& metadata, Media& media) const {
+                        const std::string& metadata, Detail detail, Media& media) const {
     const bool container = readContainerAddress(uri).has_value();
     if (!isPlayableAddress(uri) && !container) {
         return kResourceNotFound;
     }
     // What is said about a container describes none of its tracks.
-    media = describeMedia(uri, container ? std::string() : metadata, formats_);
+    media = describeMedia(uri, container ? std::string() : metadata, formats_, detail);
     media.metadata = metadata;
     media.owner = controller;
     const Track& first = media.tracks[media.start];
     return isPlaylist(first) || isPlayableMimeType(first.info.mimeType) ? 0 : kIllegalMimeType;
+}
+
+// What was asked about, now in full.
+Media Transport::described(const Media& asked) const {
+    Media media;
+    const int error = describe(asked.owner, asked.uri, asked.metadata, Detail::documents, media);
+    return error == 0 ? media : asked; // the player has learned of other formats since
 }
 
 int Transport::setUri(const Controller& controller, const std::string& uri,
@@ -84,12 +91,14 @@ int Transport::setUri(const Controller& controller, const std::string& uri,
         return takeBack(controller);
     }
     Media media;
-    const int error = describe(controller, uri, metadata, media);
+    const bool asks = verdict == Permission::Verdict::mustAsk;
+    const int error =
+        describe(controller, uri, metadata, asks ? Detail::names : Detail::documents, media);
     if (error != 0) {
         return error;
     }
     forgetRefusal(controller);
-    if (verdict == Permission::Verdict::mustAsk) {
+    if (asks) {
         return ask(std::move(media));
     }
     // A replaced media goes on in the state of the one before.
@@ -130,7 +139,8 @@ int Transport::setNextUri(const Controller& controller, const std::string& uri,
     std::optional<Media> next;
     if (!uri.empty()) {
         next.emplace();
-        const int error = describe(controller, uri, metadata, *next);
+        const int error = describe(controller, uri, metadata,
+                                   request != nullptr ? Detail::names : Detail::documents, *next);
         if (error != 0) {
             return error;
         }
@@ -234,11 +244,7 @@ int Transport::pause(const Controller& controller) {
     if (error != 0) {
         return error;
     }
-    const TransportView now = view(controller);
-    const bool running =
-        mediaState() == TransportState::playing || mediaState() == TransportState::transitioning;
-    if (queue_.empty() || now.isImage || !running || resolving_ ||
-        permission_.findOf(ControlKind::player, controller) != nullptr) {
+    if (!canPause() || permission_.findOf(ControlKind::player, controller) != nullptr) {
         return kTransitionNotAvailable;
     }
     player_.pause([](bool accepted) {
@@ -280,7 +286,7 @@ int Transport::seek(const Controller& controller, const std::string& unit,
     const TransportView now = view(controller);
     const bool running =
         now.state == TransportState::playing || now.state == TransportState::paused;
-    if (unit == "TRACK_NR" && (running || now.trackCount > 1)) {
+    if (unit == "TRACK_NR" && (running || now.canSeekTracks)) {
         return seekTrack(target);
     }
     if (!running) {
@@ -394,8 +400,9 @@ void Transport::settled(const ControlRequest& request, Outcome outcome) {
     const bool elsewhere = isSomebodyElses(request.controller);
     switch (outcome) {
     case Outcome::allowed:
-        load(std::move(waiting.media));
-        queue_.setNext(std::move(waiting.next));
+        load(described(waiting.media));
+        queue_.setNext(waiting.next ? std::optional<Media>(described(*waiting.next))
+                                    : std::nullopt);
         queue_.setMode(waiting.mode.value_or(queue_.mode()));
         if (waiting.play) {
             start(waiting.speed);

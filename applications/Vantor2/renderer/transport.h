@@ -60,7 +60,9 @@ struct TransportView {
     std::uint64_t sizeBytes = 0; ///< 0: not known
     PlayMode playMode = PlayMode::normal;
     bool isImage = false;
+    bool canPause = false;
     bool canSeek = false;
+    bool canSeekTracks = false;
     bool canSeekBytes = false;
     bool hasNext = false;
     bool hasPrevious = false;
@@ -116,7 +118,7 @@ public:
 
 private:
     struct Waiting {
-        Media media;
+        Media media; // without its tracks' documents, as is the next one
         std::optional<Media> next;
         std::optional<PlayMode> mode;
         bool play = false;
@@ -142,7 +144,8 @@ private:
     int mayControl(const Controller& controller) const;
     int takeBack(const Controller& controller);
     int describe(const Controller& controller, const std::string& uri, const std::string& metadata,
-                 Media& media) const;
+                 Detail detail, Media& media) const;
+    Media described(const Media& asked) const;
     int ask(Media media);
     int seekTrack(const std::string& target);
     int seekTo(const TransportView& now, std::uint64_t seconds);
@@ -173,6 +176,7 @@ private:
     bool isRefused(const Controller& controller) const;
     void forgetRefusal(const Controller& controller);
     bool isImage() const;
+    bool canPause() const;
     TransportState mediaState() const;
 
     const RendererClock& clock_;

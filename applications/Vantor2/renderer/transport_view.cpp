@@ -38,10 +38,13 @@ std::string TransportView::possibleActions() const {
     std::string actions = "Stop";
     const bool running = state == TransportState::playing || state == TransportState::paused;
     if (!uri.empty()) {
-        actions = state == TransportState::playing && !isImage ? "Play,Pause,Stop" : "Play,Stop";
+        actions = canPause ? "Play,Pause,Stop" : "Play,Stop";
+    }
+    if ((running && canSeek) || canSeekTracks) {
+        actions += ",Seek";
     }
     if (running && canSeek) {
-        actions += ",Seek,X_DLNA_SeekTime";
+        actions += ",X_DLNA_SeekTime";
     }
     if (running && canSeekBytes) {
         actions += ",X_DLNA_SeekByte";
@@ -118,6 +121,12 @@ TransportState Transport::mediaState() const {
     }
 }
 
+bool Transport::canPause() const {
+    const TransportState state = mediaState();
+    return !queue_.empty() && !isImage() && !resolving_ &&
+           (state == TransportState::playing || state == TransportState::transitioning);
+}
+
 TransportView Transport::view(const Controller& controller) const {
     TransportView view;
     view.playMode = queue_.mode();
@@ -156,6 +165,8 @@ TransportView Transport::view(const Controller& controller) const {
     view.hasNext = queue_.hasNext();
     view.hasPrevious = queue_.hasPrevious();
     view.isImage = isImage();
+    view.canPause = canPause();
+    view.canSeekTracks = view.trackCount > 1;
     view.protocolInfo = report_.protocolInfo.empty() ? info.protocolInfo : report_.protocolInfo;
     view.durationSec = report_.durationSec != 0 ? report_.durationSec : info.durationSec;
     view.sizeBytes = info.sizeBytes;

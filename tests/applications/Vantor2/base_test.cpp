@@ -37,6 +37,8 @@ TEST(ATime, IsReadWithOrWithoutFractions) {
     EXPECT_EQ(parseTime("00:01:05"), 65u);
     EXPECT_EQ(parseTime("1:01:01.5"), 3661u);
     EXPECT_EQ(parseTime("1:01:01.1/2"), 3661u);
+    EXPECT_FALSE(parseTime("1:01:01.2/2")) << "a whole second is no part of one";
+    EXPECT_FALSE(parseTime("1:01:01.3/2"));
     for (const char* text :
          {"", "5", "1:1:1", "0:60:00", "0:00:60", "-0:00:01", "0:00:01.", "a:00:00", "0:00:01 ",
           "0:00:01.1/0", "999999:00:00", "0:00", ":00:00"}) {

@@ -153,6 +153,47 @@ TEST(AMediasResource, IsAnotherOfItsKindWhenThePlayerLacksTheFormat) {
     EXPECT_EQ(only.tracks[0].uri, "http://a/film.xyz") << "the player has the last word";
 }
 
+TEST(AMediasResource, OfAListIsWhatTheItemIsAbout) {
+    const auto chosen = [](const std::string& upnpClass, const std::string& resources) {
+        const std::string one =
+            item("One", "<upnp:class>" + upnpClass + "</upnp:class>" + resources);
+        return describeMedia("http://a/list", didl(one + one), "").tracks[0].uri;
+    };
+    const std::string cover = res("image/jpeg:DLNA.ORG_PN=JPEG_TN", "http://a/small.jpg");
+    const std::string photo = res("image/jpeg:DLNA.ORG_PN=JPEG_LRG", "http://a/large.jpg");
+    const std::string made = res("video/mp4:DLNA.ORG_PN=X;DLNA.ORG_CI=1", "http://a/made.mp4");
+    const std::string film = res("video/mp4:DLNA.ORG_CI=0", "http://a/film.mp4");
+    EXPECT_EQ(chosen("object.item.videoItem.movie", cover + made + film), "http://a/film.mp4");
+    EXPECT_EQ(chosen("object.item.videoItem", cover + made), "http://a/made.mp4");
+    EXPECT_EQ(chosen("object.item.imageItem.photo", cover + photo), "http://a/large.jpg");
+    EXPECT_EQ(chosen("object.item.imageItem.photo", cover), "http://a/small.jpg");
+    EXPECT_EQ(chosen("object.item.audioItem.musicTrack",
+                     photo + res("audio/mpeg:*", "http://a/song.mp3")),
+              "http://a/song.mp3");
+    EXPECT_EQ(chosen("object.item", film + photo), "http://a/film.mp4") << "the first of equals";
+}
+
+TEST(AMediasResource, IsTheOneThatWasNamedAlthoughAnotherIsBetter) {
+    const std::string both = item("One", "<upnp:class>object.item.videoItem</upnp:class>" +
+                                             res("video/mp4:DLNA.ORG_CI=0", "http://a/film.mp4") +
+                                             res("video/mp4:DLNA.ORG_CI=1", "http://a/made.mp4"));
+    EXPECT_EQ(describeMedia("http://a/made.mp4", didl(both), "").tracks[0].uri,
+              "http://a/made.mp4");
+}
+
+TEST(ADescriptionOfAStranger, IsReadWithoutTheDocumentsOfItsTracks) {
+    const std::string list = didl(item("One", res("audio/mpeg:*", "http://a/1.mp3")) +
+                                  item("Two", res("audio/mpeg:*", "http://a/2.mp3")));
+    const Media media = describeMedia("http://a/2.mp3", list, "", Detail::names);
+    ASSERT_EQ(media.tracks.size(), 2u);
+    EXPECT_EQ(media.start, 1u);
+    EXPECT_EQ(media.tracks[1].info.title, "Two");
+    EXPECT_EQ(media.tracks[1].metadata, "");
+    EXPECT_EQ(describeMedia("http://a/film.mp4", kTwoForms, "", Detail::names).tracks[0].metadata,
+              kTwoForms)
+        << "that is no work";
+}
+
 TEST(AMediasResource, DescribesAnAddressThatTheDescriptionDoesNotName) {
     const Media media = describeMedia("http://proxy/1", kTwoForms, "");
     EXPECT_EQ(media.tracks[0].uri, "http://proxy/1");

@@ -277,6 +277,34 @@ TEST_F(ATransport, BeginsAListAtNormalSpeedWhenItsFirstTrackHasNoOther) {
     EXPECT_EQ(player.taken(), (Commands{"open http://192.0.2.1/1.jpg", "play 1"}));
 }
 
+TEST_F(ATransport, OffersPauseAsSoonAsItIsTaken) {
+    permission.setPolicy(ControlKind::player, 0);
+    transport.setUri(phone, kFilm, "");
+    EXPECT_EQ(transport.pause(phone), 701);
+    transport.play(phone, "1");
+    EXPECT_EQ(transport.view(phone).possibleActions(), "Play,Pause,Stop");
+    EXPECT_EQ(transport.pause(phone), 0);
+    transport.playerChanged(reported(4));
+    transport.playerChanged(reported(3));
+    EXPECT_EQ(transport.view(phone).possibleActions(), "Play,Stop,Seek,X_DLNA_SeekTime");
+    EXPECT_EQ(transport.pause(phone), 701);
+}
+
+TEST_F(ATransport, OffersToGoToATrackOfAListInEveryState) {
+    const std::string list = "<DIDL-Lite><item><res>http://192.0.2.1/1.mp4</res></item>"
+                             "<item><res>http://192.0.2.1/2.mp4</res></item></DIDL-Lite>";
+    transport.setUri(phone, "http://192.0.2.1/list", list);
+    EXPECT_EQ(transport.view(phone).possibleActions(), "Play,Stop") << "nobody said yes yet";
+    EXPECT_EQ(transport.seek(phone, "TRACK_NR", "2"), 701);
+    permission.allow(firstId());
+    EXPECT_EQ(transport.view(phone).possibleActions(), "Play,Stop,Seek,Next");
+    EXPECT_EQ(transport.seek(phone, "REL_TIME", "0:00:01"), 701);
+    EXPECT_EQ(transport.seek(phone, "TRACK_NR", "2"), 0);
+    EXPECT_EQ(transport.view(phone).possibleActions(), "Play,Stop,Seek,Previous");
+    EXPECT_NE(player.lastMetadata.find("http://192.0.2.1/2.mp4"), std::string::npos)
+        << "a track of a list has a description of its own";
+}
+
 TEST_F(ATransport, TakesThePlayModeOnlyFromThoseWhomItLetsIn) {
     EXPECT_EQ(transport.setPlayMode(tablet, "NORMAL"), 0) << "that is what it is";
     EXPECT_EQ(transport.setPlayMode(tablet, "REPEAT_ONE"), 606);
