@@ -5,13 +5,14 @@ They take turns, one at a time; every start is measured by renderer_probe.
 """
 
 import argparse
+import functools
 import os
 import pathlib
 import subprocess
 import sys
 
 from renderers import Gmediarender, Ours, Rygel
-from report import document, missed, table
+from report import OURS, document, missed, table
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
 
@@ -26,6 +27,7 @@ class Comparison:
         ]
         self.figures = {renderer.name: {} for renderer in self.renderers}
         self.endurance = {renderer.name: {} for renderer in self.renderers}
+        self.failures = []
         self.pictures = scratch / "run" / "pictures"
         self.pictures.parent.mkdir(mode=0o700)
 
@@ -95,10 +97,6 @@ class Comparison:
             if processes:
                 renderer.leave()
 
-    def add(self, renderer, lines):
-        for name, *values in lines:
-            self.figures[renderer.name].setdefault(name, []).append(float(values[0]))
-
     def in_turn(self, number):
         """Whoever was first is last in the next round."""
         first = number % len(self.renderers)
@@ -107,14 +105,26 @@ class Comparison:
     def round(self, number):
         for renderer in self.in_turn(number):
             progress(f"round {number + 1}: {renderer.name}")
-            self.add(renderer, self.probe("alone", renderer))
-            self.add(renderer, self.play(renderer))
+            for measure in (functools.partial(self.probe, "alone"), self.play):
+                for name, value in self.attempt(renderer, measure):
+                    self.figures[renderer.name].setdefault(name, []).append(float(value))
 
     def endure(self):
         for renderer in self.renderers:
             progress(f"endurance: {renderer.name}")
-            for name, *values in self.probe("endure", renderer):
+            for name, *values in self.attempt(renderer, functools.partial(self.probe, "endure")):
                 self.endurance[renderer.name][name] = values
+
+    def attempt(self, renderer, measure):
+        """Another one's crash is told and does not end the run; ours does."""
+        try:
+            return measure(renderer)
+        except RuntimeError as error:
+            if renderer.name == OURS:
+                raise
+            progress(str(error))
+            self.failures.append(renderer.name)
+            return []
 
 
 KNOWN = {
@@ -141,7 +151,7 @@ def main():
     comparison = Comparison(asked.build, asked.scratch)
     progress("warming up: the registry of GStreamer's plugins, files in memory")
     for renderer in comparison.renderers:
-        comparison.play(renderer)
+        comparison.attempt(renderer, comparison.play)
     for number in range(asked.rounds):
         comparison.round(number)
     if asked.endurance:

@@ -34,16 +34,16 @@ ROWS = [
     Row("found", "start until a search is answered (MX 1, asked every 10 ms)", "ms", 1, 120),
     Row("description", "description, a new connection each", "ms", 3, 0.2),
     Row("poll_p50", "poll (GetTransportInfo), kept connection, p50", "ms", 3, 0.18),
-    Row("poll_p99", "the same, p99", "ms", 3, 0.5),
+    Row("poll_p99", "poll, kept connection, p99", "ms", 3, 0.5),
     Row("polls_per_second", "polls a second over eight kept connections", "", 0),
     Row("set", "SetAVTransportURI answered", "ms", 2, 2),
     Row("evented", "SetAVTransportURI and Play until PLAYING is evented", "ms", 1),
-    Row("picture", "... until the film's first picture is on the screen", "ms", 1),
-    Row("playing", "... until both are true", "ms", 1, 60),
-    Row("first_playing", "... both, for the first film of the process", "ms", 1),
+    Row("picture", "SetAVTransportURI and Play until the first picture is on the screen", "ms", 1),
+    Row("playing", "SetAVTransportURI and Play until both are true", "ms", 1, 60),
+    Row("first_playing", "both, for the first film of the process", "ms", 1),
     Row("memory_idle", "memory (PSS) of the process, idle", "MiB", 1, 11),
     Row("memory_all_idle", "memory of the whole renderer, player included, idle", "MiB", 1),
-    Row("memory_all_playing", "... while a film plays", "MiB", 1),
+    Row("memory_all_playing", "memory of the whole renderer while a film plays", "MiB", 1),
     Row("idle_cpu", "processor while idle", "%", 4, 0.001),
     Row("idle_switches", "context switches while idle", "/s", 2, 0),
 ]
@@ -78,13 +78,16 @@ def table(comparison, rounds):
             f"\n{' and '.join(closing)} closes the connection after every answer, so its polls are"
             " a new connection each.\n"
         )
+    for name in sorted(set(comparison.failures)):
+        text += f"\n{comparison.failures.count(name)} starts of {name} could not be measured.\n"
     if comparison.endurance[OURS]:
         text += "\n" + endurance(comparison, titles)
     return text
 
 
 def endurance(comparison, titles):
-    rows = [["open descriptors, own memory (private, written)", *titles], ["---"] * (1 + len(titles))]
+    head = ["open descriptors, own memory (private, written)", *titles]
+    rows = [head, ["---"] * len(head)]
     for key, what in ENDURANCE:
         cells = []
         for renderer in comparison.renderers:
@@ -107,7 +110,7 @@ def missed(comparison):
             yield f"above its limit: {row.what}: {row.cell(ours)} {row.unit}"
     mine = statistics.median(ours["polls_per_second"])
     for name, figures in comparison.figures.items():
-        if name != OURS and statistics.median(figures["polls_per_second"]) >= mine:
+        if name != OURS and statistics.median(figures.get("polls_per_second", [0])) >= mine:
             yield f"{name} answers more polls a second"
 
 
@@ -146,24 +149,24 @@ as root, or as a user who may make namespaces. It installs the two others.
 {machine}; load of the machine when the run ended: {load} (1 minute).
 
 {table}
-"Rounds" take turns: in each one every renderer is started and measured alone, then started again and
-measured with a film, and who was first in one round is last in the next.
+The renderers take turns, one at a time: in each round every one is started and measured alone, then
+started again and measured with a film; who was first in one round is last in the next.
 
 ## What is measured
 
-- All three live on the same host of the same closed network (`tools/world/with-world`) and are asked
+- All three run on the same host of the same closed network (`tools/world/with-world`) and are asked
   by the same program, `bench/renderers/renderer_probe`, from another host of it, through raw sockets.
-- "Start" is the moment before the process is made; GStreamer's registry and all files are warm, the
+- "Start" is the moment before the process is made. GStreamer's registry and all files are warm, the
   state bus is up. Vantor2 is the daemon alone, without its player; the others play in their own
   process.
 - Rygel answers a search after a random time within MX, as the standard allows.
 - For a film Vantor2 has its player beside it and the policy "allow". All three draw into the same
   video sink, which shows nothing and tells when it was given something to show
-  (`bench/renderers/picture_witness.cpp`); the film is 640x360 H.264 with AAC in MP4, over HTTP from
-  the controller's host. gmediarender says PLAYING before it plays. Films of a process after its
-  first, three a round.
-- Idle: for seven seconds, nobody connected. The processor's time is the
-  kernel's for the process; context switches are those of all its threads.
+  (`bench/renderers/picture_witness.cpp`). The film is 640x360 H.264 with AAC in MP4, over HTTP from
+  the controller's host; four are played in a row, and the first of a process, for which GStreamer
+  loads its plugins, has a line of its own. gmediarender says PLAYING before it plays.
+- Idle: for seven seconds, nobody connected. The processor's time is the kernel's for the process;
+  context switches are those of all its threads.
 - Endurance, one run each: polls over eight connections; subscriptions sixteen at once, each waits for
   its first event before it goes; connections that ask once and are closed by the controller. Before
   each look eight seconds pass, so that what is kept for a while has gone.
