@@ -1,6 +1,7 @@
 """The three renderers that are compared: how each is started so that it draws into the same
 "picturewitness" and is silent, and what it needs beside itself."""
 
+import itertools
 import os
 import pathlib
 import shutil
@@ -115,12 +116,20 @@ class Rygel(Renderer):
 
 class Gmediarender(Renderer):
     name = "gmediarender"
-    command = [
-        "gmediarender",
-        "--interface-name=eth0",
-        "--gstout-videosink=picturewitness",
-        "--gstout-audiosink=fakeaudiosink",
-    ]
+
+    def __init__(self):
+        # It waits for a port on which connections ended a moment ago; so each start has its own.
+        self.ports = itertools.count(49200)
+
+    @property
+    def command(self):
+        return [
+            "gmediarender",
+            "--interface-name=eth0",
+            f"--port={next(self.ports)}",
+            "--gstout-videosink=picturewitness",
+            "--gstout-audiosink=fakeaudiosink",
+        ]
 
     def version(self):
         return version("gmediarender")
