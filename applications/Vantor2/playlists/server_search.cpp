@@ -5,6 +5,8 @@
 
 #include <arpa/inet.h>
 #include <glib-unix.h>
+#include <ifaddrs.h>
+#include <net/if.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -17,17 +19,61 @@ namespace vantor {
 namespace {
 
 constexpr const char* kGroup = "239.255.255.250";
+// A server listens to its link, to the site, or to both.
+constexpr const char* kIpv6Groups[] = {"ff02::c", "ff05::c"};
 constexpr std::uint16_t kPort = 1900;
 // A server may take a second to answer (MX), and a datagram may get lost.
 constexpr std::chrono::milliseconds kBetweenQuestions{1200};
 constexpr int kMostQuestions = 3;
 
-sockaddr_in ipv4(const char* address, std::uint16_t port) {
-    sockaddr_in result{};
-    result.sin_family = AF_INET;
-    result.sin_port = htons(port);
-    inet_pton(AF_INET, address, &result.sin_addr);
+union Address {
+    sockaddr any;
+    sockaddr_in ipv4;
+    sockaddr_in6 ipv6;
+
+    socklen_t size() const { return any.sa_family == AF_INET6 ? sizeof(ipv6) : sizeof(ipv4); }
+};
+
+// Of a numeric address; `scope` is the number of an interface.
+Address addressOf(const std::string& text, std::uint16_t port, unsigned scope = 0) {
+    Address result{};
+    if (text.find(':') == std::string::npos) {
+        result.ipv4.sin_family = AF_INET;
+        result.ipv4.sin_port = htons(port);
+        inet_pton(AF_INET, text.c_str(), &result.ipv4.sin_addr);
+    } else {
+        result.ipv6.sin6_family = AF_INET6;
+        result.ipv6.sin6_port = htons(port);
+        result.ipv6.sin6_scope_id = scope;
+        inet_pton(AF_INET6, text.c_str(), &result.ipv6.sin6_addr);
+    }
     return result;
+}
+
+std::string textOf(const Address& address) {
+    char text[INET6_ADDRSTRLEN] = "";
+    const bool ipv6 = address.any.sa_family == AF_INET6;
+    const void* bytes = ipv6 ? static_cast<const void*>(&address.ipv6.sin6_addr)
+                             : static_cast<const void*>(&address.ipv4.sin_addr);
+    return inet_ntop(address.any.sa_family, bytes, text, sizeof(text)) != nullptr ? text : "";
+}
+
+// The number of the interface that has an address of IPv6, 0 when none has it any more.
+unsigned interfaceWith(const in6_addr& address) {
+    ifaddrs* all = nullptr;
+    if (getifaddrs(&all) != 0) {
+        return 0;
+    }
+    unsigned index = 0;
+    for (const ifaddrs* entry = all; entry != nullptr && index == 0; entry = entry->ifa_next) {
+        if (entry->ifa_addr != nullptr && entry->ifa_addr->sa_family == AF_INET6) {
+            const auto* own = reinterpret_cast<const sockaddr_in6*>(entry->ifa_addr);
+            index =
+                IN6_ARE_ADDR_EQUAL(&own->sin6_addr, &address) ? if_nametoindex(entry->ifa_name) : 0;
+        }
+    }
+    freeifaddrs(all);
+    return index;
 }
 
 // The value of a header of an answer; names of headers know no case.
@@ -59,11 +105,9 @@ bool leadsTo(const std::string& location, const std::string& host) {
 
 struct ServerSearch::Ear {
     Ear(ServerSearch& search, const std::string& address) : search_(search) {
-        const sockaddr_in own = ipv4(address.c_str(), 0);
-        fd_ = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-        if (bind(fd_, reinterpret_cast<const sockaddr*>(&own), sizeof(own)) != 0 ||
-            setsockopt(fd_, IPPROTO_IP, IP_MULTICAST_IF, &own.sin_addr, sizeof(own.sin_addr)) !=
-                0) {
+        const Address own = addressOf(address, 0);
+        fd_ = socket(own.any.sa_family, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        if (bind(fd_, &own.any, own.size()) != 0 || !speakFrom(own)) {
             return; // a network that has just gone
         }
         watch_ = g_unix_fd_add(
@@ -83,26 +127,41 @@ struct ServerSearch::Ear {
     Ear(const Ear&) = delete;
     Ear& operator=(const Ear&) = delete;
 
-    void ask(const std::string& question) const {
-        const sockaddr_in group = ipv4(kGroup, kPort);
-        (void)!sendto(fd_, question.data(), question.size(), 0,
-                      reinterpret_cast<const sockaddr*>(&group), sizeof(group));
+    void ask(const std::string& udn) const {
+        for (const Address& group : groups_) {
+            const std::string question =
+                "M-SEARCH * HTTP/1.1\r\nHOST: " + authorityOf(textOf(group), kPort) +
+                "\r\nMAN: \"ssdp:discover\"\r\nMX: 1\r\nST: " + udn + "\r\n\r\n";
+            (void)!sendto(fd_, question.data(), question.size(), 0, &group.any, group.size());
+        }
     }
     void receive() {
         char buffer[2048];
-        sockaddr_in from{};
+        Address from{};
         socklen_t size = sizeof(from);
-        const ssize_t count =
-            recvfrom(fd_, buffer, sizeof(buffer), 0, reinterpret_cast<sockaddr*>(&from), &size);
-        char sender[INET_ADDRSTRLEN];
-        if (count > 0 && inet_ntop(AF_INET, &from.sin_addr, sender, sizeof(sender)) != nullptr) {
+        const ssize_t count = recvfrom(fd_, buffer, sizeof(buffer), 0, &from.any, &size);
+        if (count > 0) {
             // May end the search, and this ear with it.
-            search_.heard(std::string(buffer, static_cast<std::size_t>(count)), sender);
+            search_.heard(std::string(buffer, static_cast<std::size_t>(count)), textOf(from));
         }
     }
 
 private:
+    bool speakFrom(const Address& own) {
+        if (own.any.sa_family == AF_INET) {
+            groups_ = {addressOf(kGroup, kPort)};
+            return setsockopt(fd_, IPPROTO_IP, IP_MULTICAST_IF, &own.ipv4.sin_addr,
+                              sizeof(own.ipv4.sin_addr)) == 0;
+        }
+        const unsigned index = interfaceWith(own.ipv6.sin6_addr);
+        for (const char* group : kIpv6Groups) {
+            groups_.push_back(addressOf(group, kPort, index));
+        }
+        return setsockopt(fd_, IPPROTO_IPV6, IPV6_MULTICAST_IF, &index, sizeof(index)) == 0;
+    }
+
     ServerSearch& search_;
+    std::vector<Address> groups_;
     int fd_ = -1;
     guint watch_ = 0;
 };
@@ -120,9 +179,7 @@ void ServerSearch::find(const std::string& udn, Found found) {
     found_ = std::move(found);
     asked_ = 0;
     for (const std::string& address : ownAddresses_()) {
-        if (address.find(':') == std::string::npos) {
-            ears_.push_back(std::make_unique<Ear>(*this, address));
-        }
+        ears_.push_back(std::make_unique<Ear>(*this, address));
     }
     ask();
 }
@@ -139,11 +196,8 @@ void ServerSearch::ask() {
         return;
     }
     ++asked_;
-    const std::string question = "M-SEARCH * HTTP/1.1\r\nHOST: 239.255.255.250:1900\r\n"
-                                 "MAN: \"ssdp:discover\"\r\nMX: 1\r\nST: " +
-                                 udn_ + "\r\n\r\n";
     for (const auto& ear : ears_) {
-        ear->ask(question);
+        ear->ask(udn_);
     }
     timer_.start(kBetweenQuestions);
 }
