@@ -74,6 +74,10 @@ TEST_F(TheIdleMedia, EndsOrBeginsAgain) {
     report(EngineEnded{20000});
     EXPECT_EQ(engine_.taken(), "seek 0");
     EXPECT_EQ(last_.state, PlayerState::kPlaying);
+    report(EnginePosition{20000});
+    report(EngineMoved{true, 0, Speed()});
+    EXPECT_EQ(last_.positionSec, 0u);
+    EXPECT_EQ(last_.positionPercent, 0u);
     ASSERT_TRUE(idle_.setLoop(false));
     report(EngineEnded{20000});
     EXPECT_EQ(engine_.taken(), "close");
@@ -92,6 +96,16 @@ TEST_F(TheIdleMedia, IsOpenedAgainWhereItCannotBeginAgainOtherwise) {
     EXPECT_EQ(last_.state, PlayerState::kLoading);
     openFilm();
     EXPECT_EQ(last_.state, PlayerState::kPlaying);
+}
+
+TEST_F(TheIdleMedia, IsOpenedAgainWhenItDoesNotGoBack) {
+    playFilm();
+    ASSERT_TRUE(idle_.setLoop(true));
+    report(EngineEnded{20000});
+    EXPECT_EQ(engine_.taken(), "seek 0");
+    report(EngineMoved{false, 20000, Speed()});
+    EXPECT_EQ(engine_.taken(), "close; open http://h/clouds.mp4");
+    EXPECT_EQ(last_.state, PlayerState::kLoading);
 }
 
 TEST_F(TheIdleMedia, WaitsUntilAnythingElseIsOver) {

@@ -152,15 +152,34 @@ TEST_P(APicture, IsBlackWhileItIsMuted) {
 }
 
 TEST_P(APicture, IsShownInTheRatioThatTheViewerChooses) {
-    ASSERT_TRUE(set("DisplayAspectRatio", "3")); // 4:3 is 480 pixels wide
-    EXPECT_EQ(at(70, 570, 20, 340), "kkkk");
-    EXPECT_EQ(at(90, 550, 20, 340), "rgbw");
-    ASSERT_TRUE(set("DisplayAspectRatio", "8")); // 320 by 180 pixels in the middle
-    EXPECT_EQ(at(170, 470, 100, 260), "rgbw");
-    EXPECT_EQ(at(150, 490, 80, 280), "kkkk");
-    ASSERT_TRUE(set("DisplayAspectRatio", "0"));
-    EXPECT_EQ(corners(), "rgbw");
+    struct Bars {
+        int left; ///< and right, in pixels
+        int top;  ///< and below
+    };
+    // 16:9 like the screen; 4:3; 14:9; 16:9; 2.21:1; 2.35:1; 320 by 180 pixels as they are.
+    constexpr Bars kBars[] = {{0, 0}, {0, 0},  {0, 0},  {80, 0},  {40, 0},
+                              {0, 0}, {0, 35}, {0, 44}, {160, 90}};
+    for (int ratio = 0; ratio < 9; ++ratio) {
+        SCOPED_TRACE(ratio);
+        const auto [left, top] = kBars[ratio];
+        ASSERT_TRUE(set("DisplayAspectRatio", std::to_string(ratio)));
+        EXPECT_EQ(at(left + 8, 632 - left, top + 8, 352 - top), "rgbw");
+        if (left > 0) {
+            EXPECT_EQ(at(left - 8, 648 - left, 100, 260), "kkkk");
+        }
+        if (top > 0) {
+            EXPECT_EQ(at(170, 470, top - 8, 368 - top), "kkkk");
+        }
+    }
+    // In the left half of the screen: with bars, stretched, cut.
+    setRectangles("0 0 0 0", "0 0 360 320");
+    const char* const kTall[] = {"kkkk", "rgbw", "rgbw"};
+    for (int ratio = 0; ratio < 3; ++ratio) {
+        ASSERT_TRUE(set("DisplayAspectRatio", std::to_string(ratio)));
+        EXPECT_EQ(at(20, 300, 20, 340), kTall[ratio]) << ratio;
+    }
     EXPECT_FALSE(set("DisplayAspectRatio", "9"));
+    EXPECT_FALSE(set("DisplayAspectRatio", ""));
 }
 
 TEST_P(APicture, IsAdjustedWithoutBeingStartedAgain) {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -28,6 +29,7 @@ protected:
         setenv("KETRA_AUDIO_SINK", "fakesink", 1);
         setenv("KETRA_DOWNLOAD_DIR", folder_.path().c_str(), 1);
         setenv("KETRA_STATE_DIR", folder_.path().c_str(), 1);
+        setenv("KETRA_SNAPSHOT_DIR", folder_.path().c_str(), 1);
         for (const char* variable : {"KETRA_VIDEO_SINK", "WAYLAND_DISPLAY"}) {
             unsetenv(variable);
         }
@@ -73,6 +75,14 @@ protected:
             }
         }
         return false;
+    }
+
+    static bool waitForFile(const std::string& file) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (access(file.c_str(), R_OK) != 0 && std::chrono::steady_clock::now() < end) {
+            poll(nullptr, 0, 10);
+        }
+        return access(file.c_str(), R_OK) == 0;
     }
 
     /// What the display shows, for a failure.
@@ -124,6 +134,14 @@ TEST_F(ThePlayersWindow, KeepsItsSizeWhateverIsShownInIt) {
     EXPECT_TRUE(waitForPixel(10, 10, test::isWhite)) << told();
     EXPECT_TRUE(waitForPixel(460, 260, test::isRed));
     EXPECT_TRUE(waitForPixel(500, 180, isRoot)) << told();
+    // A picture of the screen is one of what the window shows, in the screen's size.
+    ASSERT_TRUE(custom("Snapshot", "screen.png"));
+    const std::string file = folder_.path() + "/screen.png";
+    ASSERT_TRUE(waitForFile(file));
+    const test::Picture screen = test::readPicture(file);
+    ASSERT_EQ(screen.width, 1920);
+    EXPECT_EQ(test::colourOf(screen.at(20, 20)), 'w');
+    EXPECT_EQ(test::colourOf(screen.at(1900, 1060)), 'r');
     ASSERT_TRUE(custom("Rotate", "000"));
     EXPECT_TRUE(waitForPixel(460, 260, test::isWhite)) << told();
     EXPECT_TRUE(waitForPixel(500, 180, isRoot)) << told();

@@ -146,6 +146,16 @@ void IdleMedia::on(const EnginePosition& position) {
     announce_(status_);
 }
 
+void IdleMedia::on(const EngineMoved& moved) {
+    if (moved.done) {
+        on(EnginePosition{moved.positionMs});
+        return;
+    }
+    // It cannot begin again after all.
+    end();
+    start();
+}
+
 void IdleMedia::on(const EngineEnded&) {
     if (status_.loop && seekable_) {
         engine_.seek(session_, 0);

@@ -43,6 +43,7 @@ private:
     void on(const EngineOpened& opened);
     void on(const EngineFacts& facts);
     void on(const EnginePosition& position);
+    void on(const EngineMoved& moved);
     void on(const EngineEnded& ended);
     void on(const EngineFailed& failed);
     template <class Other> void on(const Other&) {}
