@@ -4,12 +4,14 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "support/temporary_folder.h"
+#include "worker/leftovers.h"
 #include "worker/messages.h"
 #include "worker/sandbox.h"
 
@@ -66,6 +68,7 @@ TEST(AMessage, CarriesEveryEvent) {
     (void)eventBack(EnginePlaying{});
     (void)eventBack(EnginePaused{});
     (void)eventBack(EngineArriving{});
+    (void)eventBack(EngineBegun{});
     EXPECT_EQ(eventBack(EngineBuffering{42}).percent, 42);
     EXPECT_EQ(eventBack(EnginePosition{-1}).positionMs, -1);
     const EngineMoved moved = eventBack(EngineMoved{true, 5000, *Speed::fromText("1/2")});
@@ -162,8 +165,10 @@ bool canRead(const std::string& path) {
 
 TEST(TheSandbox, LeavesTheWorkerWhatItNeedsAndNothingElse) {
     const test::TemporaryFolder mine;
-    const test::TemporaryFolder copies;
+    const test::TemporaryFolder downloads;
+    const WorkerFolder copies(downloads.path());
     std::ofstream(mine.path() + "/diary") << "secret";
+    std::ofstream(downloads.path() + "/letter") << "secret";
     ASSERT_TRUE(canRead(mine.path() + "/diary"));
     const pid_t child = fork();
     ASSERT_GE(child, 0);
@@ -181,6 +186,11 @@ TEST(TheSandbox, LeavesTheWorkerWhatItNeedsAndNothingElse) {
             wrong |= canRead("/etc/hostname") ? 0 : 8;
             wrong |= canRead("/proc/self/status") ? 0 : 16;
             wrong |= std::ofstream("/etc/ketra-test").good() ? 32 : 0;
+            // Other people's downloads, any device.
+            wrong |= canRead(downloads.path() + "/letter") ? 1 : 0;
+            wrong |= std::ofstream(downloads.path() + "/letter").good() ? 2 : 0;
+            wrong |= std::ofstream("/dev/ptmx").good() ? 2 : 0;
+            wrong |= canRead("/dev/urandom") && std::ofstream("/dev/null").good() ? 0 : 8;
             const std::string cache = mine.path() + "/.cache/gstreamer-1.0";
             wrong |= std::ofstream(cache + "/registry.bin").good() ? 0 : 64;
         }
@@ -204,6 +214,51 @@ TEST(TheSandbox, KeepsCachesWhereTheUserWantsThem) {
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+TEST(TheWorkersFolder, GoesWithItsPlayer) {
+    const test::TemporaryFolder downloads;
+    std::string path;
+    {
+        const WorkerFolder folder(downloads.path());
+        path = folder.path();
+        ASSERT_TRUE(std::filesystem::is_directory(path));
+        std::ofstream(path + "/copy") << "a film";
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST(TheWorkersFolder, OfAPlayerThatWasKilledGoesWhenTheNextBegins) {
+    const test::TemporaryFolder downloads;
+    const std::string abandoned = downloads.path() + "/zeGStreamerPlayer-killed";
+    std::filesystem::create_directory(abandoned);
+    std::ofstream(abandoned + "/copy") << "a film";
+    std::filesystem::create_directory(downloads.path() + "/holidays");
+    const WorkerFolder running(downloads.path());
+    EXPECT_FALSE(std::filesystem::exists(abandoned));
+    const WorkerFolder another(downloads.path());
+    EXPECT_TRUE(std::filesystem::exists(running.path()));
+    EXPECT_TRUE(std::filesystem::exists(downloads.path() + "/holidays"));
+}
+
+TEST(ACover, IsRemovedWhenItsWorkerIsGone) {
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        _exit(0);
+    }
+    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    const test::TemporaryFolder folder;
+    const std::string gone = folder.path() + "/cover-" + std::to_string(child) + "-1.jpg";
+    const std::string mine = folder.path() + "/cover-" + std::to_string(getpid()) + "-1.jpg";
+    const std::string other = folder.path() + "/cover-of-a-book.jpg";
+    for (const std::string& file : {gone, mine, other}) {
+        std::ofstream(file) << "a picture";
+    }
+    removeOrphanedCovers(folder.path());
+    EXPECT_FALSE(std::filesystem::exists(gone));
+    EXPECT_TRUE(std::filesystem::exists(mine));
+    EXPECT_TRUE(std::filesystem::exists(other));
 }
 
 } // namespace

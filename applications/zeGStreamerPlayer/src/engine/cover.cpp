@@ -25,7 +25,7 @@ constexpr std::array kTypes = {
 /// Whoever shows a cover may keep it by its name, so no two have the same.
 std::string nextName() {
     static std::atomic<unsigned> number{0};
-    return "cover-" + std::to_string(getpid()) + "-" + std::to_string(++number);
+    return kCoverPrefix + std::to_string(getpid()) + "-" + std::to_string(++number);
 }
 
 } // namespace

@@ -8,6 +8,9 @@
 
 namespace player {
 
+/// What names of covers begin with; the number of the process that wrote them comes next.
+constexpr char kCoverPrefix[] = "cover-";
+
 class Cover {
 public:
     /// Covers go to `folder`; "": nowhere.

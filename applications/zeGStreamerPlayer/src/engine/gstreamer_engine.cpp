@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "engine/gif_decoder.h"
-#include "engine/screenshot.h"
 #include "engine/sink_formats.h"
 #include "process/log.h"
 
@@ -81,7 +80,9 @@ void GStreamerEngine::run() {
     registerGifDecoder();
     logDebug("GStreamer is ready");
     screen_ = std::make_unique<Screen>(settings_);
+    writer_ = std::make_unique<PictureWriter>();
     g_main_loop_run(loop_);
+    writer_.reset();
     screen_.reset();
     g_main_context_pop_thread_default(context_);
     const std::lock_guard<std::mutex> lock(endedMutex_);
@@ -165,6 +166,9 @@ void GStreamerEngine::settle() {
         const Opening opening = *next_;
         next_.reset();
         session_ = opening.session;
+        logicQueue_.post([this, session = session_] {
+            onEvent_(EngineEvent{session, EngineBegun{}});
+        });
         pipeline_ = std::make_unique<Pipeline>(
             settings_, opening.address, *screen_, context_, queue_, [this, opening](auto what) {
                 if (session_ == opening.session) {
@@ -261,9 +265,10 @@ void GStreamerEngine::moveView(int right, int down) {
 void GStreamerEngine::saveScreen(const std::string& path,
                                  std::function<void(const std::string& error)> done) {
     queue_.post([this, path, done = std::move(done)] {
-        const GstOwner<GstSample> sample(screen_->shown());
-        std::string error = writePng(sample.get(), path);
-        logicQueue_.post([done, error = std::move(error)] { done(error); });
+        writer_->write(GstOwner<GstSample>(screen_->shown()), path,
+                       [this, done](const std::string& error) {
+                           logicQueue_.post([done, error] { done(error); });
+                       });
     });
 }
 

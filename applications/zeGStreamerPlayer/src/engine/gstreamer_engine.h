@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "engine/media_engine.h"
+#include "engine/picture_writer.h"
 #include "engine/pipeline.h"
 #include "engine/screen.h"
 #include "process/settings.h"
@@ -77,7 +78,8 @@ private:
     TaskQueue queue_;
 
     // Media thread only.
-    std::unique_ptr<Screen> screen_; ///< while GStreamer is there
+    std::unique_ptr<Screen> screen_;        ///< while GStreamer is there
+    std::unique_ptr<PictureWriter> writer_; ///< likewise
     std::unique_ptr<Pipeline> pipeline_;
     Session session_ = 0; ///< of pipeline_, 0 while it is being closed
     std::chrono::steady_clock::time_point closingSince_;

@@ -19,6 +19,8 @@ namespace player {
 
 using Session = std::uint64_t;
 
+/// The media is being opened: whatever was in its way is gone.
+struct EngineBegun {};
 /// The server answered; its own words about the media, "" where it said nothing.
 struct EngineAnswered {
     std::string contentType;
@@ -65,7 +67,7 @@ struct EngineEvent {
     Session session;
     std::variant<EngineAnswered, EngineOpened, EngineFacts, EnginePlaying, EnginePaused,
                  EngineBuffering, EnginePosition, EngineMoved, EngineEnded, EngineFailed,
-                 EngineArriving>
+                 EngineArriving, EngineBegun>
         what;
 };
 

@@ -1,4 +1,4 @@
-// Pictures of the screen, as PNG files. Media thread.
+// Pictures of the screen, as PNG files. Any thread.
 #pragma once
 
 #include <string>

@@ -31,7 +31,8 @@ bool isInOrder(const decltype(EngineEvent::what)& what, bool opened) {
     const bool anyTime = std::holds_alternative<EngineAnswered>(what) ||
                          std::holds_alternative<EngineBuffering>(what) ||
                          std::holds_alternative<EngineFailed>(what) ||
-                         std::holds_alternative<EngineArriving>(what);
+                         std::holds_alternative<EngineArriving>(what) ||
+                         std::holds_alternative<EngineBegun>(what);
     return anyTime || std::holds_alternative<EngineOpened>(what) != opened;
 }
 
@@ -553,6 +554,10 @@ void Player::on(const EngineEnded& ended) {
 
 void Player::on(const EngineFailed& failed) {
     fail(failed.error, failed.detail);
+}
+
+void Player::on(const EngineBegun&) {
+    progress(); // the time that the media before took is not this one's
 }
 
 void Player::on(const EngineArriving&) {

@@ -94,6 +94,7 @@ private:
     void on(const EngineMoved& moved);
     void on(const EngineEnded& ended);
     void on(const EngineFailed& failed);
+    void on(const EngineBegun& begun);
     void on(const EngineArriving&);
 
     Surroundings surroundings_;

@@ -26,8 +26,9 @@ PlayerProcess::PlayerProcess(const Settings& settings)
     : settings_(settings),
       loop_(g_main_loop_new(nullptr, FALSE)),
       queue_(nullptr),
+      folder_(settings.downloadDir),
       engine_(
-          queue_,
+          queue_, folder_.path(),
           [this](const EngineEvent& event) {
               if (!idle_.onEvent(event)) {
                   player_.onEvent(event);
@@ -36,7 +37,8 @@ PlayerProcess::PlayerProcess(const Settings& settings)
           [this](const std::string& formats) {
               player_.setFormats(formats);
               appear();
-          }),
+          },
+          [this] { removeOrphanedCovers(settings_.snapshotDir); }),
       player_(Player::Surroundings{engine_, [] { return std::chrono::steady_clock::now(); },
                                    [this](const PlayerStatus& status) {
                                        logDebug(std::string("state ") + wordOf(status.state) +

@@ -17,6 +17,7 @@
 #include "logic/sound.h"
 #include "process/settings.h"
 #include "process/task_queue.h"
+#include "worker/leftovers.h"
 #include "worker/worker_engine.h"
 
 namespace player {
@@ -56,6 +57,7 @@ private:
     const Settings settings_;
     GMainLoop* loop_;
     TaskQueue queue_;
+    const WorkerFolder folder_;
     WorkerEngine engine_;
     Player player_;
     Sound sound_;

@@ -119,6 +119,8 @@ int runMediaWorker(const Settings& settings) {
     // The bus process decides when to end; a terminal's Ctrl-C reaches both.
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGTERM, SIG_IGN);
+    // The desktop's settings are none of its business, and out of its reach.
+    setenv("GSETTINGS_BACKEND", "memory", 1);
     limitMemory();
     keepMemoryTogether();
     enterSandbox(settings);

@@ -121,6 +121,7 @@ void from_json(const Json& json, Speed& speed) {
 KETRA_EMPTY_MESSAGE(EnginePlaying)
 KETRA_EMPTY_MESSAGE(EnginePaused)
 KETRA_EMPTY_MESSAGE(EngineArriving)
+KETRA_EMPTY_MESSAGE(EngineBegun)
 KETRA_EMPTY_MESSAGE(Ping)
 KETRA_EMPTY_MESSAGE(Pong)
 

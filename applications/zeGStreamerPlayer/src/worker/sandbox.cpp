@@ -32,9 +32,34 @@ constexpr std::uint64_t kWrite = kRead | LANDLOCK_ACCESS_FS_WRITE_FILE |
 /// Everything that the first version of the kernel's rules knows.
 constexpr std::uint64_t kHandled = (LANDLOCK_ACCESS_FS_MAKE_SYM << 1) - 1;
 
-constexpr std::array kSystemRead = {"/usr",  "/lib", "/lib64", "/bin", "/etc",
-                                    "/proc", "/sys", "/run",   "/opt", "/applications"};
-constexpr std::array kSystemWrite = {"/dev", "/tmp/.X11-unix"};
+constexpr std::uint64_t kUse =
+    LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCESS_FS_READ_DIR;
+
+/// Programs, libraries and what they need to know of this machine. /etc as a whole: a rule for a
+/// file ends when the file is replaced, as the one with the name servers is whenever the network
+/// changes. Connecting to the sockets of the display and of the sound server takes no right to open
+/// files.
+constexpr std::array kSystemRead = {"/usr",
+                                    "/lib",
+                                    "/lib64",
+                                    "/bin",
+                                    "/etc",
+                                    "/proc",
+                                    "/sys",
+                                    "/opt",
+                                    "/applications",
+                                    "/run/systemd/resolve",
+                                    "/run/NetworkManager",
+                                    "/run/resolvconf",
+                                    "/run/connman",
+                                    "/run/udev",
+                                    "/run/opengl-driver"};
+/// The display, the graphics card, the sound card. (What is shared with a sound server needs no
+/// file.)
+constexpr std::array kDevices = {
+    "/dev/null",      "/dev/zero",       "/dev/full",          "/dev/random", "/dev/urandom",
+    "/dev/dri",       "/dev/fb0",        "/dev/snd",           "/dev/dsp",    "/dev/nvidia0",
+    "/dev/nvidiactl", "/dev/nvidia-uvm", "/dev/nvidia-modeset"};
 
 /// Of GStreamer, the display and the sound server, below the viewer's home.
 constexpr std::array kHomeRead = {"/.Xauthority",        "/.config/pulse",
@@ -115,6 +140,23 @@ void allowList(Rules& rules, const std::string& list, std::uint64_t rights) {
     }
 }
 
+/// What the sound server's clients share; nothing else of the user's programs.
+void allowRuntime(Rules& rules) {
+    const std::string runtime = environment("XDG_RUNTIME_DIR");
+    rules.allow(runtime.empty() ? "" : runtime + "/pulse", kWrite);
+}
+
+/// Whoever looks for a fault names a file, which has to exist before.
+void allowDebugFile(Rules& rules) {
+    const std::string file = environment("GST_DEBUG_FILE");
+    const int made =
+        file.empty() ? -1 : open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (made >= 0) {
+        close(made);
+        rules.allow(file, kWrite);
+    }
+}
+
 } // namespace
 
 bool enterSandbox(const Settings& settings) {
@@ -124,8 +166,8 @@ bool enterSandbox(const Settings& settings) {
         for (const char* const path : kSystemRead) {
             rules.allow(path, kRead);
         }
-        for (const char* const path : kSystemWrite) {
-            rules.allow(path, kWrite);
+        for (const char* const path : kDevices) {
+            rules.allow(path, kUse);
         }
         for (const char* const path : kHomeRead) {
             rules.allow(home + path, kRead);
@@ -146,7 +188,8 @@ bool enterSandbox(const Settings& settings) {
         allowList(rules, environment("LD_LIBRARY_PATH"), kRead);
         const std::string registry = environment("GST_REGISTRY");
         rules.allow(registry.empty() ? "" : folderOf(registry), kWrite);
-        rules.allow(environment("XDG_RUNTIME_DIR"), kWrite);
+        allowRuntime(rules);
+        allowDebugFile(rules);
         rules.allow(settings.downloadDir, kWrite);
         rules.allow(settings.snapshotDir, kWrite);
         if (rules.enforce()) {

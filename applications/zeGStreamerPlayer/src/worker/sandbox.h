@@ -6,10 +6,11 @@
 
 namespace player {
 
-/// From now on this process and its children read programs, libraries and the system's own files
-/// and write to devices, the copies' and the pictures' folder and GStreamer's and the sound
-/// server's places; nothing else. Before any other thread starts. False, with a line in the log,
-/// when the kernel (before 5.13) cannot do that; the worker works all the same.
+/// From now on this process and its children read programs, libraries and what these need to know
+/// of the system, use the devices of picture and sound, and write to the copies' and the pictures'
+/// folder and GStreamer's and the sound server's places; nothing else. Before any other thread
+/// starts. False, with a line in the log, when the kernel (before 5.13) cannot do that; the worker
+/// works all the same.
 bool enterSandbox(const Settings& settings);
 
 } // namespace player

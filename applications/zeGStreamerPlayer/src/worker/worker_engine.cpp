@@ -6,10 +6,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 #include <utility>
+#include <vector>
+
+#include <glib.h>
 
 #include "process/log.h"
 #include "worker/media_worker.h"
@@ -20,8 +26,23 @@ namespace {
 /// A worker that ends as soon as it begins is not tried more often than this.
 constexpr std::chrono::milliseconds kNextAttempt{900};
 
+/// This process's environment, but with `folder` as the one for copies.
+std::vector<std::string> environmentWith(const std::string& folder) {
+    const std::string name = "KETRA_DOWNLOAD_DIR=";
+    std::vector<std::string> entries;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        if (folder.empty() || std::strncmp(*entry, name.c_str(), name.size()) != 0) {
+            entries.emplace_back(*entry);
+        }
+    }
+    if (!folder.empty()) {
+        entries.push_back(name + folder);
+    }
+    return entries;
+}
+
 /// Starts this program once more, as a worker with `socket`. -1 when that fails.
-pid_t spawnWorker(int socket) {
+pid_t spawnWorker(int socket, const std::string& folder) {
     char program[] = "/proc/self/exe";
     char name[] = "zeGStreamerPlayer";
     char role[] = "--media-worker";
@@ -30,8 +51,15 @@ pid_t spawnWorker(int socket) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, socket, kWorkerSocket);
+    std::vector<std::string> entries = environmentWith(folder);
+    std::vector<char*> environment;
+    for (std::string& entry : entries) {
+        environment.push_back(entry.data());
+    }
+    environment.push_back(nullptr);
     pid_t worker = -1;
-    const int error = posix_spawn(&worker, program, &actions, nullptr, arguments, environ);
+    const int error =
+        posix_spawn(&worker, program, &actions, nullptr, arguments, environment.data());
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) {
         logError(std::string("the media worker cannot be started: ") + std::strerror(error));
@@ -40,29 +68,58 @@ pid_t spawnWorker(int socket) {
     return worker;
 }
 
+/// Whether GStreamer has looked at its plug-ins before.
+bool hasRegistry() {
+    const char* const named = g_getenv("GST_REGISTRY");
+    if (named != nullptr) {
+        return g_file_test(named, G_FILE_TEST_EXISTS) != FALSE;
+    }
+    const std::string folder = std::string(g_get_user_cache_dir()) + "/gstreamer-1.0";
+    std::error_code none;
+    const std::filesystem::directory_iterator files(folder, none);
+    return std::any_of(begin(files), end(files), [](const auto& file) {
+        return file.path().filename().string().rfind("registry.", 0) == 0;
+    });
+}
+
 } // namespace
 
-WorkerEngine::WorkerEngine(TaskQueue& queue, std::function<void(const EngineEvent&)> onEvent,
-                           std::function<void(const std::string& formats)> onFormats)
-    : queue_(queue), onEvent_(std::move(onEvent)), onFormats_(std::move(onFormats)) {
+WorkerEngine::WorkerEngine(TaskQueue& queue, std::string folder,
+                           std::function<void(const EngineEvent&)> onEvent,
+                           std::function<void(const std::string& formats)> onFormats,
+                           std::function<void()> onGone)
+    : queue_(queue),
+      folder_(std::move(folder)),
+      onEvent_(std::move(onEvent)),
+      onFormats_(std::move(onFormats)),
+      onGone_(std::move(onGone)),
+      firstStart_(!hasRegistry()) {
     start();
 }
 
 WorkerEngine::~WorkerEngine() {
+    if (timer_ != 0) {
+        g_source_remove(timer_);
+    }
     end();
 }
 
 void WorkerEngine::start() {
+    if (timer_ != 0) {
+        g_source_remove(std::exchange(timer_, 0));
+    }
     started_ = Clock::now();
     int pair[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair) != 0) {
         logError(std::string("no connection to a media worker: ") + std::strerror(errno));
+        startLater();
         return;
     }
-    worker_ = spawnWorker(pair[1]);
+    worker_ = spawnWorker(pair[1], folder_);
     ::close(pair[1]);
     if (worker_ < 0) {
         ::close(pair[0]);
+        startLater();
         return;
     }
     ready_ = false;
@@ -74,9 +131,27 @@ void WorkerEngine::start() {
     if (fullScreen_) {
         send(*fullScreen_);
     }
+    if (waitingToOpen_) {
+        send(*waitingToOpen_);
+    }
     send(Ping{});
     waiting_ = true;
     asked_ = Clock::now();
+}
+
+/// One that ended as soon as it had begun is not replaced at once, yet within a second.
+void WorkerEngine::startLater() {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        started_ + kNextAttempt - Clock::now());
+    timer_ = g_timeout_add(static_cast<guint>(std::max<std::int64_t>(left.count(), 0)),
+                           &WorkerEngine::startNow, this);
+}
+
+gboolean WorkerEngine::startNow(gpointer data) {
+    auto* const self = static_cast<WorkerEngine*>(data);
+    self->timer_ = 0;
+    self->start();
+    return G_SOURCE_REMOVE;
 }
 
 void WorkerEngine::send(const Order& order) {
@@ -97,6 +172,7 @@ std::string WorkerEngine::reap() {
     while (waitpid(worker_, &status, 0) < 0 && errno == EINTR) {
     }
     worker_ = -1;
+    onGone_();
     return WIFSIGNALED(status) ? std::string("signal ") + strsignal(WTERMSIG(status))
                                : "status " + std::to_string(WEXITSTATUS(status));
 }
@@ -118,9 +194,16 @@ void WorkerEngine::onLost() {
     channel_.reset();
     logError("the media worker is lost: " + reap());
     const bool early = Clock::now() - started_ < kNextAttempt;
-    const Session session = std::exchange(session_, 0);
+    // A media that the worker had not begun to open is not what it was lost with.
+    const bool again = waitingToOpen_ && !std::exchange(openedAnew_, true);
+    if (!again) {
+        waitingToOpen_.reset();
+    }
+    const Session session = again ? 0 : std::exchange(session_, 0);
     auto pictures = std::exchange(pictures_, {});
-    if (!early) {
+    if (early) {
+        startLater();
+    } else {
         start();
     }
     for (const auto& [id, done] : pictures) {
@@ -140,6 +223,9 @@ void WorkerEngine::onMessage(const Bytes& bytes) {
         return;
     }
     if (const auto* const event = std::get_if<EngineEvent>(&*answer)) {
+        if (waitingToOpen_ && event->session == waitingToOpen_->session) {
+            waitingToOpen_.reset();
+        }
         onEvent_(*event);
     } else if (const auto* const saved = std::get_if<SavedScreen>(&*answer)) {
         auto found = pictures_.extract(saved->id);
@@ -150,6 +236,7 @@ void WorkerEngine::onMessage(const Bytes& bytes) {
         onFormats_(formats->list);
     } else {
         ready_ = true;
+        firstStart_ = false;
         waiting_ = false;
     }
 }
@@ -157,17 +244,24 @@ void WorkerEngine::onMessage(const Bytes& bytes) {
 void WorkerEngine::tick() {
     const auto now = Clock::now();
     if (!channel_) {
-        if (now - started_ >= kNextAttempt) {
-            start();
-        }
-    } else if (!waiting_) {
+        return; // the next is on its way
+    }
+    if (!waiting_) {
         waiting_ = true;
         asked_ = now;
         send(Ping{});
-    } else if (now - asked_ >= (ready_ ? kStandstill : kStarting)) {
+    } else if (now - asked_ >= patience()) {
         logError("the media worker stands still");
+        firstStart_ = firstStart_ || !ready_; // perhaps it only has a slow disk
         kill(worker_, SIGKILL);
     }
+}
+
+std::chrono::seconds WorkerEngine::patience() const {
+    if (!ready_) {
+        return firstStart_ ? kFirstStart : kStandstill;
+    }
+    return waitingToOpen_ ? kStuck : kStandstill;
 }
 
 void WorkerEngine::shutDown(std::chrono::milliseconds limit) {
@@ -192,10 +286,12 @@ void WorkerEngine::shutDown(std::chrono::milliseconds limit) {
 }
 
 void WorkerEngine::open(Session session, const MediaAddress& address) {
+    session_ = session;
+    waitingToOpen_.reset();
+    openedAnew_ = false;
     if (!channel_) {
         start();
     }
-    session_ = session;
     if (!channel_) {
         queue_.post([this, session] {
             onEvent_(EngineEvent{
@@ -203,7 +299,8 @@ void WorkerEngine::open(Session session, const MediaAddress& address) {
         });
         return;
     }
-    send(OpenOrder{session, address});
+    waitingToOpen_ = OpenOrder{session, address};
+    send(*waitingToOpen_);
 }
 
 void WorkerEngine::play(Session session) {
@@ -233,6 +330,7 @@ void WorkerEngine::repeat(Session session, Repeat what) {
 void WorkerEngine::close(Session session) {
     if (session_ == session) {
         session_ = 0;
+        waitingToOpen_.reset();
     }
     send(CloseOrder{session});
 }

@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "engine/media_engine.h"
@@ -24,13 +25,20 @@ public:
 
     /// Longest time for which the worker may be deaf.
     static constexpr std::chrono::seconds kStandstill{10};
-    /// Longest time for it to begin: the first start of all looks at every plug-in.
-    static constexpr std::chrono::seconds kStarting{60};
+    /// The same while a media waits that the worker has not begun to open: what it cannot get rid
+    /// of is the media before.
+    static constexpr std::chrono::seconds kStuck{4};
+    /// Longest time for it to begin when GStreamer has no registry yet and looks at every plug-in.
+    static constexpr std::chrono::seconds kFirstStart{60};
 
     /// Starts the worker; `onEvent` and `onFormats`, when a worker has found out what can be
     /// played, are called on the default main context.
-    WorkerEngine(TaskQueue& queue, std::function<void(const EngineEvent&)> onEvent,
-                 std::function<void(const std::string& formats)> onFormats);
+    /// Workers keep their copies in `folder`; "": as the settings say. `onGone` is called whenever
+    /// a worker has ended.
+    WorkerEngine(TaskQueue& queue, std::string folder,
+                 std::function<void(const EngineEvent&)> onEvent,
+                 std::function<void(const std::string& formats)> onFormats,
+                 std::function<void()> onGone);
     /// Ends the worker at once; see shutDown for the orderly way.
     ~WorkerEngine() override;
 
@@ -59,19 +67,28 @@ private:
     void send(const Order& order);
     void onMessage(const Bytes& bytes);
     void onLost();
+    void startLater();
+    std::chrono::seconds patience() const;
+    static gboolean startNow(gpointer self);
     void end();
     std::string reap();
 
     TaskQueue& queue_;
+    const std::string folder_;
     std::function<void(const EngineEvent&)> onEvent_;
     std::function<void(const std::string& formats)> onFormats_;
+    std::function<void()> onGone_;
     std::unique_ptr<Channel> channel_;
     pid_t worker_ = -1;
     bool ready_ = false;   ///< the worker has spoken
     bool waiting_ = false; ///< for a Pong
+    bool firstStart_;      ///< GStreamer may have no registry yet
+    unsigned timer_ = 0;   ///< of the next start
     Clock::time_point asked_;
     Clock::time_point started_;
-    Session session_ = 0; ///< what the worker plays
+    Session session_ = 0;                    ///< what the worker plays
+    std::optional<OpenOrder> waitingToOpen_; ///< that, until the worker begins it
+    bool openedAnew_ = false;                ///< it was given to a second worker already
     VolumeOrder volume_{100, false};
     ViewOrder view_;
     std::optional<FullScreenOrder> fullScreen_; ///< as it was ordered; else the setting holds

@@ -1,0 +1,90 @@
+#include "worker/leftovers.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#include "engine/cover.h"
+#include "logic/numbers.h"
+#include "process/log.h"
+
+namespace player {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kPrefix[] = "zeGStreamerPlayer-";
+
+/// The folder's descriptor, locked; -1 when somebody else has it or it is none of ours.
+int lockFolder(const fs::path& folder) {
+    const int place = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (place >= 0 && flock(place, LOCK_EX | LOCK_NB) != 0) {
+        close(place);
+        return -1;
+    }
+    return place;
+}
+
+bool beginsWith(const fs::path& path, const char* prefix) {
+    return path.filename().string().rfind(prefix, 0) == 0;
+}
+
+void removeAbandoned(const fs::path& parent) {
+    std::error_code ignored;
+    for (const fs::path& folder : fs::directory_iterator(parent, ignored)) {
+        const int place = beginsWith(folder, kPrefix) ? lockFolder(folder) : -1;
+        if (place >= 0) {
+            fs::remove_all(folder, ignored);
+            close(place);
+        }
+    }
+}
+
+} // namespace
+
+WorkerFolder::WorkerFolder(const std::string& parent) {
+    removeAbandoned(parent);
+    std::string name = parent + "/" + kPrefix + "XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) {
+        logWarning("no folder for copies in " + parent + ": " + std::strerror(errno));
+        return;
+    }
+    path_ = name;
+    lock_ = lockFolder(path_);
+}
+
+WorkerFolder::~WorkerFolder() {
+    std::error_code ignored;
+    if (!path_.empty()) {
+        fs::remove_all(path_, ignored);
+    }
+    if (lock_ >= 0) {
+        close(lock_);
+    }
+}
+
+void removeOrphanedCovers(const std::string& folder) {
+    std::error_code ignored;
+    if (folder.empty()) {
+        return;
+    }
+    for (const fs::path& file : fs::directory_iterator(folder, ignored)) {
+        if (!beginsWith(file, kCoverPrefix)) {
+            continue;
+        }
+        const std::string rest = file.filename().string().substr(std::strlen(kCoverPrefix));
+        const auto worker = decimalNumber(rest.substr(0, rest.find('-')));
+        if (worker && *worker > 0 && kill(static_cast<pid_t>(*worker), 0) != 0 && errno == ESRCH) {
+            fs::remove(file, ignored);
+        }
+    }
+}
+
+} // namespace player
