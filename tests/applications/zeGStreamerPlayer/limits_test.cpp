@@ -61,6 +61,26 @@ TEST_F(AMonster, ThatUnfoldsFromAFewBytesNeverReachesADecoder) {
     EXPECT_EQ(errorOf("bomb.png", png), PlayerError::kNoDecoder) << player_.log();
 }
 
+TEST_F(AMonster, ThatIsAnAnimationNeverReachesADecoder) {
+    const std::string gif = "GIF89a\xEA\x60\xEA\x60" + std::string(100000, '\0');
+    EXPECT_EQ(errorOf("huge.gif", gif), PlayerError::kNoDecoder) << player_.log();
+}
+
+TEST_F(AMonster, ThatIsHalfAnAnimationIsDamaged) {
+    std::ifstream file(KETRA_TEST_MEDIA "/photo.gif", std::ios::binary);
+    const std::string gif{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    EXPECT_EQ(errorOf("half.gif", gif.substr(0, gif.size() / 4)), PlayerError::kDamagedMedia)
+        << player_.log();
+}
+
+TEST_F(AMonster, ThatIsPackedIsNotUnpacked) {
+    const std::string packed =
+        std::string("\x1f\x8b\x08\0\0\0\0\0\2\xff", 10) + std::string(100000, '\x5a');
+    const PlayerError error = errorOf("film.gz", packed);
+    EXPECT_TRUE(error == PlayerError::kUnknownFormat || error == PlayerError::kNoDecoder)
+        << static_cast<int>(error);
+}
+
 TEST_F(AMonster, ThatIsAListOfItselfIsNotFollowed) {
     test::MediaServer server(folder_.path());
     const PlayerError error =
