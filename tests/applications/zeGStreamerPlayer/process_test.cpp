@@ -318,16 +318,14 @@ TEST_F(ThePlayerProcess, LimitsTheMemoryOfItsMediaWorker) {
 #endif
 }
 
-TEST_F(ThePlayerProcess, SurvivesAPictureThatUnfoldsFromAFewBytes) {
+TEST_F(ThePlayerProcess, ShowsTheLargestPictureAlthoughItUnfoldsFromAFewBytes) {
     start();
     ASSERT_TRUE(watcher_.command("seturi", kInstance, server_.address("/good/bomb.png").c_str()));
     ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
-    // It is shown, or it is too much for the worker; either way there is an end to it.
     ASSERT_TRUE(watcher_.waitFor([](const std::vector<Notice>& notices) {
         return notices.back().state == kPlayerFinished || notices.back().error != 0;
     })) << player_->error();
-    const int error = watcher_.notices().back().error;
-    EXPECT_TRUE(error == 0 || error == 111 || error == 112 || error == 120) << error;
+    EXPECT_EQ(watcher_.notices().back().error, 0); // the worker's memory is enough for it
     ASSERT_TRUE(watcher_.command("seturi", kInstance, server_.address("/good/film.mp4").c_str()));
     ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
     EXPECT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
