@@ -429,7 +429,7 @@ class Suite:
                 # A message that arrives late on a busy machine is followed by one that seems early;
                 # a renderer that does not gather is early again and again.
                 early = [gap for gap in gaps[1:] if gap < SHORTEST_GAP]
-                self.check(len(early) <= len(gaps) // 8 and min(early, default=1) > 0.1,
+                self.check(len(early) <= max(2, len(gaps) // 8) and min(early, default=1) > 0.1,
                            f"{name}: {len(early)} of {len(gaps)} messages come early, the first "
                            f"after {min(early, default=1):.3f} s")
             described = self.device.services[name].variables

@@ -29,6 +29,9 @@ constexpr int kBacklog = 1024;
 // Refused requests whose answers are on their way at once; each holds a descriptor for a second.
 constexpr std::size_t kMostDrains = 32;
 
+// Hosts whose unreadable requests are counted.
+constexpr std::size_t kMostUnreadableHosts = 1024;
+
 enum class State { head, body, running, idle };
 
 bool isContentLengthSound(SoupMessageHeaders* headers) {
@@ -196,10 +199,10 @@ ConnectionGuard::Connection* ConnectionGuard::accept(SoupServerMessage* message,
     const char* host = alreadyGone ? nullptr : soup_server_message_get_remote_host(message);
     connection->host = host != nullptr ? host : "";
     connection->since = Clock::now();
-    if (alreadyGone || !makeRoom(*connection)) {
+    if (alreadyGone || !isHeard(connection->host) || !makeRoom(*connection)) {
         // Not stolen: libsoup is still setting it up. It reads the end and drops the connection.
         if (!alreadyGone) {
-            logStranger("too many connections, one refused from " + connection->host);
+            logStranger("connection from " + connection->host + " refused");
         }
         connection->closing = true;
         shutdown(connection->fd, SHUT_RDWR);
@@ -207,6 +210,27 @@ ConnectionGuard::Connection* ConnectionGuard::accept(SoupServerMessage* message,
         ++hostCounts_[connection->host];
     }
     return (connections_[socket] = std::move(connection)).get();
+}
+
+void ConnectionGuard::noteUnreadable(const std::string& host) {
+    if (unreadable_.size() >= kMostUnreadableHosts && unreadable_.count(host) == 0) {
+        unreadable_.erase(std::min_element(unreadable_.begin(), unreadable_.end(),
+                                           [](const auto& left, const auto& right) {
+                                               return left.second.last < right.second.last;
+                                           }));
+    }
+    Unreadable& noted = unreadable_[host];
+    ++noted.count;
+    noted.last = Clock::now();
+}
+
+bool ConnectionGuard::isHeard(const std::string& host) {
+    const auto noted = unreadable_.find(host);
+    if (noted != unreadable_.end() && noted->second.last + limits_.unheard < Clock::now()) {
+        unreadable_.erase(noted);
+        return true;
+    }
+    return noted == unreadable_.end() || noted->second.count < limits_.unreadable;
 }
 
 // Over its share, a host loses its oldest silent connection rather than its next call.
@@ -293,6 +317,10 @@ void ConnectionGuard::requestFinished(SoupServerMessage* message) {
         return;
     }
     holdPackets(connection->fd, false);
+    if (soup_message_headers_get_encoding(soup_server_message_get_request_headers(message)) ==
+        SOUP_ENCODING_UNRECOGNIZED) {
+        noteUnreadable(connection->host);
+    }
     connection->state = State::idle;
     connection->since = Clock::now();
     connection->deadline = connection->since + limits_.idle;

@@ -34,6 +34,10 @@ struct GuardLimits {
     unsigned perHost = 32;
     /// Connections of all hosts together, well below the usual limit of descriptors.
     unsigned total = 256;
+    /// Requests of one host with an encoding that nobody knows, until it is not heard for a while:
+    /// libsoup forgets the path of each, up to 64 KiB, and no controller sends any.
+    unsigned unreadable = 16;
+    std::chrono::minutes unheard{60};
 };
 
 class ConnectionGuard {
@@ -73,6 +77,8 @@ private:
     bool makeRoom(const Connection& latecomer);
     Connection* oldestSilent(const std::set<std::string>& hosts);
     template <class Fits> Connection* oldest(const Fits& fits);
+    void noteUnreadable(const std::string& host);
+    bool isHeard(const std::string& host);
     Connection* oldestOfBiggestHost();
     void forget(Connection& connection);
     gboolean idleReadable(Connection& connection);
@@ -90,6 +96,11 @@ private:
     IsOwnAuthority isOwnAuthority_;
     std::map<GSocket*, std::unique_ptr<Connection>> connections_;
     std::map<std::string, unsigned> hostCounts_;
+    struct Unreadable {
+        unsigned count = 0;
+        TimePoint last;
+    };
+    std::map<std::string, Unreadable> unreadable_; // by host; bounded
     std::map<Drain*, std::unique_ptr<Drain>> drains_;
     Timer timer_;
     TimePoint armedFor_;
