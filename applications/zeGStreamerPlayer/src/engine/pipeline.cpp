@@ -151,6 +151,7 @@ void Pipeline::setSound(unsigned percent, bool mute) {
 
 void Pipeline::retire() {
     retired_ = true;
+    unhurried_ = false; // nothing shall wait for it
     mute_ = true;
     applySound();
 }
@@ -233,6 +234,7 @@ void Pipeline::changeState(GstState target) {
 
 void Pipeline::onOpened() {
     opened_ = true;
+    unhurried_ = false;
     known_ = facts();
     animated_ = known_.mimeType == "image/gif";
     report_(EngineOpened{known_});

@@ -161,6 +161,7 @@ private:
 
     // Written on streaming threads.
     std::atomic<std::uint64_t> bytesArrived_{0};
+    std::atomic<bool> unhurried_{true}; ///< until the media is open, see onData
     mutable std::mutex mutex_;
     std::string capsName_;             // guarded by mutex_
     GstOwner<GstElement> copy_;        ///< of what arrived; guarded by mutex_

@@ -17,6 +17,12 @@ namespace {
 
 /// Longer than the patience of the logic, which shall be the one to lose it.
 constexpr unsigned kNetworkTimeoutSeconds = 60;
+/// Until its first picture is there, a film is not fetched faster than it can be of use: behind the
+/// first megabyte 16 a second. The copy of a quick server's film would take the processors from the
+/// decoder.
+constexpr std::uint64_t kAtOnce = 1 << 20;
+constexpr gsize kBytesPerMicrosecond = 16;
+constexpr gulong kPause = 1000; ///< in microseconds
 constexpr char kUserAgent[] = "zeGStreamerPlayer/1.5 DLNADOC/1.50";
 /// Of a photo: four bytes each are half a gigabyte, a quarter of what the worker may use.
 constexpr std::uint64_t kMostPixels = 128'000'000;
@@ -115,8 +121,13 @@ GstPadProbeReturn Pipeline::onFirstData(GstPad* pad, GstPadProbeInfo*, gpointer 
 }
 
 GstPadProbeReturn Pipeline::onData(GstPad*, GstPadProbeInfo* info, gpointer self) {
-    static_cast<Pipeline*>(self)->bytesArrived_ +=
-        gst_buffer_get_size(GST_PAD_PROBE_INFO_BUFFER(info));
+    auto* const pipeline = static_cast<Pipeline*>(self);
+    const gsize size = gst_buffer_get_size(GST_PAD_PROBE_INFO_BUFFER(info));
+    const std::uint64_t before = pipeline->bytesArrived_.fetch_add(size);
+    const gint64 end = g_get_monotonic_time() + static_cast<gint64>(size / kBytesPerMicrosecond);
+    while (before >= kAtOnce && pipeline->unhurried_ && g_get_monotonic_time() < end) {
+        g_usleep(kPause);
+    }
     return GST_PAD_PROBE_OK;
 }
 
@@ -201,6 +212,9 @@ void Pipeline::onHaveType(GstElement* typefind, guint, GstCaps* caps, gpointer s
         pipeline->capsName_ = name;
     }
     const bool image = name.rfind("image/", 0) == 0;
+    if (image) {
+        pipeline->unhurried_ = false; // it has to be there as a whole
+    }
     if (image || name == "video/mpegts") {
         const GstOwner<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
         gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER,
