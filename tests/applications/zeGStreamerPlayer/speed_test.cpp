@@ -266,4 +266,49 @@ TEST_F(AFilmTooLargeToKeep, RunsBothWays) {
     expectToRun({"-8", 8}, 1900);
 }
 
+/// Its server answers no Range; it finds times and scales itself.
+class ATimedFilm : public ACountedFilm {
+protected:
+    /// Waits for a frame of a stretch of the film.
+    bool waitForFrame(int from, int to) {
+        return player_.waitUntil([from, to] {
+            const int seen = lastSeen();
+            return seen >= from && seen < to;
+        });
+    }
+};
+
+TEST_F(ATimedFilm, IsMovedByItsServer) {
+    play("/timed/counted.ts");
+    EXPECT_EQ(player_.last().supportedSpeeds, "1,2,8,-4");
+    EXPECT_EQ(player_.last().supportedSeekModes, "REL_TIME,ABS_TIME");
+    // The server begins a bit earlier than it was asked to, and says so.
+    EXPECT_EQ(firstAfter([this] { return player_->seek(21000); }), 1000);
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 20; }));
+    for (const Way& way : {Way{"8", 10}, Way{"-4", 10}}) {
+        SCOPED_TRACE(way.speed);
+        const Speed wanted = *Speed::fromText(way.speed);
+        ASSERT_TRUE(player_->seek(20000));
+        ASSERT_TRUE(waitForFrame(1000, 1100));
+        const auto seen = watchAt(wanted, way.frames, milliseconds(300));
+        EXPECT_NEAR(test::rateOf(seen) / wanted.rate(), 1, 0.35);
+        ASSERT_TRUE(player_->play(Speed()));
+        ASSERT_TRUE(player_.waitUntil([this] { return player_.last().speed.isNormal(); }));
+        EXPECT_EQ(player_.last().positionSec, wanted.isBackward() ? 0u : 20u);
+    }
+}
+
+TEST_F(ATimedFilm, GoesOnWhenItsServerRefusesASpeedThatItOffered) {
+    play("/timed/counted.ts");
+    ASSERT_TRUE(player_->play(*Speed::fromText("2")));
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().supportedSpeeds == "1"; }));
+    EXPECT_TRUE(player_.last().speed.isNormal());
+    test::watchAnew();
+    ASSERT_TRUE(waitForFrame(5, 200));
+    EXPECT_EQ(player_.last().state, PlayerState::kPlaying);
+    EXPECT_FALSE(player_->play(*Speed::fromText("2")));
+    EXPECT_TRUE(player_->seek(20000));
+    EXPECT_TRUE(waitForFrame(1000, 1100));
+}
+
 } // namespace

@@ -233,9 +233,9 @@ void Pipeline::changeState(GstState target) {
 }
 
 void Pipeline::onOpened() {
-    opened_ = true;
     unhurried_ = false;
     known_ = facts();
+    opened_ = true;
     animated_ = known_.mimeType == "image/gif";
     report_(EngineOpened{known_});
     end();
@@ -308,14 +308,24 @@ void Pipeline::handle(GstMessage* message) {
     const bool ours = GST_MESSAGE_SRC(message) == GST_OBJECT(playbin_.get());
     switch (GST_MESSAGE_TYPE(message)) {
     case GST_MESSAGE_ERROR:
+        if (goOnUnasked()) {
+            break;
+        }
         fail(ledAstray_ ? PlayerError::kUnsupportedAddress : playerErrorFor(message, answered_),
              errorText(message));
         break;
     case GST_MESSAGE_ASYNC_DONE:
         if (ours && step_ == Step::kOpen) {
             onOpened();
-        } else if (ours && step_ == Step::kMove) {
-            report_(EngineMoved{true, positionMs(), speed_});
+        } else if (ours && step_ == Step::kMove && !goOnUnasked()) {
+            if (asked_) {
+                asked_->firstMs = playbinPositionMs();
+                if (!asked_->granted) {
+                    asked_->fromMs = 0; // it sends all that there is
+                    refused_ = true;
+                }
+            }
+            report_(EngineMoved{!std::exchange(refused_, false), positionMs(), speed_});
             positionReported_ = Clock::now();
             samplePosition();
             end();
@@ -387,10 +397,17 @@ void Pipeline::handle(GstMessage* message) {
 
 void Pipeline::handleHeaders(const GstStructure& structure) {
     const GValue* const value = gst_structure_get_value(&structure, "response-headers");
-    if (answered_ || value == nullptr || !GST_VALUE_HOLDS_STRUCTURE(value)) {
+    if (value == nullptr || !GST_VALUE_HOLDS_STRUCTURE(value)) {
         return;
     }
     const GstStructure* const headers = gst_value_get_structure(value);
+    if (asked_ && step_ == Step::kMove) {
+        takeAnswer(header(headers, "TimeSeekRange.dlna.org"),
+                   header(headers, "PlaySpeed.dlna.org"));
+    }
+    if (answered_) {
+        return;
+    }
     if (gst_structure_n_fields(headers) == 0) {
         return; // what a request without a connection leaves
     }
@@ -404,8 +421,8 @@ void Pipeline::handleHeaders(const GstStructure& structure) {
         return;
     }
     answered_ = true;
-    report_(EngineAnswered{header(headers, "Content-Type"),
-                           header(headers, "contentFeatures.dlna.org"),
+    contentFeatures_ = header(headers, "contentFeatures.dlna.org");
+    report_(EngineAnswered{header(headers, "Content-Type"), contentFeatures_,
                            header(headers, "CaptionInfo.sec")});
 }
 
@@ -437,6 +454,7 @@ MediaFacts Pipeline::facts() {
     if (facts.seekable) {
         facts.speeds = allSpeeds();
     }
+    addServersFacts(facts);
     return facts;
 }
 

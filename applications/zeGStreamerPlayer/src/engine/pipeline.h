@@ -19,6 +19,7 @@
 #include "engine/gst_handles.h"
 #include "engine/media_engine.h"
 #include "engine/screen.h"
+#include "metadata/dlna_features.h"
 #include "process/settings.h"
 #include "process/task_queue.h"
 
@@ -69,6 +70,14 @@ private:
         bool ended;
     };
 
+    /// What the server sends: its part of the media, and where in it that begins.
+    struct Asked {
+        std::int64_t fromMs;
+        std::int64_t firstMs; ///< GStreamer's position then
+        bool givenUp;         ///< something else will be asked
+        bool granted;         ///< the server says that it is what was asked for
+    };
+
     static gboolean onMessage(GstBus* bus, GstMessage* message, gpointer self);
     static void onSourceSetup(GstElement* playbin, GstElement* source, gpointer self);
     static void onElementSetup(GstElement* playbin, GstElement* element, gpointer self);
@@ -109,6 +118,13 @@ private:
     void followPosition();
     std::int64_t endMs() const;
     bool keepHeader(GstPadProbeInfo* info);
+    bool asksServer() const;
+    bool sourceAnswersRanges() const;
+    void addServersFacts(MediaFacts& facts);
+    void ask(std::int64_t fromMs);
+    void takeAnswer(const std::string& timeSeekRange, const std::string& playSpeed);
+    bool goOnUnasked();
+    std::int64_t askedPositionMs() const;
     void setUpDownload(GstElement* element);
 
     const Settings& settings_;
@@ -157,6 +173,12 @@ private:
     bool segmentEnded_ = false;         ///< the part was over before the move to it was
     bool ended_ = false;                ///< there is no more, which is not reported yet
     std::optional<Leaps> leaps_;
+    DlnaFeatures features_;        ///< of the server, once the media is open
+    std::string contentFeatures_;  ///< as the server said it
+    bool inside_ = false;          ///< GStreamer can move the media itself
+    std::optional<Asked> asked_;   ///< once the server was asked to move it
+    bool refused_ = false;         ///< it did not do so
+    std::int64_t wholeMs_ = -1;    ///< length of the whole media, which it sends a part of
     GSource* leapTimer_ = nullptr; ///< while there are leaps
 
     // Written on streaming threads.
@@ -164,6 +186,8 @@ private:
     std::atomic<bool> unhurried_{true}; ///< until the media is open, see onData
     mutable std::mutex mutex_;
     std::string capsName_;             // guarded by mutex_
+    std::string timeSeekHeader_;       ///< what is asked; guarded by mutex_
+    std::string playSpeedHeader_;      // guarded by mutex_
     GstOwner<GstElement> copy_;        ///< of what arrived; guarded by mutex_
     std::vector<std::uint8_t> header_; // the media's first bytes; guarded by mutex_
     bool imageTooLarge_ = false;       // guarded by mutex_

@@ -59,12 +59,16 @@ bool Pipeline::move() {
     const Speed before = std::exchange(speed_, wantSpeed_);
     wantPositionMs_.reset();
     segmentEnded_ = ended_ = false;
-    if (speed_.isBackward() && !runsBackward()) {
+    if (speed_.isBackward() && !asksServer() && !runsBackward()) {
         startLeaps(from);
         return false;
     }
     stopLeaps();
     begin(Step::kMove);
+    if (asksServer()) {
+        ask(from);
+        return true;
+    }
     if (!seekTo(GST_SEEK_FLAG_FLUSH, from)) {
         step_ = Step::kNone;
         speed_ = wantSpeed_ = before;
@@ -209,7 +213,7 @@ void Pipeline::onSegmentEnd(std::uint32_t number) {
 
 std::int64_t Pipeline::positionMs() const {
     if (!leaps_) {
-        return playbinPositionMs();
+        return asked_ ? askedPositionMs() : playbinPositionMs();
     }
     if (!leaps_->running) {
         return leaps_->fromMs;

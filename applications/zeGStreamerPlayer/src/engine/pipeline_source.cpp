@@ -89,6 +89,17 @@ void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self) {
     const GstOwner<GstStructure> headers(
         gst_structure_new("extra-headers", "getcontentFeatures.dlna.org", G_TYPE_STRING, "1",
                           "getCaptionInfo.sec", G_TYPE_STRING, "1", nullptr));
+    {
+        auto* const pipeline = static_cast<Pipeline*>(self);
+        const std::lock_guard<std::mutex> lock(pipeline->mutex_);
+        for (const auto& [name, text] :
+             {std::pair{"TimeSeekRange.dlna.org", pipeline->timeSeekHeader_},
+              std::pair{"PlaySpeed.dlna.org", pipeline->playSpeedHeader_}}) {
+            if (!text.empty()) {
+                gst_structure_set(headers.get(), name, G_TYPE_STRING, text.c_str(), nullptr);
+            }
+        }
+    }
     g_object_set(source, "extra-headers", headers.get(), "timeout", kNetworkTimeoutSeconds,
                  "user-agent", kUserAgent, nullptr);
     trustCertificatesOf(source, static_cast<Pipeline*>(self)->settings_.caFile);

@@ -1,5 +1,6 @@
-// Makes a film in which every frame shows its number: make_counted_film PIPELINE, where PIPELINE is
-// GStreamer's notation of what becomes of the frames of "appsrc name=frames".
+// Makes a film in which every frame shows its number: make_counted_film PIPELINE FIRST STEP, where
+// PIPELINE is GStreamer's notation of what becomes of the frames of "appsrc name=frames": those
+// from FIRST on, every STEPth of them.
 
 #include <cstdio>
 #include <cstdlib>
@@ -10,7 +11,7 @@
 
 namespace {
 
-GstBuffer* makeFrame(int number) {
+GstBuffer* makeFrame(int number, int place) {
     GstBuffer* const buffer =
         gst_buffer_new_allocate(nullptr, test::kCountedWidth * test::kCountedHeight, nullptr);
     GstMapInfo map;
@@ -24,7 +25,7 @@ GstBuffer* makeFrame(int number) {
     }
     gst_buffer_unmap(buffer, &map);
     GST_BUFFER_DURATION(buffer) = GST_SECOND / test::kCountedRate;
-    GST_BUFFER_PTS(buffer) = GST_BUFFER_DURATION(buffer) * static_cast<GstClockTime>(number);
+    GST_BUFFER_PTS(buffer) = GST_BUFFER_DURATION(buffer) * static_cast<GstClockTime>(place);
     return buffer;
 }
 
@@ -33,7 +34,7 @@ GstBuffer* makeFrame(int number) {
 int main(int argc, char** argv) {
     gst_init(&argc, &argv);
     GError* error = nullptr;
-    GstElement* const pipeline = argc == 2 ? gst_parse_launch(argv[1], &error) : nullptr;
+    GstElement* const pipeline = argc == 4 ? gst_parse_launch(argv[1], &error) : nullptr;
     if (pipeline == nullptr || error != nullptr) {
         std::fprintf(stderr, "%s\n", error == nullptr ? "which pipeline?" : error->message);
         return EXIT_FAILURE;
@@ -46,8 +47,11 @@ int main(int argc, char** argv) {
     g_object_set(frames, "caps", caps, "format", GST_FORMAT_TIME, "block", TRUE, nullptr);
     gst_caps_unref(caps);
     gst_element_set_state(pipeline, GST_STATE_PLAYING);
-    for (int number = 0; number < test::kCountedFrames; ++number) {
-        gst_app_src_push_buffer(GST_APP_SRC(frames), makeFrame(number));
+    const int step = std::atoi(argv[3]);
+    int place = 0;
+    for (int number = std::atoi(argv[2]); number >= 0 && number < test::kCountedFrames;
+         number += step) {
+        gst_app_src_push_buffer(GST_APP_SRC(frames), makeFrame(number, place++));
     }
     gst_app_src_end_of_stream(GST_APP_SRC(frames));
     GstBus* const bus = gst_element_get_bus(pipeline);

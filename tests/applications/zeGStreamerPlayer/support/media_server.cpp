@@ -159,6 +159,10 @@ void MediaServer::answer(SoupServerMessage* message, const std::string& path) {
         answerWithFile(message, "good", lines, typeOf(rest));
         return;
     }
+    if (manner == "timed") {
+        answerInParts(message, rest);
+        return;
+    }
     const std::string content = contentOf(rest);
     if (content.empty()) {
         soup_server_message_set_status(message, SOUP_STATUS_NOT_FOUND, nullptr);
@@ -222,6 +226,32 @@ void MediaServer::answerWithoutRange(SoupServerMessage* message, const std::stri
         head += "Content-Length: " + std::to_string(promised) + "\r\n";
     }
     send(message, head + "\r\n" + body, true);
+}
+
+/// Offers the speeds 8, -4 and 2, yet serves only the first two, and from 20 seconds on.
+void MediaServer::answerInParts(SoupServerMessage* message, const std::string& file) {
+    SoupMessageHeaders* const asked = soup_server_message_get_request_headers(message);
+    const char* const range = soup_message_headers_get_one(asked, "TimeSeekRange.dlna.org");
+    const char* const speed = soup_message_headers_get_one(asked, "PlaySpeed.dlna.org");
+    const bool late = range != nullptr && std::stod(std::string(range).substr(4)) >= 20;
+    const std::string scale =
+        speed == nullptr ? "" : "speed" + std::string(speed).substr(std::string("speed=").size());
+    const std::string content = contentOf(file + (late ? ".from20" : "") + scale);
+    if (content.empty()) {
+        soup_server_message_set_status(message, SOUP_STATUS_NOT_ACCEPTABLE, nullptr);
+        return;
+    }
+    std::string head = "HTTP/1.1 200 OK\r\nContent-Type: " + typeOf(file) +
+                       "\r\nContentFeatures.DLNA.org: "
+                       "DLNA.ORG_OP=10;DLNA.ORG_PS=8,-4,2;DLNA.ORG_CI=1\r\n";
+    if (range != nullptr) {
+        head += std::string("TimeSeekRange.dlna.org: npt=") + (late ? "20.000" : "0.000") +
+                "-40.000/40.000\r\n";
+    }
+    if (speed != nullptr) {
+        head += "PlaySpeed.dlna.org: " + std::string(speed) + "\r\n";
+    }
+    send(message, head + "Connection: close\r\n\r\n" + content, true);
 }
 
 /// Promises the whole and sends the beginning, then hangs up or falls silent.

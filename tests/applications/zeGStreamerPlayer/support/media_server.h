@@ -8,7 +8,7 @@
 // (hangs up in the middle), /slow/FILE (takes three seconds), /short/FILE (a file that was cut
 // off), /stall/FILE (falls silent in the middle), /silent (never answers), /status/NNN (an error),
 // /text/FILE (a text that claims to be the file), /to?ADDRESS (a redirect there), /round (a
-// redirect to itself).
+// redirect to itself), /timed/FILE (no Range; the server finds times and scales itself).
 #pragma once
 
 #include <map>
@@ -41,6 +41,7 @@ private:
                         const std::string& content, const std::string& type);
     void answerWithoutRange(SoupServerMessage* message, const std::string& manner,
                             const std::string& content, const std::string& type);
+    void answerInParts(SoupServerMessage* message, const std::string& file);
     void answerByHand(SoupServerMessage* message, const std::string& content,
                       const std::string& type, bool hangUp);
     void sendSlowly(SoupServerMessage* message, const std::string& bytes);

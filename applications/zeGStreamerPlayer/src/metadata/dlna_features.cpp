@@ -1,0 +1,134 @@
+#include "metadata/dlna_features.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+
+namespace player {
+namespace {
+
+constexpr std::size_t kPrimaryFlags = 8; ///< hexadecimal digits
+constexpr std::uint32_t kLimitedTimeSeek = 1U << 30;
+constexpr std::uint32_t kBeginningMoves = 1U << 27;
+constexpr std::uint32_t kEndMoves = 1U << 26;
+/// Longer than any media, and short enough to be calculated with.
+constexpr std::uint64_t kMostSeconds = std::uint64_t{1000} * 366 * 86400;
+
+/// The value of a parameter, "" when it is missing.
+std::string_view parameter(std::string_view text, std::string_view name) {
+    for (std::size_t at = text.find(name); at != std::string_view::npos;
+         at = text.find(name, at + 1)) {
+        const bool begins = at == 0 || text[at - 1] == ';' || text[at - 1] == ':';
+        const std::string_view rest = text.substr(at + name.size());
+        if (begins && !rest.empty() && rest.front() == '=') {
+            return rest.substr(1, rest.find(';') - 1);
+        }
+    }
+    return {};
+}
+
+std::vector<Speed> speedsIn(std::string_view list) {
+    std::vector<Speed> speeds;
+    while (!list.empty()) {
+        const std::string_view text = list.substr(0, list.find(','));
+        list.remove_prefix(std::min(list.size(), text.size() + 1));
+        const std::optional<Speed> speed = Speed::fromText(text);
+        if (speed && !speed->isNormal() &&
+            std::find(speeds.begin(), speeds.end(), *speed) == speeds.end()) {
+            speeds.push_back(*speed);
+        }
+    }
+    return speeds;
+}
+
+/// Takes a number from the front of a text.
+std::optional<std::uint64_t> takeNumber(std::string_view& text) {
+    std::uint64_t number = 0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (read.ec != std::errc()) {
+        return std::nullopt;
+    }
+    text.remove_prefix(static_cast<std::size_t>(read.ptr - text.data()));
+    return number;
+}
+
+bool take(std::string_view& text, char character) {
+    if (text.empty() || text.front() != character) {
+        return false;
+    }
+    text.remove_prefix(1);
+    return true;
+}
+
+/// Takes a time from the front of a text: "335.11" seconds or "0:05:35.11".
+std::optional<std::int64_t> takeTimeMs(std::string_view& text) {
+    std::optional<std::uint64_t> seconds = takeNumber(text);
+    for (int parts = 1; seconds && parts < 3 && take(text, ':'); ++parts) {
+        const std::optional<std::uint64_t> next = takeNumber(text);
+        if (!next || *next >= 60 || *seconds > kMostSeconds) {
+            return std::nullopt;
+        }
+        seconds = *seconds * 60 + *next;
+    }
+    if (!seconds || *seconds > kMostSeconds) {
+        return std::nullopt;
+    }
+    std::int64_t milliseconds = static_cast<std::int64_t>(*seconds) * 1000;
+    if (take(text, '.')) {
+        for (std::int64_t worth = 100; !text.empty() && text[0] >= '0' && text[0] <= '9';
+             worth /= 10) {
+            milliseconds += (text[0] - '0') * worth;
+            text.remove_prefix(1);
+        }
+    }
+    return milliseconds;
+}
+
+} // namespace
+
+DlnaFeatures dlnaFeaturesIn(std::string_view additional) {
+    DlnaFeatures features;
+    std::uint32_t flags = 0;
+    const std::string_view digits =
+        parameter(additional, "DLNA.ORG_FLAGS").substr(0, kPrimaryFlags);
+    if (digits.size() == kPrimaryFlags) {
+        std::from_chars(digits.data(), digits.data() + digits.size(), flags, 16);
+    }
+    features.timeSeek =
+        parameter(additional, "DLNA.ORG_OP").substr(0, 1) == "1" || (flags & kLimitedTimeSeek) != 0;
+    features.speeds = speedsIn(parameter(additional, "DLNA.ORG_PS"));
+    features.growing = (flags & (kBeginningMoves | kEndMoves)) != 0;
+    return features;
+}
+
+std::string timeSeekRequest(std::int64_t fromMs) {
+    char text[48];
+    std::snprintf(text, sizeof text, "npt=%lld.%03d-", static_cast<long long>(fromMs / 1000),
+                  static_cast<int>(fromMs % 1000));
+    return text;
+}
+
+std::string playSpeedText(Speed speed) {
+    return std::string("speed=") + speed.text();
+}
+
+std::optional<TimeSeekRange> timeSeekRangeIn(std::string_view answer) {
+    constexpr std::string_view kUnit = "npt=";
+    const std::size_t at = answer.find(kUnit);
+    if (at == std::string_view::npos) {
+        return std::nullopt;
+    }
+    std::string_view rest = answer.substr(at + kUnit.size());
+    const std::optional<std::int64_t> from = takeTimeMs(rest);
+    if (!from || !take(rest, '-')) {
+        return std::nullopt;
+    }
+    TimeSeekRange range{*from, -1};
+    takeTimeMs(rest); // where the part ends, which may be left open
+    if (take(rest, '/')) {
+        range.wholeMs = takeTimeMs(rest).value_or(-1);
+    }
+    return range;
+}
+
+} // namespace player
