@@ -45,6 +45,13 @@ bool isContentLengthSound(SoupMessageHeaders* headers) {
            soup_message_headers_get_list(headers, "Transfer-Encoding") == nullptr;
 }
 
+bool isKnownMethod(std::string_view method) {
+    constexpr std::string_view kKnown[] = {
+        "GET",   "HEAD",    "POST",   "M-POST",    "OPTIONS",     "PUT",   "DELETE",
+        "TRACE", "CONNECT", "NOTIFY", "SUBSCRIBE", "UNSUBSCRIBE", "PATCH", "PROPFIND"};
+    return std::find(std::begin(kKnown), std::end(kKnown), method) != std::end(kKnown);
+}
+
 // Before libsoup's own source of the connection. It may be left in place while it is called: taking
 // it out and in again, as GLib does otherwise, costs two calls of the system for every request.
 guint watchFor(int fd, int condition, GUnixFDSourceFunc called, gpointer data) {
@@ -430,6 +437,11 @@ bool ConnectionGuard::isForUs(SoupServerMessage* message) const {
 }
 
 void ConnectionGuard::headersArrived(Connection& connection, SoupServerMessage* message) {
+    if (!isKnownMethod(soup_server_message_get_method(message))) {
+        noteUnreadable(connection.host);
+        refuse(connection, message, SOUP_STATUS_NOT_IMPLEMENTED);
+        return;
+    }
     SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
     if (!isContentLengthSound(headers) || !isForUs(message)) {
         refuse(connection, message, SOUP_STATUS_BAD_REQUEST);

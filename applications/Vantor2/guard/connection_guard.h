@@ -34,8 +34,9 @@ struct GuardLimits {
     unsigned perHost = 32;
     /// Connections of all hosts together, well below the usual limit of descriptors.
     unsigned total = 256;
-    /// Requests of one host with an encoding that nobody knows, until it is not heard for a while:
-    /// libsoup forgets the path of each, up to 64 KiB, and no controller sends any.
+    /// Requests of one host with a method or an encoding that nobody knows, until it is not heard
+    /// for a while: libsoup keeps the name of the one and forgets the path of the other for ever,
+    /// up to 64 KiB, and no controller sends any.
     unsigned unreadable = 16;
     std::chrono::minutes unheard{60};
 };

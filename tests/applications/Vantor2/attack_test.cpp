@@ -264,6 +264,22 @@ TEST_F(AnAttacker, WithEncodingsThatNobodyKnowsIsHeardAFewTimesOnly) {
     expectOthersAreServed();
 }
 
+// libsoup keeps the name of every method that it has heard.
+TEST_F(AnAttacker, WithMethodsThatNobodyKnowsIsHeardAFewTimesOnly) {
+    const std::string method(20000, 'X');
+    int answered = 0;
+    for (int count = 0; count < 200; ++count) {
+        const int status = statusOf(request(method + std::to_string(count) +
+                                            " / HTTP/1.1\r\nHost: " + host() + "\r\n\r\n"));
+        EXPECT_TRUE(status == 501 || status == 0) << status;
+        answered += status != 0 ? 1 : 0;
+    }
+    EXPECT_GE(answered, 1);
+    EXPECT_LE(answered, 16);
+    EXPECT_EQ(statusOf(get("/description.xml")), 0) << "nor does it get anything else for a while";
+    expectOthersAreServed();
+}
+
 TEST_F(AnAttacker, WithEntitiesThatGrowIsRefused) {
     std::string laughs = "<?xml version=\"1.0\"?><!DOCTYPE lolz [<!ENTITY lol \"lol\">";
     std::string before = "lol";
