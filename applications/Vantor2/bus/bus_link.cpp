@@ -23,10 +23,13 @@ enum PlayerBit : unsigned {
     kStopBit = 2,
     kPlayBit = 4,
     kPauseBit = 8,
-    kSeekBit = 16
+    kSeekBit = 16,
+    kNextBit = 32
 };
-constexpr CommandSender::Kind kOpen{kOpenBit, kStopBit | kPlayBit | kPauseBit | kSeekBit};
-constexpr CommandSender::Kind kStop{kStopBit, kPlayBit | kPauseBit | kSeekBit};
+constexpr CommandSender::Kind kOpen{kOpenBit,
+                                    kStopBit | kPlayBit | kPauseBit | kSeekBit | kNextBit};
+constexpr CommandSender::Kind kStop{kStopBit, kPlayBit | kPauseBit | kSeekBit | kNextBit};
+constexpr CommandSender::Kind kNext{kNextBit, 0, kOpenBit};
 // A player that stood still when it was to open would play what it has from before.
 constexpr CommandSender::Kind kPlay{kPlayBit, 0, kOpenBit};
 constexpr CommandSender::Kind kPause{kPauseBit, 0};
@@ -41,7 +44,7 @@ bool sendToPlayer(zeSBusManager* manager, zeSBusCommand& command) {
     return command.Execute(manager, ContentPlayerServiceTemplate.mTypeName, kInstance);
 }
 
-bool openOnPlayer(zeSBusManager* manager, const MediaOrder& order) {
+bool sendMedia(zeSBusManager* manager, const char* word, const MediaOrder& order) {
     statebus::Record argument(ContentPlayerServiceURIExTemplate);
     const std::pair<const char*, const std::string&> fields[] = {
         {"mMediaURI", order.mediaUri},
@@ -54,7 +57,7 @@ bool openOnPlayer(zeSBusManager* manager, const MediaOrder& order) {
             argument.setText(field, text);
         }
     }
-    zeSBusCommand command("seturiex", argument.release());
+    zeSBusCommand command(word, argument.release());
     return sendToPlayer(manager, command);
 }
 
@@ -170,7 +173,14 @@ void BusLink::soundRecord(zeSBusManager*, void* data, const zeSBusStateSerializa
 
 void BusLink::open(const MediaOrder& order, CommandDone done) {
     player_.send(
-        kOpen, [manager = manager_.get(), order] { return openOnPlayer(manager, order); },
+        kOpen, [manager = manager_.get(), order] { return sendMedia(manager, "seturiex", order); },
+        std::move(done));
+}
+
+void BusLink::announceNext(const MediaOrder& order, CommandDone done) {
+    player_.send(
+        kNext,
+        [manager = manager_.get(), order] { return sendMedia(manager, "setnexturiex", order); },
         std::move(done));
 }
 

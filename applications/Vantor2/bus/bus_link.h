@@ -59,6 +59,7 @@ public:
     void close();
 
     void open(const MediaOrder& order, CommandDone done) override;
+    void announceNext(const MediaOrder& order, CommandDone done) override;
     void play(const std::string& speed, CommandDone done) override;
     void pause(CommandDone done) override;
     void stop(CommandDone done) override;

@@ -68,6 +68,8 @@ PlayerReport reportOf(const ContentPlayerService& record) {
     if (noMedia) {
         report.knownSpeeds = report.supportedSpeeds;
     }
+    report.goesOn = report.state == kPlayerFinished &&
+                    record.mPlayback.mTrackIndex < record.mPlayback.mTrackCount;
     const char* seekModes = record.mPlayback.mSupportedSeekModes;
     report.movable = seekModes == nullptr || *seekModes != '\0';
     if (record.mInfoStr != nullptr && std::strcmp(record.mInfoStr, "ControlledByDMP") == 0) {

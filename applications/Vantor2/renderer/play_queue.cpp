@@ -72,6 +72,25 @@ bool PlayQueue::toTrack(std::size_t number) {
     return true;
 }
 
+std::optional<PlayQueue::Place> PlayQueue::following() const {
+    if (!media_) {
+        return std::nullopt;
+    }
+    if (mode_ == PlayMode::repeatOne) {
+        return Place{&*media_, index_};
+    }
+    if (index_ + 1 < trackCount()) {
+        return Place{&*media_, index_ + 1};
+    }
+    if (next_) {
+        return Place{&*next_, std::min(next_->start, next_->tracks.size() - 1)};
+    }
+    if (mode_ == PlayMode::repeatAll) {
+        return Place{&*media_, 0};
+    }
+    return std::nullopt;
+}
+
 bool PlayQueue::toFollowing() {
     if (!media_ || mode_ == PlayMode::repeatOne) {
         return media_.has_value();

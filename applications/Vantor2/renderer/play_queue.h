@@ -43,6 +43,14 @@ public:
     /// What follows when the track has ended.
     bool toFollowing();
 
+    /// A track of a media, as it lies in the queue: until the queue changes.
+    struct Place {
+        const Media* media;
+        std::size_t index;
+    };
+    /// Where toFollowing leads to.
+    std::optional<Place> following() const;
+
 private:
     std::optional<Media> media_;
     std::optional<Media> next_;

@@ -34,6 +34,9 @@ class PlayerPort {
 public:
     virtual ~PlayerPort() = default;
     virtual void open(const MediaOrder& order, CommandDone done) = 0;
+    /// What follows the media that plays; an order without a track takes it back. A player that
+    /// goes on with it says so; from any other it comes to nothing.
+    virtual void announceNext(const MediaOrder& order, CommandDone done) = 0;
     virtual void play(const std::string& speed, CommandDone done) = 0;
     virtual void pause(CommandDone done) = 0;
     virtual void stop(CommandDone done) = 0;
@@ -70,6 +73,7 @@ struct PlayerReport {
     std::string supportedSpeeds; ///< of this media; empty when the player does not say
     std::string knownSpeeds;     ///< no media allows others; empty when the player does not say
     std::string formats; ///< sink protocol info of what it can open; empty when it does not say
+    bool goesOn = false; ///< has ended, and the player begins the announced next media by itself
     bool movable = true; ///< false: the player knows no way to another position in this media
 };
 

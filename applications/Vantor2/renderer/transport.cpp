@@ -39,13 +39,13 @@ void Transport::changed_() {
     if (gathering_ > 0) {
         changeDue_ = true;
     } else {
-        tellChanged_();
+        tell();
     }
 }
 
 Transport::OneChange::~OneChange() {
     if (--transport_.gathering_ == 0 && std::exchange(transport_.changeDue_, false)) {
-        transport_.tellChanged_();
+        transport_.tell();
     }
 }
 

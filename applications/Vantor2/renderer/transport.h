@@ -3,7 +3,8 @@
 // Joins three sources: what controllers ask for, what the viewer allows (Permission), and what the
 // player reports. Every action is answered from memory at once. Main thread; time is given from
 // outside. transport.cpp holds the actions, transport_player.cpp what happens between the renderer
-// and the player, transport_view.cpp what controllers see of it.
+// and the player, transport_next.cpp the change of track that the player makes by itself,
+// transport_view.cpp what controllers see of it.
 //
 // A controller that waits for the viewer, or was turned down, while somebody else's media is loaded
 // sees its own small state (TRANSITIONING, then STOPPED with an error); everybody else's view stays
@@ -160,6 +161,12 @@ private:
     bool allowsSpeed(const std::string& speed) const;
     bool playFollowing();
     void changeTrack();
+    static MediaOrder orderFor(const Media& media, std::size_t index);
+    void tell();
+    std::optional<MediaOrder> orderForNext() const;
+    void announceNext();
+    bool followPlayer(const PlayerReport& report);
+    bool takeOver(const PlayerReport& report);
     void start(const std::string& speed);
     void halt();
     void clear();
@@ -204,7 +211,10 @@ private:
     TimePoint expectingUntil_;
     int playerState_ = 1; // in its last report, whatever that was about
     PlayerReport report_;
-    std::optional<PlayerReport> early_; // arrived before the player's answer to the opening
+    std::optional<MediaOrder> announced_; // what the player was told to go on with
+    bool goingOn_ = false;                // the player is about to begin that by itself
+    bool seamless_ = false;               // it was begun while the one before still sounded
+    std::optional<PlayerReport> early_;   // arrived before the player's answer to the opening
 
     std::map<std::uint32_t, Waiting> waiting_; // by request id
     std::list<Controller> refused_;            // turned down while somebody else's media was loaded

@@ -32,6 +32,9 @@ void Transport::openTrack() {
     resolving_ = false;
     expecting_ = Expecting::nothing;
     early_.reset();
+    goingOn_ = false;
+    seamless_ = false;
+    announced_.reset();
     ++generation_;
     if (isPlaylist(queue_.track())) {
         if (active) {
@@ -45,15 +48,19 @@ void Transport::openTrack() {
     sendTrack();
 }
 
-void Transport::sendTrack() {
-    const Media& media = queue_.media();
-    const Track& track = queue_.track();
+MediaOrder Transport::orderFor(const Media& media, std::size_t index) {
+    const Track& track = media.tracks[index];
     MediaOrder order;
     order.trackUri = track.uri;
     order.trackInfo = track.metadata;
     order.mediaUri = media.tracks.size() > 1 ? media.uri : track.uri;
     // The description of a long list would travel with every track of it; the track's own will do.
     order.mediaInfo = media.tracks.size() > 1 ? std::string() : track.metadata;
+    return order;
+}
+
+void Transport::sendTrack() {
+    const MediaOrder order = orderFor(queue_.media(), queue_.trackNumber() - 1);
     player_.open(order, [this, generation = generation_](bool accepted) {
         if (generation != generation_ || queue_.empty()) {
             return;
@@ -183,6 +190,8 @@ void Transport::clear() {
     queue_.clear();
     ++generation_;
     resolving_ = false;
+    goingOn_ = false;
+    announced_.reset();
     expecting_ = Expecting::nothing;
     gaveUp_ = false;
     failed_ = false;
@@ -217,7 +226,8 @@ void Transport::playerChanged(const PlayerReport& report) {
         return;
     }
     // Most of what comes now is still about the media before; only these can be about ours.
-    if (report.state == kOpening || (report.state == kStopped && report.errorCode != 0)) {
+    const bool ours = report.uri.empty() || report.uri == queue_.track().uri;
+    if (ours && (report.state == kOpening || (report.state == kStopped && report.errorCode != 0))) {
         early_ = report;
     }
 }
@@ -231,6 +241,9 @@ bool Transport::isResting(const PlayerReport& report) const {
 }
 
 void Transport::apply(const PlayerReport& report) {
+    if (followPlayer(report)) {
+        return;
+    }
     // A player that dies when nothing plays any more has not failed to play. Nor has one that is
     // taken from a shown photo by a TV which is being switched off: that lets nobody in before.
     const bool dismissed =
@@ -289,6 +302,7 @@ void Transport::playerGone() {
     const TransportState state = mediaState();
     report_ = PlayerReport();
     playerState_ = report_.state;
+    goingOn_ = false;
     fresh_ = false;
     if (state != TransportState::stopped) {
         fail("the player has gone");

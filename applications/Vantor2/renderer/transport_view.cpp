@@ -109,6 +109,9 @@ TransportState Transport::mediaState() const {
     }
     switch (report_.state) {
     case 5:
+        if (seamless_) {
+            return TransportState::playing;
+        }
         return playWanted_ ? TransportState::transitioning : TransportState::stopped;
     case 4:
         return TransportState::playing;

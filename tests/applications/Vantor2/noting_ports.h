@@ -24,6 +24,10 @@ public:
         lastOrder = order;
         note("open " + order.trackUri, std::move(done));
     }
+    void announceNext(const MediaOrder& order, CommandDone done) override {
+        lastNext = order;
+        note("next " + (order.trackUri.empty() ? "none" : order.trackUri), std::move(done));
+    }
     void play(const std::string& speed, CommandDone done) override {
         note("play " + speed, std::move(done));
     }
@@ -51,6 +55,7 @@ public:
     std::vector<std::string> commands;
     std::string lastMetadata;
     MediaOrder lastOrder;
+    MediaOrder lastNext;
     bool answersAtOnce = true;
 
 private:

@@ -129,7 +129,7 @@ TEST_F(AQueue, StartsNothingForAControllerThatIsNotAdmittedAnyMore) {
     permission.setPolicy(ControlKind::player, 1);
     transport.playerChanged(reported(2));
     EXPECT_EQ(state(phone), TransportState::stopped);
-    EXPECT_EQ(player.taken(), Commands{});
+    EXPECT_EQ(player.taken(), Commands{"next none"}) << "what had been announced is taken back";
 }
 
 TEST_F(AQueue, PlaysEveryItemOfADescription) {
@@ -178,6 +178,7 @@ TEST_F(AQueue, RepeatsAsToldTo) {
     EXPECT_EQ(transport.setPlayMode(phone, "SHUFFLE"), 712);
     EXPECT_EQ(transport.setPlayMode(phone, "REPEAT_ONE"), 0);
     EXPECT_EQ(transport.view(phone).playMode, PlayMode::repeatOne);
+    EXPECT_EQ(player.taken(), Commands{"next http://192.0.2.1/1.mp3"});
     transport.playerChanged(song(2));
     EXPECT_EQ(player.taken(), (Commands{"open http://192.0.2.1/1.mp3", "play 1"}));
     permission.setPolicy(ControlKind::player, 3);

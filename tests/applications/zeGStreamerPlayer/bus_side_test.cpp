@@ -110,6 +110,19 @@ TEST_F(TheVocabulary, RefusesARecordOfAnotherKind) {
     EXPECT_FALSE(send("seturiex", Record(ContentPlayerServiceURIExTemplate)));
 }
 
+TEST_F(TheVocabulary, AnnouncesTheNextMediaAndTakesItBack) {
+    Record uris(ContentPlayerServiceURIExTemplate);
+    uris.setText("mTrackURI", "http://h/2");
+    EXPECT_FALSE(send("setnexturiex", uris)) << "it would follow nothing";
+    send("seturi", std::string("http://h/1"));
+    EXPECT_FALSE(send("setnexturiex", std::string("http://h/2")));
+    EXPECT_FALSE(send("setnexturiex"));
+    EXPECT_TRUE(send("setnexturiex", uris));
+    EXPECT_EQ(player_.status().trackCount, 2);
+    EXPECT_TRUE(send("setnexturiex", Record(ContentPlayerServiceURIExTemplate)));
+    EXPECT_EQ(player_.status().trackCount, 1);
+}
+
 TEST_F(TheVocabulary, PlaysPausesSeeksAndStops) {
     send("seturi", std::string("http://h/film.mp4"));
     EXPECT_TRUE(send("play", std::string("1")));

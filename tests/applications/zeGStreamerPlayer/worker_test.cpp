@@ -75,6 +75,10 @@ TEST(AMessage, CarriesEveryEvent) {
     EXPECT_TRUE(moved.done);
     EXPECT_STREQ(moved.speed.text(), "1/2");
     EXPECT_EQ(eventBack(EngineEnded{99}).positionMs, 99);
+    const EngineFollowed followed = eventBack(EngineFollowed{8, {}, {"a", "b", ""}, 61000});
+    EXPECT_EQ(followed.next, 8u);
+    EXPECT_EQ(followed.answered.contentType, "a");
+    EXPECT_EQ(followed.endedMs, 61000);
     EXPECT_EQ(eventBack(EngineFailed{PlayerError::kNoDecoder, "d"}).error, PlayerError::kNoDecoder);
     EXPECT_EQ(std::get<SavedScreen>(*decodeAnswer(encode(Answer(SavedScreen{3, "e"})))).error, "e");
     EXPECT_EQ(std::get<Formats>(*decodeAnswer(encode(Answer(Formats{"f"})))).list, "f");
@@ -90,6 +94,10 @@ TEST(AMessage, CarriesEveryOrder) {
     EXPECT_EQ(orderBack(AudioTrackOrder{2, 3}).index, 3u);
     EXPECT_EQ(orderBack(RepeatOrder{2, Repeat::kAB}).what, Repeat::kAB);
     EXPECT_EQ(orderBack(CloseOrder{3}).session, 3u);
+    EXPECT_TRUE(orderBack(NextOrder{3, {}}).next.empty());
+    const NextOrder next = orderBack(NextOrder{3, {{4, {"http://h/n", "s", ""}}}});
+    EXPECT_EQ(next.next.at(0).session, 4u);
+    EXPECT_EQ(next.next.at(0).address.uri, "http://h/n");
     EXPECT_TRUE(orderBack(VolumeOrder{35, true}).mute);
     View view;
     view.zoomSteps = -3;

@@ -28,26 +28,43 @@ template <class T> const T* recordIn(const Argument& argument, const zeSBusState
     return record != nullptr && &record->layout() == &layout ? &record->as<T>() : nullptr;
 }
 
-bool setMedia(CommandTargets& targets, const std::string& mediaUri, const std::string& mediaInfo,
-              const std::string& trackUri, const std::string& trackInfo) {
+PlayRequest requestOf(CommandTargets& targets, const std::string& mediaUri,
+                      const std::string& mediaInfo, const std::string& trackUri,
+                      const std::string& trackInfo) {
     std::string complaints;
     PlayRequest request = makePlayRequest(mediaUri, mediaInfo, trackUri, trackInfo, &complaints);
     if (!complaints.empty()) {
         targets.log("the description of " + mediaUri + " is ignored: " + complaints);
     }
-    return targets.player.setMedia(std::move(request));
+    return request;
+}
+
+PlayRequest requestOf(CommandTargets& targets, const ContentPlayerServiceURIEx& uris) {
+    return requestOf(targets, textOf(uris.mMediaURI), textOf(uris.mMediaInfo),
+                     textOf(uris.mTrackURI), textOf(uris.mTrackInfo));
 }
 
 bool onSetUri(const Argument& argument, CommandTargets& targets) {
     const auto* const uri = std::get_if<std::string>(&argument);
-    return uri != nullptr && setMedia(targets, *uri, "", "", "");
+    return uri != nullptr && targets.player.setMedia(requestOf(targets, *uri, "", "", ""));
 }
 
 bool onSetUriEx(const Argument& argument, CommandTargets& targets) {
     const auto* const uris =
         recordIn<ContentPlayerServiceURIEx>(argument, ContentPlayerServiceURIExTemplate);
-    return uris != nullptr && setMedia(targets, textOf(uris->mMediaURI), textOf(uris->mMediaInfo),
-                                       textOf(uris->mTrackURI), textOf(uris->mTrackInfo));
+    return uris != nullptr && targets.player.setMedia(requestOf(targets, *uris));
+}
+
+/// A record without an address takes back what was to follow.
+bool onSetNextUriEx(const Argument& argument, CommandTargets& targets) {
+    const auto* const uris =
+        recordIn<ContentPlayerServiceURIEx>(argument, ContentPlayerServiceURIExTemplate);
+    if (uris == nullptr) {
+        return false;
+    }
+    PlayRequest request = requestOf(targets, *uris);
+    return targets.player.setNext(
+        request.track.uri.empty() ? std::nullopt : std::optional<PlayRequest>(std::move(request)));
 }
 
 bool onPlay(const Argument& argument, CommandTargets& targets) {
@@ -173,6 +190,7 @@ using Row = std::pair<const char*, bool (*)(const Argument&, CommandTargets&)>;
 constexpr std::array kCommands = {
     Row{"seturi", onSetUri},
     Row{"seturiex", onSetUriEx},
+    Row{"setnexturiex", onSetNextUriEx},
     Row{"play", onPlay},
     Row{"pause", onPause},
     Row{"stop", onStop},

@@ -125,7 +125,7 @@ void GStreamerEngine::open(Session session, const MediaAddress& address) {
         if (quitting_) {
             return;
         }
-        next_ = Opening{session, address};
+        next_ = Opening{session, address, std::nullopt};
         retire();
         settle();
     });
@@ -136,7 +136,8 @@ void GStreamerEngine::close(Session session) {
         if (next_ && next_->session == session) {
             next_.reset();
         }
-        if (session_ == session) {
+        // Who closes a media may not know yet that the next one has taken its place.
+        if (session_ == session || (session_ != 0 && before_ == session)) {
             retire();
         }
         settle();
@@ -147,7 +148,7 @@ void GStreamerEngine::retire() {
     if (session_ == 0) {
         return;
     }
-    session_ = 0;
+    session_ = before_ = 0;
     closingSince_ = std::chrono::steady_clock::now();
     pipeline_->retire();
     screen_->clear();
@@ -170,17 +171,19 @@ void GStreamerEngine::settle() {
             onEvent_(EngineEvent{session, EngineBegun{}});
         });
         pipeline_ = std::make_unique<Pipeline>(
-            settings_, opening.address, *screen_, context_, queue_, [this, opening](auto what) {
-                if (session_ == opening.session) {
-                    logicQueue_.post([this, event = EngineEvent{opening.session, std::move(what)}] {
-                        onEvent_(event);
-                    });
-                } else {
-                    // A step of a retired media ended: it may be taken down now.
-                    queue_.post([this] { settle(); });
-                }
+            settings_, opening.address, opening.going, *screen_, context_, queue_,
+            [this](auto what) { tell(std::move(what)); },
+            [this, session = session_] {
+                queue_.post([this, session] {
+                    if (session_ == session) {
+                        renew();
+                    }
+                });
             });
         pipeline_->setSound(volume_, mute_);
+        if (following_.session == session_) {
+            pipeline_->setNext(following_.next);
+        }
     }
     if (pipeline_ && timer_ == nullptr) {
         timer_ = g_timeout_source_new(kTimerMs);
@@ -196,6 +199,27 @@ void GStreamerEngine::settle() {
     }
 }
 
+void GStreamerEngine::tell(decltype(EngineEvent::what) what) {
+    if (session_ == 0) {
+        // A step of a retired media ended: it may be taken down now.
+        queue_.post([this] { settle(); });
+        return;
+    }
+    const Session session = session_;
+    if (const auto* const followed = std::get_if<EngineFollowed>(&what)) {
+        before_ = session;
+        session_ = followed->next;
+    }
+    logicQueue_.post([this, event = EngineEvent{session, std::move(what)}] { onEvent_(event); });
+}
+
+/// Opens the present media once more, to go on with it as it is wanted.
+void GStreamerEngine::renew() {
+    next_ = Opening{session_, pipeline_->present(), pipeline_->going()};
+    retire();
+    settle();
+}
+
 gboolean GStreamerEngine::timerFired(gpointer self) {
     static_cast<GStreamerEngine*>(self)->onTimer();
     return G_SOURCE_CONTINUE;
@@ -208,36 +232,66 @@ void GStreamerEngine::onTimer() {
     settle();
 }
 
-void GStreamerEngine::withSession(Session session, const std::function<void(Pipeline&)>& order) {
-    queue_.post([this, session, order] {
+void GStreamerEngine::withSession(Session session, const std::function<void(Pipeline&)>& order,
+                                  const std::function<void(Pipeline::Going&)>& orderForLater) {
+    queue_.post([this, session, order, orderForLater] {
         if (pipeline_ && session_ == session) {
             order(*pipeline_);
+        } else if (next_ && next_->session == session && next_->going) {
+            orderForLater(*next_->going);
         }
     });
 }
 
 void GStreamerEngine::play(Session session) {
-    withSession(session, [](Pipeline& pipeline) { pipeline.play(); });
+    withSession(
+        session, [](Pipeline& pipeline) { pipeline.play(); },
+        [](Pipeline::Going& going) { going.playing = true; });
 }
 
 void GStreamerEngine::pause(Session session) {
-    withSession(session, [](Pipeline& pipeline) { pipeline.pause(); });
+    // A pause that comes as the next media begins is one of what sounds.
+    queue_.post([this, session] {
+        if (session_ != 0 && before_ == session) {
+            pipeline_->pause();
+        }
+    });
+    withSession(
+        session, [](Pipeline& pipeline) { pipeline.pause(); },
+        [](Pipeline::Going& going) { going.playing = false; });
 }
 
 void GStreamerEngine::seek(Session session, std::int64_t positionMs) {
-    withSession(session, [positionMs](Pipeline& pipeline) { pipeline.seek(positionMs); });
+    withSession(
+        session, [positionMs](Pipeline& pipeline) { pipeline.seek(positionMs); },
+        [positionMs](Pipeline::Going& going) { going.positionMs = positionMs; });
 }
 
 void GStreamerEngine::setSpeed(Session session, Speed speed) {
-    withSession(session, [speed](Pipeline& pipeline) { pipeline.setSpeed(speed); });
+    withSession(
+        session, [speed](Pipeline& pipeline) { pipeline.setSpeed(speed); },
+        [speed](Pipeline::Going& going) { going.speed = speed; });
 }
 
 void GStreamerEngine::setAudioTrack(Session session, unsigned index) {
-    withSession(session, [index](Pipeline& pipeline) { pipeline.setAudioTrack(index); });
+    withSession(
+        session, [index](Pipeline& pipeline) { pipeline.setAudioTrack(index); },
+        [index](Pipeline::Going& going) { going.audioTrack = index; });
 }
 
 void GStreamerEngine::repeat(Session session, Repeat what) {
-    withSession(session, [what](Pipeline& pipeline) { pipeline.repeat(what); });
+    withSession(
+        session, [what](Pipeline& pipeline) { pipeline.repeat(what); },
+        [](Pipeline::Going& going) { going.markA = going.markB = std::nullopt; });
+}
+
+void GStreamerEngine::setNext(Session session, const std::optional<NextMedia>& next) {
+    queue_.post([this, session, next] {
+        following_ = Following{session, next};
+        if (pipeline_ && session_ == session) {
+            pipeline_->setNext(next);
+        }
+    });
 }
 
 void GStreamerEngine::setVolume(unsigned percent, bool mute) {

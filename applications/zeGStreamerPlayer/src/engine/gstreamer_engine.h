@@ -40,6 +40,7 @@ public:
     void setSpeed(Session session, Speed speed) override;
     void setAudioTrack(Session session, unsigned index) override;
     void repeat(Session session, Repeat what) override;
+    void setNext(Session session, const std::optional<NextMedia>& next) override;
     void close(Session session) override;
     void setVolume(unsigned percent, bool mute) override;
     void setFullScreen(bool on) override;
@@ -61,13 +62,21 @@ private:
     struct Opening {
         Session session;
         MediaAddress address;
+        std::optional<Pipeline::Going> going; ///< it was open already
+    };
+    struct Following {
+        Session session; ///< that is followed
+        std::optional<NextMedia> next;
     };
 
     void run();
     void settle();
     void retire();
+    void renew();
+    void tell(decltype(EngineEvent::what) what);
     void onTimer();
-    void withSession(Session session, const std::function<void(Pipeline&)>& order);
+    void withSession(Session session, const std::function<void(Pipeline&)>& order,
+                     const std::function<void(Pipeline::Going&)>& orderForLater);
     static gboolean timerFired(gpointer self);
 
     const Settings settings_;
@@ -82,6 +91,8 @@ private:
     std::unique_ptr<PictureWriter> writer_; ///< likewise
     std::unique_ptr<Pipeline> pipeline_;
     Session session_ = 0; ///< of pipeline_, 0 while it is being closed
+    Session before_ = 0;  ///< the one that session_ has followed without a gap
+    Following following_{0, std::nullopt};
     std::chrono::steady_clock::time_point closingSince_;
     std::optional<Opening> next_;
     bool quitting_ = false;

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <variant>
 
@@ -57,6 +58,13 @@ struct EngineMoved {
 struct EngineEnded {
     std::int64_t positionMs;
 };
+/// The next media goes on where this one ended, without a gap: from now on the session is `next`.
+struct EngineFollowed {
+    Session next;
+    MediaFacts facts;        ///< of the next media
+    EngineAnswered answered; ///< what its server said
+    std::int64_t endedMs;    ///< where the media before it ended
+};
 /// The media cannot be played (any more). Nothing else comes from this session.
 struct EngineFailed {
     PlayerError error;
@@ -67,7 +75,7 @@ struct EngineEvent {
     Session session;
     std::variant<EngineAnswered, EngineOpened, EngineFacts, EnginePlaying, EnginePaused,
                  EngineBuffering, EnginePosition, EngineMoved, EngineEnded, EngineFailed,
-                 EngineArriving, EngineBegun>
+                 EngineArriving, EngineBegun, EngineFollowed>
         what;
 };
 
@@ -75,6 +83,12 @@ struct MediaAddress {
     std::string uri;
     std::string subtitleUri;  ///< of a file beside the media; "": none
     std::string protocolInfo; ///< as its description has it; "": nothing is said
+};
+
+/// What shall go on, as a session of its own, when a media has ended.
+struct NextMedia {
+    Session session;
+    MediaAddress address;
 };
 
 /// Repeat A-B: nothing, the point A is now, or the point B is now and the part between is repeated.
@@ -99,7 +113,11 @@ public:
     virtual void setAudioTrack(Session session, unsigned index) = 0;
     /// A seek to outside the part that is repeated ends the repetition.
     virtual void repeat(Session session, Repeat what) = 0;
-    /// Ends the session; the screen is black afterwards.
+    /// What follows a song without a gap; nothing takes it back. The engine need not manage: then
+    /// the song ends like any other, and nothing is heard of what was to follow.
+    virtual void setNext(Session session, const std::optional<NextMedia>& next) = 0;
+    /// Ends the session, also when the next media has taken its place meanwhile; the screen is
+    /// black afterwards.
     virtual void close(Session session) = 0;
     /// Volume in percent on a scale that sounds even; holds for every session.
     virtual void setVolume(unsigned percent, bool mute) = 0;

@@ -66,33 +66,43 @@ GstElement* makeUpright() {
 
 } // namespace
 
-Pipeline::Pipeline(const Settings& settings, const MediaAddress& address, Screen& screen,
-                   GMainContext* context, TaskQueue& queue, Report report)
+Pipeline::Pipeline(const Settings& settings, const MediaAddress& address,
+                   const std::optional<Going>& going, Screen& screen, GMainContext* context,
+                   TaskQueue& queue, Report report, std::function<void()> renew)
     : settings_(settings),
       address_(address),
       context_(context),
       queue_(queue),
       report_(std::move(report)),
+      renew_(std::move(renew)),
       playbin_(gst_element_factory_make("playbin", nullptr)),
-      cover_(settings.snapshotDir) {
+      succession_(playbin_.get()),
+      cover_(std::make_unique<Cover>(settings.snapshotDir)),
+      present_(address),
+      going_(going) {
     if (!playbin_) {
         step_ = Step::kNone;
         fail(PlayerError::kNoDecoder, "GStreamer has no playbin");
         return;
     }
     gst_object_ref_sink(playbin_.get());
+    saidPlaying_ = going && going->toldPlaying;
+    GstElement* const audioSink = makeAudioSink(settings);
+    succession_.watchDevice(audioSink);
     unsigned flags = 0;
     g_object_get(playbin_.get(), "flags", &flags, nullptr);
     g_object_set(playbin_.get(), "uri", address.uri.c_str(), "flags", flags | kPlayFlagDownload,
                  "video-sink", screen.sinkForNewMedia(), "video-filter", makeUpright(),
-                 "audio-sink", makeAudioSink(settings), nullptr);
+                 "audio-sink", audioSink, nullptr);
     if (!address.subtitleUri.empty()) {
         g_object_set(playbin_.get(), "suburi", address.subtitleUri.c_str(), nullptr);
     }
     g_signal_connect(playbin_.get(), "source-setup", G_CALLBACK(&Pipeline::onSourceSetup), this);
     g_signal_connect(playbin_.get(), "element-setup", G_CALLBACK(&Pipeline::onElementSetup), this);
+    g_signal_connect(playbin_.get(), "about-to-finish", G_CALLBACK(&Pipeline::onReadToEnd), this);
 
     bus_.reset(gst_element_get_bus(playbin_.get()));
+    gst_bus_set_sync_handler(bus_.get(), &Pipeline::onPosted, this, nullptr);
     busWatch_ = gst_bus_create_watch(bus_.get());
     g_source_set_callback(busWatch_, G_SOURCE_FUNC(&Pipeline::onMessage), this, nullptr);
     g_source_attach(busWatch_, context);
@@ -120,6 +130,7 @@ Pipeline::~Pipeline() {
     }
     stopLeaps();
     gst_element_set_state(playbin_.get(), GST_STATE_NULL);
+    gst_bus_set_sync_handler(bus_.get(), nullptr, nullptr, nullptr);
     g_source_destroy(busWatch_);
     g_source_unref(busWatch_);
 }
@@ -137,7 +148,7 @@ void Pipeline::pause() {
 }
 
 void Pipeline::setAudioTrack(unsigned index) {
-    if (opened_ && !retired_) {
+    if (opened_ && !retired_ && !succession_.underWay()) {
         g_object_set(playbin_.get(), "current-audio", static_cast<int>(index), nullptr);
         factsStale_ = true;
     }
@@ -183,7 +194,7 @@ void Pipeline::end() {
 }
 
 void Pipeline::takeNextStep() {
-    if (!idle() || !opened_ || failed_ || retired_) {
+    if (!idle() || !opened_ || failed_ || retired_ || renewing_) {
         return;
     }
     if (wantPositionMs_ || wantSpeed_ != speed_) {
@@ -204,6 +215,7 @@ void Pipeline::takeNextStep() {
         // reached its end by now.
         sampledAt_ = positionReported_;
         report_(EnginePlaying{});
+        permitNext();
     } else if (!wantPlaying_ && saidPlaying_) {
         saidPlaying_ = false;
         followPosition();
@@ -212,11 +224,17 @@ void Pipeline::takeNextStep() {
     followLeaps();
     if (ended_ && saidPlaying_) {
         ended_ = false;
-        report_(EngineEnded{endMs()});
+        if (!succession_.underWay() || !std::exchange(saidOver_, true)) {
+            report_(EngineEnded{endMs()});
+        }
     }
 }
 
 void Pipeline::changeState(GstState target) {
+    succession_.permit(false);
+    if (renewed(succession_.unsettled())) {
+        return;
+    }
     begin(Step::kChangeState);
     state_ = target;
     switch (gst_element_set_state(playbin_.get(), target)) {
@@ -237,7 +255,11 @@ void Pipeline::onOpened() {
     known_ = facts();
     opened_ = true;
     animated_ = known_.mimeType == "image/gif";
-    report_(EngineOpened{known_});
+    if (going_) {
+        goOn(*std::exchange(going_, std::nullopt));
+    } else {
+        report_(EngineOpened{known_});
+    }
     end();
 }
 
@@ -247,6 +269,19 @@ void Pipeline::onEnd(std::uint32_t number) {
     if (step_ != Step::kMove || number == seekNumber_) {
         ended_ = true;
         wish();
+    }
+}
+
+void Pipeline::onError(GstMessage* message) {
+    const EngineFailed failure{ledAstray_ ? PlayerError::kUnsupportedAddress
+                                          : playerErrorFor(message, answered_),
+                               errorText(message)};
+    if (!succession_.failedNext()) {
+        fail(failure.error, failure.detail);
+    } else if (!nextFailure_) {
+        logInfo("the next media cannot follow: " + cutText(failure.detail));
+        nextFailure_ = failure;
+        succession_.fail();
     }
 }
 
@@ -279,7 +314,9 @@ void Pipeline::onTimer() {
         return;
     }
     followBuffer();
-    if (factsStale_ && idle()) {
+    permitNext();
+    followSuccession();
+    if (factsStale_ && idle() && !succession_.underWay()) {
         factsStale_ = false;
         MediaFacts now_known = facts();
         if (now_known != known_) {
@@ -308,11 +345,9 @@ void Pipeline::handle(GstMessage* message) {
     const bool ours = GST_MESSAGE_SRC(message) == GST_OBJECT(playbin_.get());
     switch (GST_MESSAGE_TYPE(message)) {
     case GST_MESSAGE_ERROR:
-        if (goOnUnasked()) {
-            break;
+        if (!goOnUnasked()) {
+            onError(message);
         }
-        fail(ledAstray_ ? PlayerError::kUnsupportedAddress : playerErrorFor(message, answered_),
-             errorText(message));
         break;
     case GST_MESSAGE_ASYNC_DONE:
         if (ours && step_ == Step::kOpen) {
@@ -348,11 +383,19 @@ void Pipeline::handle(GstMessage* message) {
         break;
     }
     case GST_MESSAGE_BUFFERING:
+        if (succession_.underWay()) {
+            break; // the present media is complete
+        }
         gst_message_parse_buffering(message, &buffered_);
         if (!leaps_) {
             report_(EngineBuffering{buffered_});
         }
         wish();
+        break;
+    case GST_MESSAGE_STREAM_START:
+        if (const auto next = succession_.taken(); next && !retired_ && !renewing_) {
+            onFollowed(*next);
+        }
         break;
     case GST_MESSAGE_EOS:
         onEnd(gst_message_get_seqnum(message));
@@ -368,7 +411,7 @@ void Pipeline::handle(GstMessage* message) {
         if (gst_tag_list_get_scope(list) == GST_TAG_SCOPE_GLOBAL) {
             tags_.reset(gst_tag_list_merge(tags_.get(), list, GST_TAG_MERGE_REPLACE));
         }
-        cover_.take(list);
+        cover_->take(list);
         factsStale_ = true;
         break;
     }
@@ -405,7 +448,7 @@ void Pipeline::handleHeaders(const GstStructure& structure) {
         takeAnswer(header(headers, "TimeSeekRange.dlna.org"),
                    header(headers, "PlaySpeed.dlna.org"));
     }
-    if (answered_) {
+    if (answered_ && !succession_.underWay()) {
         return;
     }
     if (gst_structure_n_fields(headers) == 0) {
@@ -420,10 +463,15 @@ void Pipeline::handleHeaders(const GstStructure& structure) {
         ledAstray_ = scheme && !isSupportedAddress(location);
         return;
     }
+    const EngineAnswered answer{header(headers, "Content-Type"),
+                                header(headers, "contentFeatures.dlna.org")};
+    if (succession_.underWay()) {
+        nextAnswer_ = answer;
+        return;
+    }
     answered_ = true;
-    contentFeatures_ = header(headers, "contentFeatures.dlna.org");
-    report_(EngineAnswered{header(headers, "Content-Type"), contentFeatures_,
-                           header(headers, "CaptionInfo.sec")});
+    contentFeatures_ = answer.contentFeatures;
+    report_(answer);
 }
 
 // Helpers.
@@ -449,8 +497,8 @@ MediaFacts Pipeline::facts() {
         clues.programs = programsIn(header_.data(), header_.size()).value_or(0);
     }
     MediaFacts facts = readFacts(playbin_.get(), clues);
-    facts.coverUri = cover_.uri();
-    facts.coverMimeType = cover_.mimeType();
+    facts.coverUri = cover_->uri();
+    facts.coverMimeType = cover_->mimeType();
     if (facts.seekable) {
         facts.speeds = allSpeeds();
     }

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -19,6 +20,7 @@
 #include "engine/gst_handles.h"
 #include "engine/media_engine.h"
 #include "engine/screen.h"
+#include "engine/succession.h"
 #include "metadata/dlna_features.h"
 #include "process/settings.h"
 #include "process/task_queue.h"
@@ -33,9 +35,23 @@ public:
     /// A step that takes longer than this will never end, though data arrive all the time.
     static constexpr std::chrono::minutes kSlowStepLimit{5};
 
-    /// Starts opening at once. `queue` belongs to the media thread's context.
-    Pipeline(const Settings& settings, const MediaAddress& address, Screen& screen,
-             GMainContext* context, TaskQueue& queue, Report report);
+    /// Where and how a media goes on in another pipeline.
+    struct Going {
+        std::int64_t positionMs = 0;
+        Speed speed;
+        bool playing = false;     ///< wanted
+        bool toldPlaying = false; ///< and told
+        std::optional<unsigned> audioTrack;
+        std::optional<std::int64_t> markA;
+        std::optional<std::int64_t> markB;
+    };
+
+    /// Starts opening at once; what it goes on with is not told to have been opened. `queue`
+    /// belongs to the media thread's context. `renew` asks for another pipeline in the place of
+    /// this one, which cannot move its media any more; not within the call.
+    Pipeline(const Settings& settings, const MediaAddress& address,
+             const std::optional<Going>& going, Screen& screen, GMainContext* context,
+             TaskQueue& queue, Report report, std::function<void()> renew);
     /// Takes the pipeline down; may block as long as GStreamer does.
     ~Pipeline();
     Pipeline(const Pipeline&) = delete;
@@ -48,12 +64,17 @@ public:
     void setAudioTrack(unsigned index);
     void repeat(Repeat what);
     void setSound(unsigned percent, bool mute);
+    void setNext(const std::optional<NextMedia>& next);
+
+    /// The media that plays, and what is wanted of it.
+    const MediaAddress& present() const { return present_; }
+    Going going() const;
 
     /// Nobody wants this media any more: silent at once, and no further step is begun.
     void retire();
 
     /// No step is under way, so it can be taken down safely.
-    bool idle() const { return step_ == Step::kNone; }
+    bool idle() const { return step_ == Step::kNone && !(retired_ && succession_.opening()); }
     /// Called several times a second: position reports, late facts, the limit of a step.
     void onTimer();
 
@@ -83,6 +104,8 @@ private:
     static void onElementSetup(GstElement* playbin, GstElement* element, gpointer self);
     static void onHaveType(GstElement* typefind, guint probability, GstCaps* caps, gpointer self);
     bool isSubtitles(GstElement* element) const;
+    static void onReadToEnd(GstElement* playbin, gpointer self);
+    static GstBusSyncReply onPosted(GstBus* bus, GstMessage* message, gpointer self);
     static GstPadProbeReturn onCaps(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onFirstData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
@@ -93,6 +116,12 @@ private:
     void handleHeaders(const GstStructure& structure);
     void onOpened();
     void onEnd(std::uint32_t number);
+    void goOn(const Going& going);
+    void onError(GstMessage* message);
+    void onFollowed(const NextMedia& next);
+    void followSuccession();
+    void permitNext();
+    bool renewed(bool needed);
     void followData();
     void followBuffer();
     void begin(Step step);
@@ -128,11 +157,13 @@ private:
     void setUpDownload(GstElement* element);
 
     const Settings& settings_;
-    const MediaAddress address_;
+    const MediaAddress address_; ///< of the first media
     GMainContext* const context_;
     TaskQueue& queue_;
     Report report_;
+    std::function<void()> renew_;
     GstOwner<GstElement> playbin_;
+    Succession succession_;
     GstOwner<GstBus> bus_;
     GSource* busWatch_ = nullptr;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true); ///< for tasks on their way
@@ -147,6 +178,7 @@ private:
     bool wishQueued_ = false;
     GstState state_ = GST_STATE_PAUSED; ///< reached, or being gone to
     bool saidPlaying_ = false;
+    bool renewing_ = false; ///< another pipeline takes this one's place
     bool animated_ = false; ///< a picture that moves by itself, without being played
     bool answered_ = false;
     bool ledAstray_ = false; ///< redirected to an address that is not opened
@@ -154,7 +186,12 @@ private:
     int buffered_ = 100;
     MediaFacts known_;
     GstOwner<GstTagList> tags_; ///< of the whole
-    Cover cover_;
+    std::unique_ptr<Cover> cover_;
+    MediaAddress present_;
+    std::optional<Going> going_;               ///< until the media is open
+    std::optional<EngineAnswered> nextAnswer_; ///< what the next media's server said
+    std::optional<EngineFailed> nextFailure_;
+    bool saidOver_ = false; ///< that it was played to its end although another one was to follow
     Clock::time_point positionReported_;
     std::int64_t sampledMs_ = 0; ///< where the media was a moment ago, at sampledAt_
     Clock::time_point sampledAt_;

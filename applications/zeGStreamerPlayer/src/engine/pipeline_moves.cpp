@@ -55,6 +55,10 @@ void Pipeline::repeat(Repeat what) {
 
 /// True when a step has begun; false when the media refuses.
 bool Pipeline::move() {
+    succession_.permit(false);
+    if (renewed(succession_.underWay())) {
+        return true;
+    }
     const std::int64_t from = wantPositionMs_.value_or(positionMs());
     const Speed before = std::exchange(speed_, wantSpeed_);
     wantPositionMs_.reset();

@@ -174,6 +174,7 @@ void Pipeline::onElementSetup(GstElement*, GstElement* element, gpointer self) {
         }
         return; // what it says is not said about the media
     }
+    pipeline->succession_.onElement(element);
     if (factory == "typefind") {
         g_signal_connect(element, "have-type", G_CALLBACK(&Pipeline::onHaveType), self);
     } else if (factory == "downloadbuffer") {
@@ -222,6 +223,7 @@ void Pipeline::onHaveType(GstElement* typefind, guint, GstCaps* caps, gpointer s
         }
         pipeline->capsName_ = name;
     }
+    pipeline->succession_.onType(typefind, name);
     const bool image = name.rfind("image/", 0) == 0;
     if (image) {
         pipeline->unhurried_ = false; // it has to be there as a whole

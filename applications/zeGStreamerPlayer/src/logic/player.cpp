@@ -83,6 +83,14 @@ bool Player::setMedia(PlayRequest request) {
     if (active() || status_.state == PlayerState::kFinished) {
         stop();
     }
+    dropNext();
+    adopt(std::move(request));
+    announce();
+    return true;
+}
+
+/// From now on everything is about this media, of which nothing is known yet.
+void Player::adopt(PlayRequest request) {
     request_ = std::move(request);
     facts_ = MediaFacts();
     opened_ = false;
@@ -94,8 +102,6 @@ bool Player::setMedia(PlayRequest request) {
     status_.supportedSeekModes.clear();
     status_.trackCount = 1;
     takeFacts(facts_);
-    announce();
-    return true;
 }
 
 bool Player::play(Speed speed) {
@@ -146,6 +152,7 @@ bool Player::pause() {
 
 bool Player::stop() {
     endSession();
+    dropNext();
     status_.state = PlayerState::kStopped;
     status_.error = PlayerError::kNone;
     status_.speed = Speed();
@@ -199,13 +206,15 @@ bool Player::setPlayMode(const std::string& mode) {
         return false;
     }
     status_.playMode = mode;
+    if (canFollow() != (nextSession_ != 0)) {
+        orderNext();
+    }
     announce();
     return true;
 }
 
 void Player::start(Speed speed) {
     endSession();
-    ++session_;
     loading_ = true;
     opened_ = false;
     pauseOrdered_ = false;
@@ -258,7 +267,8 @@ void Player::endSession() {
     if (loading_ || opened_) {
         surroundings_.engine.close(session_);
     }
-    ++session_;
+    session_ = ++lastSession_;
+    nextSession_ = 0;
     loading_ = false;
     opened_ = false;
     status_.buffering = false;
@@ -281,6 +291,7 @@ void Player::fail(PlayerError error, const std::string& detail) {
         announceLoading();
     }
     endSession();
+    dropNext();
     status_.state = PlayerState::kStopped;
     status_.error = error;
     status_.speed = Speed();
@@ -454,6 +465,7 @@ void Player::on(const EngineOpened& opened) {
     takeFacts(opened.facts);
     announceLoading();
     begin();
+    orderNext();
 }
 
 void Player::on(const EngineFacts& facts) {
@@ -516,6 +528,11 @@ void Player::on(const EngineMoved& moved) {
     }
 }
 
+bool Player::endedEarly(std::int64_t positionMs) const {
+    return facts_.durationExact &&
+           facts_.durationMs - positionMs > toleratedShortfallMs(facts_.durationMs);
+}
+
 void Player::on(const EngineEnded& ended) {
     if (isPhoto()) {
         return;
@@ -529,8 +546,7 @@ void Player::on(const EngineEnded& ended) {
     }
     // Where only key frames are shown, the last of them may be long before the end.
     const bool everyFrame = std::abs(status_.speed.rate()) < kKeyFramesFrom;
-    if (everyFrame && facts_.durationExact &&
-        facts_.durationMs - ended.positionMs > toleratedShortfallMs(facts_.durationMs)) {
+    if (everyFrame && endedEarly(ended.positionMs)) {
         fail(PlayerError::kDamagedMedia, "the media ends at " + std::to_string(ended.positionMs) +
                                              " of " + std::to_string(facts_.durationMs) + " ms");
         return;
@@ -544,6 +560,7 @@ void Player::on(const EngineEnded& ended) {
         return;
     }
     endSession();
+    dropNext();
     if (facts_.durationMs > 0) {
         setPosition(facts_.durationMs);
     }

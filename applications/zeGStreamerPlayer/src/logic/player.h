@@ -38,6 +38,10 @@ public:
 
     /// Sets what the next play plays; whatever plays now is stopped.
     bool setMedia(PlayRequest request);
+    /// What goes on when the media has ended, in the place of "finished" and a new setMedia;
+    /// nothing takes it back. It goes with its media: a stop, an error and new media take it back,
+    /// too. Songs follow each other without a gap; what cannot follow so is dropped at the end.
+    bool setNext(std::optional<PlayRequest> next);
     /// Starts, resumes, or changes the speed of what plays.
     bool play(Speed speed);
     /// Changes the speed and leaves a pause a pause.
@@ -69,11 +73,16 @@ public:
 private:
     void start(Speed speed);
     void open();
+    void adopt(PlayRequest request);
     void announceLoading();
     void announce();
     void announceAside();
     void fail(PlayerError error, const std::string& detail);
     void endSession();
+    void dropNext();
+    void orderNext();
+    bool canFollow() const;
+    bool endedEarly(std::int64_t positionMs) const;
     void setPosition(std::int64_t positionMs);
     void takeFacts(const MediaFacts& facts);
     void begin();
@@ -96,11 +105,15 @@ private:
     void on(const EngineFailed& failed);
     void on(const EngineBegun& begun);
     void on(const EngineArriving&);
+    void on(const EngineFollowed& followed);
 
     Surroundings surroundings_;
     PlayerStatus status_;
     PlayRequest request_;
     Session session_ = 0;
+    Session lastSession_ = 0; ///< every session has a number of its own
+    std::optional<PlayRequest> next_;
+    Session nextSession_ = 0; ///< under which the engine knows it, 0: it does not
     /// From the order to open until the media plays, is paused, or is on the screen. The record
     /// says so only from when the kind of media is known.
     bool loading_ = false;

@@ -90,6 +90,11 @@ private:
     void on(const SpeedOrder& order) { engine_.setSpeed(order.session, order.speed); }
     void on(const AudioTrackOrder& order) { engine_.setAudioTrack(order.session, order.index); }
     void on(const RepeatOrder& order) { engine_.repeat(order.session, order.what); }
+    void on(const NextOrder& order) {
+        engine_.setNext(order.session, order.next.empty()
+                                           ? std::nullopt
+                                           : std::optional<NextMedia>(order.next.front()));
+    }
     void on(const CloseOrder& order) { engine_.close(order.session); }
     void on(const VolumeOrder& order) { engine_.setVolume(order.percent, order.mute); }
     void on(const ViewOrder& order) { engine_.setView(order.view); }

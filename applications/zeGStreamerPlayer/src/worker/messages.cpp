@@ -139,6 +139,7 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EnginePosition, positionMs)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineMoved, done, positionMs, speed)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineEnded, positionMs)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineFailed, error, detail)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineFollowed, next, facts, answered, endedMs)
 
 void to_json(Json& json, const EngineEvent& event) {
     json = Json{{"session", event.session}, {"what", fromVariant(event.what)}};
@@ -153,6 +154,8 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(View, zoomSteps, quarterTurns, crop, display,
                                    ratio)
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(MediaAddress, uri, subtitleUri, protocolInfo)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(NextMedia, session, address)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(NextOrder, session, next)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(OpenOrder, session, address)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PlayOrder, session)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PauseOrder, session)
@@ -197,6 +200,9 @@ bool isPossible(const EnginePosition& position) {
 }
 bool isPossible(const EngineMoved& moved) {
     return isTime(moved.positionMs);
+}
+bool isPossible(const EngineFollowed& followed) {
+    return isTime(followed.facts.durationMs) && isTime(followed.endedMs);
 }
 bool isPossible(const EngineEnded& ended) {
     return isTime(ended.positionMs);

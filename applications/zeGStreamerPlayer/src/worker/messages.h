@@ -41,6 +41,10 @@ struct RepeatOrder {
     Session session;
     Repeat what;
 };
+struct NextOrder {
+    Session session;
+    std::vector<NextMedia> next; ///< one or none
+};
 struct CloseOrder {
     Session session;
 };
@@ -67,7 +71,7 @@ struct Ping {};
 
 using Order = std::variant<OpenOrder, PlayOrder, PauseOrder, SeekOrder, SpeedOrder, AudioTrackOrder,
                            RepeatOrder, CloseOrder, VolumeOrder, ViewOrder, FullScreenOrder,
-                           MoveOrder, SaveScreenOrder, Ping>;
+                           MoveOrder, SaveScreenOrder, Ping, NextOrder>;
 
 struct SavedScreen {
     std::uint64_t id;

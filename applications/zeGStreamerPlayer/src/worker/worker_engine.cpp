@@ -226,7 +226,7 @@ void WorkerEngine::onMessage(const Bytes& bytes) {
         if (waitingToOpen_ && event->session == waitingToOpen_->session) {
             waitingToOpen_.reset();
         }
-        onEvent_(*event);
+        onEngineEvent(*event);
     } else if (const auto* const saved = std::get_if<SavedScreen>(&*answer)) {
         auto found = pictures_.extract(saved->id);
         if (!found.empty()) {
@@ -239,6 +239,14 @@ void WorkerEngine::onMessage(const Bytes& bytes) {
         firstStart_ = false;
         waiting_ = false;
     }
+}
+
+void WorkerEngine::onEngineEvent(const EngineEvent& event) {
+    const auto* const followed = std::get_if<EngineFollowed>(&event.what);
+    if (followed != nullptr && event.session == session_ && followed->next == following_) {
+        session_ = std::exchange(following_, 0);
+    }
+    onEvent_(event);
 }
 
 void WorkerEngine::tick() {
@@ -292,6 +300,7 @@ void WorkerEngine::open(Session session, const MediaAddress& address) {
     if (!channel_) {
         start();
     }
+    following_ = 0;
     if (!channel_) {
         queue_.post([this, session] {
             onEvent_(EngineEvent{
@@ -325,6 +334,15 @@ void WorkerEngine::setAudioTrack(Session session, unsigned index) {
 
 void WorkerEngine::repeat(Session session, Repeat what) {
     send(RepeatOrder{session, what});
+}
+
+void WorkerEngine::setNext(Session session, const std::optional<NextMedia>& next) {
+    NextOrder order{session, {}};
+    if (next) {
+        order.next.push_back(*next);
+        following_ = next->session;
+    }
+    send(order);
 }
 
 void WorkerEngine::close(Session session) {

@@ -49,6 +49,7 @@ public:
     void setSpeed(Session session, Speed speed) override;
     void setAudioTrack(Session session, unsigned index) override;
     void repeat(Session session, Repeat what) override;
+    void setNext(Session session, const std::optional<NextMedia>& next) override;
     void close(Session session) override;
     void setVolume(unsigned percent, bool mute) override;
     void setFullScreen(bool on) override;
@@ -66,6 +67,7 @@ private:
     void start();
     void send(const Order& order);
     void onMessage(const Bytes& bytes);
+    void onEngineEvent(const EngineEvent& event);
     void onLost();
     void startLater();
     std::chrono::seconds patience() const;
@@ -89,6 +91,7 @@ private:
     Session session_ = 0;                    ///< what the worker plays
     std::optional<OpenOrder> waitingToOpen_; ///< that, until the worker begins it
     bool openedAnew_ = false;                ///< it was given to a second worker already
+    Session following_ = 0; ///< what it may play next by itself, 0: nothing
     VolumeOrder volume_{100, false};
     ViewOrder view_;
     std::optional<FullScreenOrder> fullScreen_; ///< as it was ordered; else the setting holds

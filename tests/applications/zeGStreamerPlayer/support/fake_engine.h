@@ -1,6 +1,7 @@
 // A media engine that plays nothing and remembers every order.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -29,6 +30,10 @@ public:
     }
     void repeat(player::Session which, player::Repeat what) override {
         add(which, "repeat " + std::to_string(static_cast<int>(what)));
+    }
+    void setNext(player::Session which, const std::optional<player::NextMedia>& next) override {
+        nextSession = next ? next->session : 0;
+        add(which, "next " + (next ? next->address.uri : std::string("none")));
     }
     void close(player::Session which) override { add(which, "close"); }
     void setVolume(unsigned percent, bool mute) override {
@@ -60,7 +65,8 @@ public:
     }
 
     player::View view;
-    player::Session session = 0; ///< the one that was opened last
+    player::Session session = 0;     ///< the one that was opened last
+    player::Session nextSession = 0; ///< the one that may follow it
     std::vector<std::string> orders;
 
 private:

@@ -1,0 +1,268 @@
+#include "engine/succession.h"
+
+#include <array>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "engine/gst_handles.h"
+
+namespace player {
+namespace {
+
+/// What is no sound by its type, but may hold nothing else.
+constexpr std::array kContainers = {"application/ogg", "application/x-id3", "application/x-apetag",
+                                    "video/quicktime"};
+
+bool mayBeSong(const std::string& capsName) {
+    if (capsName.rfind("audio/", 0) == 0) {
+        return true;
+    }
+    for (const char* const container : kContainers) {
+        if (capsName == container) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool isPicture(GstPad* pad) {
+    const GstOwner<GstCaps> caps(gst_pad_get_current_caps(pad));
+    const std::string name =
+        caps ? gst_structure_get_name(gst_caps_get_structure(caps.get(), 0)) : "";
+    return name.rfind("video/", 0) == 0 || name.rfind("image/", 0) == 0;
+}
+
+bool isDemuxer(GstElement* element) {
+    const char* const kind = gst_element_get_metadata(element, GST_ELEMENT_METADATA_KLASS);
+    return kind != nullptr && std::strstr(kind, "Demux") != nullptr;
+}
+
+GstPadProbeReturn stay(GstPad*, GstPadProbeInfo*, gpointer) {
+    return GST_PAD_PROBE_OK;
+}
+
+/// Nothing passes there any more until the playbin is taken down.
+void block(GstPad* pad) {
+    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BLOCK_DOWNSTREAM, stay, nullptr, nullptr);
+}
+
+/// How long it takes from the sink to the ear, in nanoseconds.
+std::uint64_t latencyOf(GstElement* playbin) {
+    GstClockTime least = 0;
+    const GstOwner<GstQuery> query(gst_query_new_latency());
+    if (gst_element_query(playbin, query.get())) {
+        gst_query_parse_latency(query.get(), nullptr, &least, nullptr);
+    }
+    return GST_CLOCK_TIME_IS_VALID(least) ? least : 0;
+}
+
+} // namespace
+
+void Succession::offer(const std::optional<NextMedia>& next) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    next_ = next;
+    if (state_ == State::kOpening || state_ == State::kWaiting) {
+        state_ = State::kHeld;
+    }
+    readAhead();
+}
+
+void Succession::permit(bool permitted) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    permitted_ = permitted;
+    readAhead();
+}
+
+bool Succession::underWay() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return state_ != State::kNone;
+}
+
+bool Succession::unsettled() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return state_ == State::kOpening || state_ == State::kHeld;
+}
+
+bool Succession::opening() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return state_ == State::kOpening;
+}
+
+std::optional<NextMedia> Succession::taken() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (state_ != State::kTaken) {
+        return std::nullopt;
+    }
+    state_ = State::kNone;
+    presentFailed_ = std::exchange(nextFailed_, false);
+    return std::exchange(begun_, std::nullopt);
+}
+
+bool Succession::over() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (state_ != State::kOpening && state_ != State::kHeld) {
+            return false;
+        }
+    }
+    const GstClockTime now = gst_element_get_current_running_time(playbin_);
+    const std::uint64_t latency = latencyOf(playbin_);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if ((state_ != State::kOpening && state_ != State::kHeld) || !GST_CLOCK_TIME_IS_VALID(now) ||
+        now < endNs_ + latency) {
+        return false;
+    }
+    state_ = State::kHeld;
+    return true;
+}
+
+std::int64_t Succession::endMs() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return endMs_;
+}
+
+void Succession::fail() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (state_ == State::kOpening || state_ == State::kWaiting) {
+        state_ = State::kHeld;
+    }
+}
+
+void Succession::onElement(GstElement* element) {
+    if (isDemuxer(element)) {
+        g_signal_connect(element, "pad-added", G_CALLBACK(&Succession::onStream), this);
+    }
+    const GstOwner<char> name(gst_element_get_name(element));
+    if (!name || std::strcmp(name.get(), "aqueue") != 0) {
+        return;
+    }
+    const GstOwner<GstPad> pad(gst_element_get_static_pad(element, "sink"));
+    if (!pad) {
+        return;
+    }
+    gst_pad_add_probe(pad.get(),
+                      static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER |
+                                                   GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),
+                      &Succession::onQueued, this, nullptr);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    queue_ = element;
+    readAhead();
+}
+
+/// Under the mutex.
+void Succession::readAhead() {
+    if (queue_ != nullptr && next_ && permitted_ && !readsAhead_) {
+        readsAhead_ = true;
+        g_object_set(queue_, "max-size-time", kReadAheadNs, "max-size-buffers", 0u, nullptr);
+    }
+}
+
+void Succession::watchDevice(GstElement* sink) {
+    const GstOwner<GstPad> pad(sink == nullptr ? nullptr
+                                               : gst_element_get_static_pad(sink, "sink"));
+    if (pad) {
+        gst_pad_add_probe(pad.get(),
+                          static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BLOCK |
+                                                       GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),
+                          &Succession::onDevice, this, nullptr);
+    }
+}
+
+bool Succession::onReadToEnd() {
+    std::string uri;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (state_ != State::kNone || !permitted_ || presentFailed_ || !next_) {
+            return false;
+        }
+        state_ = State::kOpening;
+        begun_ = std::exchange(next_, std::nullopt);
+        uri = begun_->address.uri;
+    }
+    g_object_set(playbin_, "uri", uri.c_str(), nullptr);
+    return true;
+}
+
+void Succession::onType(GstElement* typefind, const std::string& capsName) {
+    if (!mayGoOn(mayBeSong(capsName))) {
+        const GstOwner<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
+        block(pad.get());
+    }
+}
+
+/// A picture would take the place of the media that still plays, and at once.
+void Succession::onStream(GstElement*, GstPad* pad, gpointer self) {
+    if (!static_cast<Succession*>(self)->mayGoOn(!isPicture(pad))) {
+        block(pad);
+    }
+}
+
+/// Whether what is being opened may be opened further, of which this is known now.
+bool Succession::mayGoOn(bool song) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (state_ == State::kOpening && !song) {
+        state_ = State::kHeld;
+    }
+    return state_ != State::kHeld;
+}
+
+void Succession::onError() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    (state_ == State::kNone ? presentFailed_ : nextFailed_) = true;
+}
+
+bool Succession::failedNext() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return nextFailed_ && !presentFailed_;
+}
+
+GstPadProbeReturn Succession::onQueued(GstPad*, GstPadProbeInfo* info, gpointer data) {
+    auto* const self = static_cast<Succession*>(data);
+    const std::lock_guard<std::mutex> lock(self->mutex_);
+    if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0) {
+        const GstBuffer* const buffer = GST_PAD_PROBE_INFO_BUFFER(info);
+        if (self->state_ == State::kNone && GST_BUFFER_PTS_IS_VALID(buffer)) {
+            const GstClockTime length =
+                GST_BUFFER_DURATION_IS_VALID(buffer) ? GST_BUFFER_DURATION(buffer) : 0;
+            const std::uint64_t end = gst_segment_to_running_time(&self->segment_, GST_FORMAT_TIME,
+                                                                  GST_BUFFER_PTS(buffer) + length);
+            const std::uint64_t position = gst_segment_to_stream_time(
+                &self->segment_, GST_FORMAT_TIME, GST_BUFFER_PTS(buffer) + length);
+            if (GST_CLOCK_TIME_IS_VALID(end) && GST_CLOCK_TIME_IS_VALID(position)) {
+                self->endNs_ = end;
+                self->endMs_ = static_cast<std::int64_t>(position / GST_MSECOND);
+            }
+        }
+        return GST_PAD_PROBE_OK;
+    }
+    GstEvent* const event = GST_PAD_PROBE_INFO_EVENT(info);
+    if (GST_EVENT_TYPE(event) == GST_EVENT_SEGMENT) {
+        gst_event_copy_segment(event, &self->segment_);
+    } else if (GST_EVENT_TYPE(event) == GST_EVENT_STREAM_START && self->state_ == State::kOpening) {
+        self->state_ = State::kWaiting;
+    }
+    return GST_PAD_PROBE_OK;
+}
+
+GstPadProbeReturn Succession::onDevice(GstPad*, GstPadProbeInfo* info, gpointer data) {
+    auto* const self = static_cast<Succession*>(data);
+    if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) != GST_EVENT_STREAM_START) {
+        return GST_PAD_PROBE_PASS;
+    }
+    const std::lock_guard<std::mutex> lock(self->mutex_);
+    switch (self->state_) {
+    case State::kNone:
+    case State::kTaken:
+        return GST_PAD_PROBE_PASS;
+    case State::kOpening:
+    case State::kWaiting:
+        self->state_ = State::kTaken;
+        return GST_PAD_PROBE_PASS;
+    case State::kHeld:
+        break;
+    }
+    return GST_PAD_PROBE_OK; // it stays blocked until the playbin is taken down
+}
+
+} // namespace player
