@@ -464,7 +464,8 @@ void Pipeline::handleHeaders(const GstStructure& structure) {
         return;
     }
     const EngineAnswered answer{header(headers, "Content-Type"),
-                                header(headers, "contentFeatures.dlna.org")};
+                                header(headers, "contentFeatures.dlna.org"),
+                                header(headers, "CaptionInfo.sec")};
     if (succession_.underWay()) {
         nextAnswer_ = answer;
         return;

@@ -38,13 +38,21 @@ bool isDemuxer(GstElement* element) {
     return kind != nullptr && std::strstr(kind, "Demux") != nullptr;
 }
 
-GstPadProbeReturn stay(GstPad*, GstPadProbeInfo*, gpointer) {
-    return GST_PAD_PROBE_OK;
+/// What comes is thrown away, and whoever sends it is told to end. Nobody is made to wait: a thread
+/// that waits here would be waited for when the playbin is taken down.
+GstPadProbeReturn refuse(GstPad*, GstPadProbeInfo* info, gpointer) {
+    if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM) != 0) {
+        return GST_PAD_PROBE_DROP;
+    }
+    gst_mini_object_unref(GST_MINI_OBJECT_CAST(GST_PAD_PROBE_INFO_DATA(info)));
+    GST_PAD_PROBE_INFO_DATA(info) = nullptr;
+    GST_PAD_PROBE_INFO_FLOW_RETURN(info) = GST_FLOW_EOS;
+    return GST_PAD_PROBE_HANDLED;
 }
 
-/// Nothing passes there any more until the playbin is taken down.
+/// Nothing passes there any more.
 void block(GstPad* pad) {
-    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BLOCK_DOWNSTREAM, stay, nullptr, nullptr);
+    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_DATA_DOWNSTREAM, refuse, nullptr, nullptr);
 }
 
 /// How long it takes from the sink to the ear, in nanoseconds.
