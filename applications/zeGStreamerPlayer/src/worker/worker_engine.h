@@ -91,7 +91,7 @@ private:
     Session session_ = 0;                    ///< what the worker plays
     std::optional<OpenOrder> waitingToOpen_; ///< that, until the worker begins it
     bool openedAnew_ = false;                ///< it was given to a second worker already
-    Session following_ = 0; ///< what it may play next by itself, 0: nothing
+    Session following_ = 0;                  ///< what it may play next by itself, 0: nothing
     VolumeOrder volume_{100, false};
     ViewOrder view_;
     std::optional<FullScreenOrder> fullScreen_; ///< as it was ordered; else the setting holds
