@@ -57,7 +57,9 @@ void Pipeline::onFollowed(const NextMedia& next) {
     cover_ = std::make_unique<Cover>(settings_.snapshotDir);
     markA_.reset();
     contentFeatures_ = nextAnswer_ ? nextAnswer_->contentFeatures : "";
+    opened_ = false; // what can be asked of its server is found out as of any media that opens
     known_ = facts();
+    opened_ = true;
     factsStale_ = true;
     sampledMs_ = 0;
     sampledAt_ = positionReported_ = Clock::now();
