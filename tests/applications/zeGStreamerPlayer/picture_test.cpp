@@ -125,6 +125,16 @@ TEST_P(APicture, IsMovedToItsEdgesWhenItIsZoomed) {
     EXPECT_FALSE(set("MOVE_OFFSET", "-1"));
 }
 
+TEST_P(APicture, StaysInTheMiddleWhileAllOfItIsSeen) {
+    move("RIGHT", "100");
+    ASSERT_TRUE(set("Zoom", "Zoomx2"));
+    EXPECT_EQ(at(300, 340, 160, 200), "rgbw");
+    move("RIGHT", "1000");
+    ASSERT_TRUE(set("Zoom", "Zoomx1"));
+    ASSERT_TRUE(set("Zoom", "Zoomx2"));
+    EXPECT_EQ(at(300, 340, 160, 200), "rgbw");
+}
+
 TEST_P(APicture, IsCutAndPlacedByRectanglesThatComeTogether) {
     EXPECT_TRUE(set("DispRect_u16Width", "10"));
     EXPECT_EQ(corners(), "rgbw"); // not yet

@@ -120,7 +120,10 @@ TEST_F(APlayer, ShowsAPhotoUntilItIsStopped) {
     EXPECT_FALSE(player_->pause());
     EXPECT_FALSE(player_->seek(0));
     EXPECT_TRUE(player_->stop());
-    EXPECT_TRUE(isBlack(player_.screen().middle()));
+    screen = player_.screen();
+    EXPECT_TRUE(isBlack(screen.middle()));
+    EXPECT_EQ(screen.width, test::kScreenWidth);
+    EXPECT_EQ(screen.height, test::kScreenHeight);
 }
 
 TEST_F(APlayer, KnowsWhichKindOfPictureAPngIs) {

@@ -172,7 +172,7 @@ void Screen::moveView(int right, int down) {
 
 GstSample* Screen::shown() {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return picture_ ? composed().release() : nullptr;
+    return composed().release();
 }
 
 // Pictures that arrive, on streaming threads.
@@ -201,7 +201,9 @@ void Screen::show(GstAppSink* sink, GstSample* sample) {
 
 void Screen::render() {
     if (picture_ && view_.plain()) {
-        // The window scales it; nobody pays for what nobody asked for.
+        // The window scales it; nobody pays for what nobody asked for. All of it is to be seen, so
+        // there is nowhere to move.
+        pan_ = Pan();
         output(picture_.get());
     } else {
         output(composed().get());

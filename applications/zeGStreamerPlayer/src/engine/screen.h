@@ -39,7 +39,7 @@ public:
     /// Moves the view by pixels of the screen, up to the edges of the picture.
     void moveView(int right, int down);
 
-    /// What the screen shows, as large as the screen; null when it is black. The caller owns it.
+    /// What the screen shows, as large as the screen. The caller owns it.
     GstSample* shown();
 
 private:

@@ -14,19 +14,7 @@
 namespace player {
 namespace {
 
-constexpr int kBlackWidth = 1280;
-constexpr int kBlackHeight = 720;
 constexpr GstClockTime kEncodingTime = 5 * GST_SECOND;
-
-GstOwner<GstSample> blackPicture() {
-    const GstOwner<GstCaps> caps(gst_caps_new_simple(
-        "video/x-raw", "format", G_TYPE_STRING, "RGB", "width", G_TYPE_INT, kBlackWidth, "height",
-        G_TYPE_INT, kBlackHeight, "framerate", GST_TYPE_FRACTION, 1, 1, nullptr));
-    const std::size_t size = std::size_t{3} * kBlackWidth * kBlackHeight;
-    const GstOwner<GstBuffer> buffer(gst_buffer_new_allocate(nullptr, size, nullptr));
-    gst_buffer_memset(buffer.get(), 0, 0, size);
-    return GstOwner<GstSample>(gst_sample_new(buffer.get(), caps.get(), nullptr, nullptr));
-}
 
 std::string systemError(const std::string& what) {
     return what + ": " + std::strerror(errno);
@@ -68,11 +56,10 @@ std::string writeFile(GstBuffer* content, const std::string& path) {
 } // namespace
 
 std::string writePng(GstSample* picture, const std::string& path) {
-    const GstOwner<GstSample> black(picture == nullptr ? blackPicture() : nullptr);
     const GstOwner<GstCaps> png(gst_caps_new_empty_simple("image/png"));
     GError* rawError = nullptr;
-    const GstOwner<GstSample> encoded(gst_video_convert_sample(
-        picture == nullptr ? black.get() : picture, png.get(), kEncodingTime, &rawError));
+    const GstOwner<GstSample> encoded(
+        gst_video_convert_sample(picture, png.get(), kEncodingTime, &rawError));
     const GstOwner<GError> error(rawError);
     if (!encoded) {
         return error ? error->message : "the picture cannot be encoded";

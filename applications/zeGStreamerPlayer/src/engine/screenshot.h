@@ -7,8 +7,7 @@
 
 namespace player {
 
-/// A picture to write; null: the screen is black. Empty text or the reason for the failure. The
-/// file appears whole or not at all.
+/// Empty text or the reason for the failure. The file appears whole or not at all.
 std::string writePng(GstSample* picture, const std::string& path);
 
 } // namespace player
