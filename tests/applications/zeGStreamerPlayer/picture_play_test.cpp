@@ -118,4 +118,24 @@ TEST_F(AFilmThatIsAdjusted, GoesOnBehindEveryOtherPicture) {
     EXPECT_EQ(player_.states(), states_);
 }
 
+TEST(TheWindow, IsGoneWhenAnotherIsOpenedAndWithThePlayer) {
+    const test::TemporaryFolder folder;
+    const test::MediaServer server(KETRA_TEST_MEDIA);
+    player::Settings settings = test::RecordedPlayer::plainSettings(folder.path());
+    settings.videoSink = test::watchingSink();
+    {
+        test::RecordedPlayer player(folder.path(), settings);
+        ASSERT_TRUE(player.setMedia(server.address("/good/corners.png")));
+        ASSERT_TRUE(player->play(Speed()));
+        ASSERT_TRUE(player.waitForState(PlayerState::kFinished)) << player.log();
+        for (const bool full : {true, false, true}) {
+            player.engine().setFullScreen(full);
+            EXPECT_GT(player.screen().width, 0);
+            EXPECT_TRUE(player.waitUntil([] { return test::watchingSinks() == 1; }))
+                << test::watchingSinks();
+        }
+    }
+    EXPECT_EQ(test::watchingSinks(), 0);
+}
+
 } // namespace

@@ -355,6 +355,7 @@ GstBusSyncReply Screen::onOutputMessage(GstBus*, GstMessage* message, gpointer s
         logWarning(std::string("the picture is not shown any more: ") + error->message);
         static_cast<Screen*>(self)->outputFailed_ = true;
     }
+    gst_message_unref(message); // who drops it owns it
     return GST_BUS_DROP;
 }
 

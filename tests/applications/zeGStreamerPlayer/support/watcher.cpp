@@ -1,5 +1,6 @@
 #include "support/watcher.h"
 
+#include <atomic>
 #include <mutex>
 
 #include <gst/base/gstbasesink.h>
@@ -14,6 +15,7 @@ using Clock = std::chrono::steady_clock;
 
 std::mutex gMutex;
 std::vector<SeenFrame> gSeen; // guarded by gMutex
+std::atomic<int> gSinks{0};
 
 GstFlowReturn render(GstBaseSink* sink, GstBuffer* buffer) {
     const Clock::time_point now = Clock::now();
@@ -39,6 +41,15 @@ GstFlowReturn render(GstBaseSink* sink, GstBuffer* buffer) {
     return GST_FLOW_OK;
 }
 
+void finalize(GObject* sink) {
+    --gSinks;
+    G_OBJECT_CLASS(g_type_class_peek_parent(G_OBJECT_GET_CLASS(sink)))->finalize(sink);
+}
+
+void initInstance(GTypeInstance*, gpointer) {
+    ++gSinks;
+}
+
 void initClass(gpointer type, gpointer) {
     auto* const element = GST_ELEMENT_CLASS(type);
     GstCaps* const caps = gst_caps_from_string("video/x-raw,format=GRAY8");
@@ -47,6 +58,7 @@ void initClass(gpointer type, gpointer) {
     gst_caps_unref(caps);
     gst_element_class_set_static_metadata(element, "Watcher", "Sink/Video", "For tests", "Ketra");
     GST_BASE_SINK_CLASS(type)->render = render;
+    G_OBJECT_CLASS(type)->finalize = finalize;
 }
 
 } // namespace
@@ -57,10 +69,14 @@ const char* watchingSink() {
         gst_init(nullptr, nullptr);
         const GType type = g_type_register_static_simple(
             GST_TYPE_BASE_SINK, "KetraWatcher", sizeof(GstBaseSinkClass), initClass,
-            sizeof(GstBaseSink), nullptr, static_cast<GTypeFlags>(0));
+            sizeof(GstBaseSink), initInstance, static_cast<GTypeFlags>(0));
         return gst_element_register(nullptr, kName, GST_RANK_NONE, type) != FALSE;
     }();
     return registered ? kName : "";
+}
+
+int watchingSinks() {
+    return gSinks;
 }
 
 void watchAnew() {

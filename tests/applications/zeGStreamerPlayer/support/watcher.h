@@ -14,6 +14,8 @@ struct SeenFrame {
 
 /// Makes the sink known to GStreamer, which it initialises; its name, for Settings::videoSink.
 const char* watchingSink();
+/// How many of these sinks there are.
+int watchingSinks();
 
 /// Forgets what was seen so far.
 void watchAnew();
