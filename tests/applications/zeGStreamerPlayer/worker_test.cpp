@@ -1,5 +1,7 @@
 // What the bus process and the media worker say to each other, and what the worker may not open.
 
+#include <linux/landlock.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -191,6 +193,11 @@ TEST(TheSandbox, LeavesTheWorkerWhatItNeedsAndNothingElse) {
             wrong |= canRead(mine.path() + "/diary") ? 1 : 0;
             wrong |= std::ofstream(mine.path() + "/new").good() ? 2 : 0;
             wrong |= std::ofstream(copies.path() + "/copy").good() ? 0 : 4;
+            wrong |= truncate((copies.path() + "/copy").c_str(), 0) == 0 ? 0 : 4;
+            if (syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) >=
+                3) { // older kernels have no rule for that
+                wrong |= truncate((mine.path() + "/diary").c_str(), 0) == 0 ? 2 : 0;
+            }
             wrong |= canRead("/etc/hostname") ? 0 : 8;
             wrong |= canRead("/proc/self/status") ? 0 : 16;
             wrong |= std::ofstream("/etc/ketra-test").good() ? 32 : 0;

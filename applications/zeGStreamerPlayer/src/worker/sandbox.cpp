@@ -22,11 +22,15 @@
 namespace player {
 namespace {
 
-constexpr std::uint64_t kOfFiles =
-    LANDLOCK_ACCESS_FS_EXECUTE | LANDLOCK_ACCESS_FS_WRITE_FILE | LANDLOCK_ACCESS_FS_READ_FILE;
+/// Emptying a file needs no right to write to it, but one of its own from the third version on,
+/// which the headers may not know yet.
+constexpr std::uint64_t kTruncate = std::uint64_t{1} << 14;
+constexpr int kTruncateSince = 3;
+constexpr std::uint64_t kOfFiles = LANDLOCK_ACCESS_FS_EXECUTE | LANDLOCK_ACCESS_FS_WRITE_FILE |
+                                   LANDLOCK_ACCESS_FS_READ_FILE | kTruncate;
 constexpr std::uint64_t kRead =
     LANDLOCK_ACCESS_FS_EXECUTE | LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_READ_DIR;
-constexpr std::uint64_t kWrite = kRead | LANDLOCK_ACCESS_FS_WRITE_FILE |
+constexpr std::uint64_t kWrite = kRead | LANDLOCK_ACCESS_FS_WRITE_FILE | kTruncate |
                                  LANDLOCK_ACCESS_FS_REMOVE_FILE | LANDLOCK_ACCESS_FS_MAKE_REG |
                                  LANDLOCK_ACCESS_FS_MAKE_SOCK | LANDLOCK_ACCESS_FS_MAKE_DIR;
 /// Everything that the first version of the kernel's rules knows.
@@ -91,8 +95,12 @@ std::string folderOf(const std::string& file) {
 class Rules {
 public:
     Rules() {
+        if (syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) >=
+            kTruncateSince) {
+            handled_ |= kTruncate;
+        }
         landlock_ruleset_attr attributes{};
-        attributes.handled_access_fs = kHandled;
+        attributes.handled_access_fs = handled_;
         // Only as much of the structure as the first version knows.
         ruleset_ = static_cast<int>(syscall(SYS_landlock_create_ruleset, &attributes,
                                             sizeof attributes.handled_access_fs, 0));
@@ -115,7 +123,7 @@ public:
         fstat(place, &status);
         landlock_path_beneath_attr rule{};
         rule.parent_fd = place;
-        rule.allowed_access = S_ISDIR(status.st_mode) ? rights : rights & kOfFiles;
+        rule.allowed_access = handled_ & (S_ISDIR(status.st_mode) ? rights : rights & kOfFiles);
         if (syscall(SYS_landlock_add_rule, ruleset_, LANDLOCK_RULE_PATH_BENEATH, &rule, 0) != 0) {
             logWarning("no rule for " + path + ": " + std::strerror(errno));
         }
@@ -130,6 +138,7 @@ public:
     bool possible() const { return ruleset_ >= 0; }
 
 private:
+    std::uint64_t handled_ = kHandled;
     int ruleset_ = -1;
 };
 

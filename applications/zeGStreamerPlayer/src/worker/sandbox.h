@@ -10,7 +10,7 @@ namespace player {
 /// of the system, use the devices of picture and sound, and write to the copies' and the pictures'
 /// folder and GStreamer's and the sound server's places; nothing else. Before any other thread
 /// starts. False, with a line in the log, when the kernel (before 5.13) cannot do that; the worker
-/// works all the same.
+/// works all the same. A kernel before 6.2 does not keep it from emptying other files.
 bool enterSandbox(const Settings& settings);
 
 } // namespace player
