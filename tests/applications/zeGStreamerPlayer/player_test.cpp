@@ -360,6 +360,13 @@ TEST_F(ThePlayer, TellsAboutTheIdleMediaAsideFromItsStates) {
     EXPECT_FALSE(said_.back().aside);
 }
 
+TEST_F(ThePlayer, TellsItsPlayModeAsideFromItsStates) {
+    EXPECT_TRUE(player_.setPlayMode("REPEAT_ALL"));
+    ASSERT_EQ(said_.size(), 1u);
+    EXPECT_EQ(said_.back().playMode, "REPEAT_ALL");
+    EXPECT_TRUE(said_.back().aside); // a second stop would be taken for the end of something
+}
+
 // Photos.
 
 TEST_F(ThePlayer, ReportsAPhotoAsPlayingWithItsInfoAndThenAsFinished) {

@@ -209,7 +209,7 @@ bool Player::setPlayMode(const std::string& mode) {
     if (canFollow() != (nextSession_ != 0)) {
         orderNext();
     }
-    announce();
+    announceAside();
     return true;
 }
 
