@@ -311,4 +311,20 @@ TEST_F(ATimedFilm, GoesOnWhenItsServerRefusesASpeedThatItOffered) {
     EXPECT_TRUE(waitForFrame(1000, 1100));
 }
 
+TEST_F(ATimedFilm, RepeatsAPart) {
+    play("/timed/counted.ts");
+    ASSERT_TRUE(player_->seek(20000));
+    ASSERT_TRUE(waitForFrame(1000, 1100));
+    ASSERT_TRUE(player_->repeat(player::Repeat::kA));
+    ASSERT_TRUE(waitForFrame(1040, 1100));
+    ASSERT_TRUE(player_->repeat(player::Repeat::kAB));
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_TRUE(waitForFrame(1000, 1030)) << round;
+        ASSERT_TRUE(waitForFrame(1035, 1200)) << round;
+    }
+    ASSERT_TRUE(player_->repeat(player::Repeat::kNone));
+    EXPECT_TRUE(waitForFrame(1150, 1300));
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+}
+
 } // namespace

@@ -314,6 +314,7 @@ void Pipeline::onTimer() {
         return;
     }
     followBuffer();
+    followPart();
     permitNext();
     followSuccession();
     if (factsStale_ && idle() && !succession_.underWay()) {

@@ -154,6 +154,7 @@ private:
     void takeAnswer(const std::string& timeSeekRange, const std::string& playSpeed);
     bool goOnUnasked();
     std::int64_t askedPositionMs() const;
+    void followPart();
     void setUpDownload(GstElement* element);
 
     const Settings& settings_;

@@ -104,4 +104,17 @@ std::int64_t Pipeline::askedPositionMs() const {
                                          static_cast<std::int64_t>(played * speed_.rate()));
 }
 
+/// What the server sends does not end where a part does that is repeated.
+void Pipeline::followPart() {
+    if (!asksServer() || !markB_ || !saidPlaying_ || !idle() || wantPositionMs_) {
+        return;
+    }
+    const std::int64_t now = positionMs();
+    const bool backward = speed_.isBackward();
+    if (backward ? now <= *markA_ : now >= *markB_) {
+        wantPositionMs_ = backward ? *markB_ : *markA_;
+        wish();
+    }
+}
+
 } // namespace player
