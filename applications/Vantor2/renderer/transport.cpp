@@ -317,9 +317,15 @@ int Transport::seekTo(const TransportView& now, std::uint64_t seconds) {
     if (now.durationSec != 0 && seconds > now.durationSec) {
         return kIllegalSeekTarget;
     }
-    player_.seek(static_cast<std::uint32_t>(seconds), [](bool accepted) {
+    // Who asks for the position now, as many do with every seek, is told where it goes.
+    const std::uint32_t before = report_.positionSec;
+    const auto target = static_cast<std::uint32_t>(seconds);
+    report_.positionSec = target;
+    player_.seek(target, [this, before, target, generation = generation_](bool accepted) {
         if (!accepted) {
             logWarning("the player refused to seek");
+            const bool shown = generation == generation_ && report_.positionSec == target;
+            report_.positionSec = shown ? before : report_.positionSec;
         }
     });
     return 0;

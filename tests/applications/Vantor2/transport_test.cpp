@@ -345,6 +345,23 @@ TEST_F(ATransport, SeeksWithinTheMedia) {
     EXPECT_EQ(transport.next(phone), 711);
 }
 
+TEST_F(ATransport, IsWhereItWasToldToSeekBeforeThePlayerSaysSo) {
+    playFilm();
+    PlayerReport report = reported(4);
+    report.positionSec = 10;
+    transport.playerChanged(report);
+    player.answersAtOnce = false;
+    EXPECT_EQ(transport.seek(phone, "REL_TIME", "0:01:05"), 0);
+    EXPECT_EQ(transport.view(phone).positionSec, 65U) << "no slider jumps back";
+    player.answer(false);
+    EXPECT_EQ(transport.view(phone).positionSec, 10U) << "the player did not go there";
+    EXPECT_EQ(transport.seek(phone, "REL_TIME", "0:01:05"), 0);
+    report.positionSec = 66;
+    transport.playerChanged(report);
+    player.answer(false);
+    EXPECT_EQ(transport.view(phone).positionSec, 66U) << "the player has the last word";
+}
+
 TEST_F(ATransport, DoesNotSeekWhereTheServerCannot) {
     playFilm();
     PlayerReport report = reported(4);
