@@ -29,9 +29,6 @@ constexpr int kBacklog = 1024;
 // Refused requests whose answers are on their way at once; each holds a descriptor for a second.
 constexpr std::size_t kMostDrains = 32;
 
-// Hosts whose unreadable requests are counted.
-constexpr std::size_t kMostUnreadableHosts = 1024;
-
 enum class State { head, body, running, idle };
 
 bool isContentLengthSound(SoupMessageHeaders* headers) {
@@ -106,6 +103,7 @@ ConnectionGuard::ConnectionGuard(SoupServer* server, GuardLimits limits,
     : server_(shareObject(server)),
       limits_(limits),
       isOwnAuthority_(std::move(isOwnAuthority)),
+      unreadable_(limits.unreadable, limits.unheard),
       timer_([this] { checkDeadlines(); }) {
     using Handler = void (*)(SoupServer*, SoupServerMessage*, gpointer);
     const Handler started = [](SoupServer*, SoupServerMessage* message, gpointer self) {
@@ -206,7 +204,8 @@ ConnectionGuard::Connection* ConnectionGuard::accept(SoupServerMessage* message,
     const char* host = alreadyGone ? nullptr : soup_server_message_get_remote_host(message);
     connection->host = host != nullptr ? host : "";
     connection->since = Clock::now();
-    if (alreadyGone || !isHeard(connection->host) || !makeRoom(*connection)) {
+    if (alreadyGone || !unreadable_.isHeard(connection->host, Clock::now()) ||
+        !makeRoom(*connection)) {
         // Not stolen: libsoup is still setting it up. It reads the end and drops the connection.
         if (!alreadyGone) {
             logStranger("connection from " + connection->host + " refused");
@@ -217,27 +216,6 @@ ConnectionGuard::Connection* ConnectionGuard::accept(SoupServerMessage* message,
         ++hostCounts_[connection->host];
     }
     return (connections_[socket] = std::move(connection)).get();
-}
-
-void ConnectionGuard::noteUnreadable(const std::string& host) {
-    if (unreadable_.size() >= kMostUnreadableHosts && unreadable_.count(host) == 0) {
-        unreadable_.erase(std::min_element(unreadable_.begin(), unreadable_.end(),
-                                           [](const auto& left, const auto& right) {
-                                               return left.second.last < right.second.last;
-                                           }));
-    }
-    Unreadable& noted = unreadable_[host];
-    ++noted.count;
-    noted.last = Clock::now();
-}
-
-bool ConnectionGuard::isHeard(const std::string& host) {
-    const auto noted = unreadable_.find(host);
-    if (noted != unreadable_.end() && noted->second.last + limits_.unheard < Clock::now()) {
-        unreadable_.erase(noted);
-        return true;
-    }
-    return noted == unreadable_.end() || noted->second.count < limits_.unreadable;
 }
 
 // Over its share, a host loses its oldest silent connection rather than its next call.
@@ -326,7 +304,7 @@ void ConnectionGuard::requestFinished(SoupServerMessage* message) {
     holdPackets(connection->fd, false);
     if (soup_message_headers_get_encoding(soup_server_message_get_request_headers(message)) ==
         SOUP_ENCODING_UNRECOGNIZED) {
-        noteUnreadable(connection->host);
+        unreadable_.note(connection->host, Clock::now());
     }
     connection->state = State::idle;
     connection->since = Clock::now();
@@ -438,7 +416,7 @@ bool ConnectionGuard::isForUs(SoupServerMessage* message) const {
 
 void ConnectionGuard::headersArrived(Connection& connection, SoupServerMessage* message) {
     if (!isKnownMethod(soup_server_message_get_method(message))) {
-        noteUnreadable(connection.host);
+        unreadable_.note(connection.host, Clock::now());
         refuse(connection, message, SOUP_STATUS_NOT_IMPLEMENTED);
         return;
     }

@@ -17,6 +17,7 @@
 #include <libsoup/soup.h>
 
 #include "base/glib_handles.h"
+#include "guard/unreadable_hosts.h"
 
 namespace vantor {
 
@@ -78,8 +79,6 @@ private:
     bool makeRoom(const Connection& latecomer);
     Connection* oldestSilent(const std::set<std::string>& hosts);
     template <class Fits> Connection* oldest(const Fits& fits);
-    void noteUnreadable(const std::string& host);
-    bool isHeard(const std::string& host);
     Connection* oldestOfBiggestHost();
     void forget(Connection& connection);
     gboolean idleReadable(Connection& connection);
@@ -97,11 +96,7 @@ private:
     IsOwnAuthority isOwnAuthority_;
     std::map<GSocket*, std::unique_ptr<Connection>> connections_;
     std::map<std::string, unsigned> hostCounts_;
-    struct Unreadable {
-        unsigned count = 0;
-        TimePoint last;
-    };
-    std::map<std::string, Unreadable> unreadable_; // by host; bounded
+    UnreadableHosts unreadable_;
     std::map<Drain*, std::unique_ptr<Drain>> drains_;
     Timer timer_;
     TimePoint armedFor_;
