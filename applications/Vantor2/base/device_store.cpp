@@ -2,10 +2,12 @@
 
 #include <cerrno>
 #include <cstring>
+#include <thread>
 
 #include <fcntl.h>
 #include <glib.h>
 #include <nlohmann/json.hpp>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,6 +20,9 @@ namespace {
 
 constexpr const char* kFileName = "/Vantor2.json";
 constexpr std::size_t kLongestName = 255;
+// Daemons that may share a directory.
+constexpr int kMostDaemons = 8;
+constexpr std::chrono::milliseconds kLookAgain{10};
 
 std::string reason(const std::string& what) {
     return what + ": " + std::strerror(errno);
@@ -70,13 +75,41 @@ bool replaceFile(const std::string& directory, const std::string& text, std::str
 
 } // namespace
 
-std::optional<DeviceStore> DeviceStore::open(const std::string& directory, std::string& error) {
-    DeviceStore store(directory);
-    if (!makeDirectory(directory)) {
-        error = reason("cannot make " + directory);
-        return std::nullopt;
+// Null: another process holds it.
+DeviceStore::Hold DeviceStore::holdDirectory(const std::string& path) {
+    const int opened = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    Hold hold(new int(opened), [](const int* directory) {
+        close(*directory); // which lets go of it
+        delete directory;
+    });
+    // Where nothing can be held nobody is told apart either; what else is wrong shows when the file
+    // is read.
+    const bool others = flock(opened, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    return others ? nullptr : hold;
+}
+
+std::optional<DeviceStore> DeviceStore::open(const std::string& directory, std::string& error,
+                                             std::chrono::milliseconds patience) {
+    // Only the first one is waited for: a daemon that was killed a moment ago may not be gone yet.
+    const auto until = std::chrono::steady_clock::now() + patience;
+    std::string place = directory;
+    for (int number = 1; number <= kMostDaemons;) {
+        if (!makeDirectory(place)) {
+            error = reason("cannot make " + place);
+            return std::nullopt;
+        }
+        if (Hold hold = holdDirectory(place)) {
+            DeviceStore store(place, std::move(hold));
+            return store.load(error) ? std::optional<DeviceStore>(std::move(store)) : std::nullopt;
+        }
+        if (number == 1 && std::chrono::steady_clock::now() < until) {
+            std::this_thread::sleep_for(kLookAgain);
+            continue;
+        }
+        place = directory + "/" + std::to_string(++number);
     }
-    return store.load(error) ? std::optional<DeviceStore>(std::move(store)) : std::nullopt;
+    error = "too many daemons use " + directory;
+    return std::nullopt;
 }
 
 bool DeviceStore::load(std::string& error) {

@@ -4,6 +4,8 @@
 // next thing that happens may be SIGKILL. Main thread.
 #pragma once
 
+#include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -14,7 +16,13 @@ public:
     /// Reads the file, or makes the directory (for its owner alone) and a file with a new
     /// identity. A file that cannot be understood is kept under another name and replaced.
     /// Nothing, and the reason in `error`, when the directory cannot be used.
-    static std::optional<DeviceStore> open(const std::string& directory, std::string& error);
+    ///
+    /// The directory belongs to one daemon at a time, as long as the store lives. One that is still
+    /// there after `patience` stays, and this one uses a directory inside it: two renderers with
+    /// one identity would hide each other. Waits.
+    static std::optional<DeviceStore>
+    open(const std::string& directory, std::string& error,
+         std::chrono::milliseconds patience = std::chrono::seconds(2));
 
     const std::string& uuid() const { return uuid_; }
     /// The given name, %h not replaced; nothing when none was given.
@@ -24,11 +32,16 @@ public:
     bool setFriendlyName(const std::string& name);
 
 private:
-    explicit DeviceStore(std::string directory) : directory_(std::move(directory)) {}
+    /// An open directory, closed with the last copy.
+    using Hold = std::shared_ptr<const int>;
+    static Hold holdDirectory(const std::string& path);
+    DeviceStore(std::string directory, Hold hold)
+        : directory_(std::move(directory)), hold_(std::move(hold)) {}
     bool load(std::string& error);
     bool save(std::string& error) const;
 
     std::string directory_;
+    Hold hold_;
     std::string uuid_;
     std::optional<std::string> friendlyName_;
 };

@@ -1,7 +1,9 @@
 // Times, names, settings, log lines, media information and other small things.
 #include <algorithm>
+#include <chrono>
 #include <fstream>
 #include <map>
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -24,6 +26,8 @@
 
 namespace vantor {
 namespace {
+
+using std::chrono::milliseconds;
 
 TEST(ATime, IsWrittenWithoutFractions) {
     EXPECT_EQ(formatTime(0), "0:00:00");
@@ -124,6 +128,8 @@ protected:
         for (const char* name : {"/Vantor2.json", "/Vantor2.json.damaged", "/Vantor2.json.new"}) {
             unlink((directory + name).c_str());
         }
+        unlink((directory + "/2/Vantor2.json").c_str());
+        rmdir((directory + "/2").c_str());
         rmdir(directory.c_str());
         rmdir((base + "/deep").c_str());
         rmdir(base.c_str());
@@ -138,13 +144,45 @@ TEST_F(StoredState, RemembersIdentityAndName) {
     ASSERT_TRUE(first) << error;
     EXPECT_FALSE(first->friendlyName());
     EXPECT_TRUE(first->setFriendlyName("Wohnzimmer \xC3\xBC %h"));
+    const std::string uuid = first->uuid();
+    first.reset();
     const auto second = DeviceStore::open(directory, error);
     ASSERT_TRUE(second);
-    EXPECT_EQ(second->uuid(), first->uuid());
+    EXPECT_EQ(second->uuid(), uuid);
     EXPECT_EQ(second->friendlyName(), "Wohnzimmer \xC3\xBC %h");
     struct stat status;
     ASSERT_EQ(stat(directory.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0700u);
+}
+
+TEST_F(StoredState, IsAnotherForADaemonBesideTheFirst) {
+    const milliseconds atOnce(0);
+    const auto first = DeviceStore::open(directory, error, atOnce);
+    auto second = DeviceStore::open(directory, error, atOnce);
+    ASSERT_TRUE(first && second) << error;
+    EXPECT_NE(first->uuid(), second->uuid());
+    EXPECT_TRUE(second->setFriendlyName("the second one"));
+    EXPECT_FALSE(first->friendlyName());
+    const std::string uuid = second->uuid();
+    second.reset();
+    second = DeviceStore::open(directory, error, atOnce);
+    ASSERT_TRUE(second);
+    EXPECT_EQ(second->uuid(), uuid) << "its own stays the same, too";
+    EXPECT_EQ(second->friendlyName(), "the second one");
+}
+
+TEST_F(StoredState, IsThatOfAPredecessorThatGoesInTime) {
+    auto first = DeviceStore::open(directory, error);
+    ASSERT_TRUE(first) << error;
+    const std::string uuid = first->uuid();
+    std::thread end([&] {
+        std::this_thread::sleep_for(milliseconds(50));
+        first.reset();
+    });
+    const auto second = DeviceStore::open(directory, error, std::chrono::seconds(20));
+    end.join();
+    ASSERT_TRUE(second);
+    EXPECT_EQ(second->uuid(), uuid);
 }
 
 TEST_F(StoredState, RefusesNamesThatCannotBeShown) {

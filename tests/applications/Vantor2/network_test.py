@@ -1,5 +1,6 @@
 """The renderer daemon on networks that are several, that come and go, and that speak IPv6 only."""
 
+import os
 import re
 import socket
 import sys
@@ -164,12 +165,19 @@ class Networks(Home):
         self.assertIn("error: cannot announce on t0: ", self.read_log(daemon.log))
 
     def test_hold_two_renderers_that_differ(self):
+        self.assert_two_differ("two")
+
+    def test_hold_two_renderers_that_differ_although_they_share_a_folder(self):
+        self.assert_two_differ("one")
+
+    def assert_two_differ(self, folder):
         self.lay_cable(0, "10.1.0.1/24", "10.1.0.2/24")
         ssdp = self.ssdp("10.1.0.2", "p0")
         self.start("one")
+        ssdp.found()
         # A bus holds one renderer; the second one has its own.
         self.bus_address = self.start_bus()
-        self.start("two")
+        self.start("two", KETRA_STATE_DIR=os.path.join(self.folder.name, folder))
         locations = until(lambda: len(found := ssdp.found()) == 2 and found, "both renderers")
         names = {re.search(r"<UDN>(.*)</UDN>", get(location)[1]).group(1)
                  for location in locations}
