@@ -1,7 +1,6 @@
 // Real media, served by a real HTTP server on loopback, played by the real engine.
 
 #include <fcntl.h>
-#include <regex>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -10,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <string>
 
 #include <gtest/gtest.h>
