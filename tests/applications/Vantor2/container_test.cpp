@@ -111,6 +111,15 @@ TEST(JoinedDescriptions, KeepTheirItemsAndNamespaces) {
     EXPECT_EQ(joinedDidl({"<broken>", "<broken>"}), "");
 }
 
+/// Other tests search in the same loopback at the same time.
+std::string ownUdn() {
+    return "uuid:of-test-" + std::to_string(getpid());
+}
+
+std::string ownAddress() {
+    return "dlna-playcontainer://uuid%3Aof-test-" + std::to_string(getpid());
+}
+
 /// Answers searches and requests on 127.0.0.1, each request on a connection of its own.
 class MediaServer {
 public:
@@ -187,12 +196,12 @@ private:
         const ssize_t count =
             recvfrom(ear_, buffer, sizeof(buffer), 0, reinterpret_cast<sockaddr*>(&from), &size);
         const std::string question(buffer, count > 0 ? static_cast<std::size_t>(count) : 0);
-        if (question.find("ST: uuid:of-this-test\r\n") == std::string::npos) {
+        if (question.find("ST: " + ownUdn() + "\r\n") == std::string::npos) {
             return;
         }
         const std::string answer =
             "HTTP/1.1 200 OK\r\nlocation: " + (announced.empty() ? location : announced) +
-            "\r\nST: uuid:of-this-test\r\nUSN: uuid:of-this-test\r\n\r\n";
+            "\r\nST: " + ownUdn() + "\r\nUSN: " + ownUdn() + "\r\n\r\n";
         EXPECT_GT(sendto(voice_, answer.data(), answer.size(), 0,
                          reinterpret_cast<sockaddr*>(&from), size),
                   0);
@@ -266,7 +275,7 @@ protected:
         fetch(uri);
         return received ? readPlaylist(*received, "dlna-playcontainer://", "").size() : 0;
     }
-    const std::string kContainer = "dlna-playcontainer://uuid%3Aof-this-test?cid=1";
+    const std::string kContainer = ownAddress() + "?cid=1";
     MediaServer server;
     PlaylistFetcher fetcher{[] {
         return std::vector<std::string>{"127.0.0.1", "::1"};
@@ -276,7 +285,7 @@ protected:
 };
 
 TEST_F(AContainer, IsBrowsedOnTheServerThatItsAddressNames) {
-    fetch("dlna-playcontainer://uuid%3Aof-this-test?cid=A%26B&sc=%2Bdc%3Atitle");
+    fetch(ownAddress() + "?cid=A%26B&sc=%2Bdc%3Atitle");
     ASSERT_TRUE(received);
     const auto tracks = readPlaylist(*received, "dlna-playcontainer://", "");
     ASSERT_EQ(tracks.size(), 1u);
@@ -333,7 +342,7 @@ TEST_F(AContainer, IsPlayedAsFarAsTheServerToldIt) {
 
 TEST_F(AContainer, IsNotLookedForWhereAnAnswerLeadsToSomebodyElse) {
     server.announced = "http://192.0.2.1/desc.xml";
-    fetch("dlna-playcontainer://uuid%3Aof-this-test?cid=1");
+    fetch(ownAddress() + "?cid=1");
     EXPECT_FALSE(received) << "nobody else answers";
 }
 
