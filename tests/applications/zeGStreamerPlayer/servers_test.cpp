@@ -139,6 +139,18 @@ TEST_F(AServer, ThatIsSlowIsWaitedFor) {
     EXPECT_GT(std::chrono::steady_clock::now() - began, kPatience);
 }
 
+// The reader of this file asks for its last bytes before they have arrived.
+TEST_F(AServer, ThatSendsNoPartsIsAskedForTheWholeOnceMore) {
+    play(server_.address("/slow/song.wav"));
+    ASSERT_TRUE(player_.waitUntil([this] {
+        return player_.last().state == PlayerState::kPlaying ||
+               player_.last().error != PlayerError::kNone;
+    }));
+    EXPECT_EQ(player_.last().error, PlayerError::kNone) << player_.log();
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+    EXPECT_EQ(player_.last().supportedSpeeds, "1") << "it cannot be moved";
+}
+
 TEST_F(AServer, OfSubtitlesThatNeverAnswersDoesNotHoldUpTheFilm) {
     const std::string film = server_.address("/good/film.h265.mp4");
     play(film, "<DIDL-Lite xmlns='urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/'><item>"

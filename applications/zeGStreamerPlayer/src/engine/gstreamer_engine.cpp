@@ -125,7 +125,7 @@ void GStreamerEngine::open(Session session, const MediaAddress& address) {
         if (quitting_) {
             return;
         }
-        next_ = Opening{session, address, std::nullopt};
+        next_ = Opening{session, address, std::nullopt, false};
         retire();
         settle();
     });
@@ -171,7 +171,7 @@ void GStreamerEngine::settle() {
             onEvent_(EngineEvent{session, EngineBegun{}});
         });
         pipeline_ = std::make_unique<Pipeline>(
-            settings_, opening.address, opening.going, *screen_, context_, queue_,
+            settings_, opening.address, opening.going, opening.inOrder, *screen_, context_, queue_,
             [this](auto what) { tell(std::move(what)); },
             [this, session = session_] {
                 queue_.post([this, session] {
@@ -215,7 +215,7 @@ void GStreamerEngine::tell(decltype(EngineEvent::what) what) {
 
 /// Opens the present media once more, to go on with it as it is wanted.
 void GStreamerEngine::renew() {
-    next_ = Opening{session_, pipeline_->present(), pipeline_->going()};
+    next_ = Opening{session_, pipeline_->present(), pipeline_->going(), pipeline_->inOrder()};
     retire();
     settle();
 }

@@ -63,6 +63,7 @@ private:
         Session session;
         MediaAddress address;
         std::optional<Pipeline::Going> going; ///< it was open already
+        bool inOrder;                         ///< see Pipeline
     };
     struct Following {
         Session session; ///< that is followed

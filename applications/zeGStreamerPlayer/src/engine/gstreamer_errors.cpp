@@ -77,4 +77,11 @@ PlayerError playerErrorFor(GstMessage* message, bool answered) {
     return playerErrorFor(*error, status);
 }
 
+bool isRefusedRange(GstMessage* message) {
+    GError* raw = nullptr;
+    gst_message_parse_error(message, &raw, nullptr);
+    const GstOwner<GError> error(raw);
+    return g_error_matches(error.get(), GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SEEK) != FALSE;
+}
+
 } // namespace player

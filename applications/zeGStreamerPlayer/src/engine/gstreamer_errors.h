@@ -13,4 +13,7 @@ PlayerError playerErrorFor(const GError& error, unsigned httpStatus);
 /// The same for an error message of a pipeline. `answered`: the server had answered before.
 PlayerError playerErrorFor(GstMessage* message, bool answered);
 
+/// An error message that says that the server was asked for a part of the media and sent the whole.
+bool isRefusedRange(GstMessage* message);
+
 } // namespace player

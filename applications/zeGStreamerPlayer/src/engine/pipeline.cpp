@@ -67,8 +67,9 @@ GstElement* makeUpright() {
 } // namespace
 
 Pipeline::Pipeline(const Settings& settings, const MediaAddress& address,
-                   const std::optional<Going>& going, Screen& screen, GMainContext* context,
-                   TaskQueue& queue, Report report, std::function<void()> renew)
+                   const std::optional<Going>& going, bool inOrder, Screen& screen,
+                   GMainContext* context, TaskQueue& queue, Report report,
+                   std::function<void()> renew)
     : settings_(settings),
       address_(address),
       context_(context),
@@ -77,6 +78,7 @@ Pipeline::Pipeline(const Settings& settings, const MediaAddress& address,
       renew_(std::move(renew)),
       playbin_(gst_element_factory_make("playbin", nullptr)),
       succession_(playbin_.get()),
+      inOrder_(inOrder),
       cover_(std::make_unique<Cover>(settings.snapshotDir)),
       present_(address),
       going_(going) {
@@ -273,6 +275,16 @@ void Pipeline::onEnd(std::uint32_t number) {
 }
 
 void Pipeline::onError(GstMessage* message) {
+    if (failed_) {
+        return;
+    }
+    if (isRefusedRange(message) && !inOrder_ && !succession_.failedNext()) {
+        // Only asking tells: servers that can send a part do not all say so.
+        inOrder_ = failed_ = true;
+        end();
+        renewed(true);
+        return;
+    }
     const EngineFailed failure{ledAstray_ ? PlayerError::kUnsupportedAddress
                                           : playerErrorFor(message, answered_),
                                errorText(message)};

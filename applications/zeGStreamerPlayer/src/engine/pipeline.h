@@ -48,9 +48,10 @@ public:
 
     /// Starts opening at once; what it goes on with is not told to have been opened. `queue`
     /// belongs to the media thread's context. `renew` asks for another pipeline in the place of
-    /// this one, which cannot move its media any more; not within the call.
+    /// this one, which cannot move its media any more; not within the call. `inOrder`: the server
+    /// is known to send the media from its beginning only.
     Pipeline(const Settings& settings, const MediaAddress& address,
-             const std::optional<Going>& going, Screen& screen, GMainContext* context,
+             const std::optional<Going>& going, bool inOrder, Screen& screen, GMainContext* context,
              TaskQueue& queue, Report report, std::function<void()> renew);
     /// Takes the pipeline down; may block as long as GStreamer does.
     ~Pipeline();
@@ -68,7 +69,9 @@ public:
 
     /// The media that plays, and what is wanted of it.
     const MediaAddress& present() const { return present_; }
-    Going going() const;
+    /// Nothing before it is open.
+    std::optional<Going> going() const;
+    bool inOrder() const { return inOrder_; }
 
     /// Nobody wants this media any more: silent at once, and no further step is begun.
     void retire();
@@ -103,6 +106,7 @@ private:
     static void onSourceSetup(GstElement* playbin, GstElement* source, gpointer self);
     static void onElementSetup(GstElement* playbin, GstElement* element, gpointer self);
     static void onHaveType(GstElement* typefind, guint probability, GstCaps* caps, gpointer self);
+    static GstPadProbeReturn onQuery(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     bool isSubtitles(GstElement* element) const;
     static void onReadToEnd(GstElement* playbin, gpointer self);
     static GstBusSyncReply onPosted(GstBus* bus, GstMessage* message, gpointer self);
@@ -175,6 +179,7 @@ private:
     std::uint64_t bytesSeen_ = 0; ///< of those that had arrived
     bool opened_ = false;
     bool failed_ = false;
+    bool inOrder_; ///< the server sends the media from its beginning only
     bool retired_ = false;
     bool wishQueued_ = false;
     GstState state_ = GST_STATE_PAUSED; ///< reached, or being gone to

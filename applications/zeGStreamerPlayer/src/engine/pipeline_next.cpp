@@ -83,9 +83,12 @@ void Pipeline::followSuccession() {
     }
 }
 
-Pipeline::Going Pipeline::going() const {
+std::optional<Pipeline::Going> Pipeline::going() const {
+    if (!opened_) {
+        return std::nullopt;
+    }
     Going going;
-    going.positionMs = wantPositionMs_.value_or(positionMs());
+    going.positionMs = inOrder_ ? 0 : wantPositionMs_.value_or(positionMs());
     going.speed = wantSpeed_;
     going.playing = wantPlaying_;
     going.toldPlaying = saidPlaying_;

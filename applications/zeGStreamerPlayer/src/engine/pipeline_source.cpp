@@ -108,6 +108,22 @@ void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self) {
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onData, self, nullptr);
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, &Pipeline::onCaps, self,
                       nullptr);
+    if (static_cast<Pipeline*>(self)->inOrder_) {
+        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_QUERY_UPSTREAM, &Pipeline::onQuery, nullptr,
+                          nullptr);
+    }
+}
+
+/// The source takes every server whose media has a length for one that sends any part of it.
+GstPadProbeReturn Pipeline::onQuery(GstPad*, GstPadProbeInfo* info, gpointer) {
+    GstQuery* const query = GST_PAD_PROBE_INFO_QUERY(info);
+    if (GST_QUERY_TYPE(query) != GST_QUERY_SEEKING) {
+        return GST_PAD_PROBE_OK;
+    }
+    GstFormat format = GST_FORMAT_BYTES;
+    gst_query_parse_seeking(query, &format, nullptr, nullptr, nullptr);
+    gst_query_set_seeking(query, format, FALSE, 0, -1);
+    return GST_PAD_PROBE_HANDLED;
 }
 
 /// What only the server's word says how to read (bare samples, L16) cannot be copied: the word does
@@ -124,8 +140,11 @@ GstPadProbeReturn Pipeline::onFirstData(GstPad* pad, GstPadProbeInfo*, gpointer 
     auto* const pipeline = static_cast<Pipeline*>(self);
     const GstOwner<GstElement> source(gst_pad_get_parent_element(pad));
     gint64 size = -1;
-    if (source && gst_element_query_duration(source.get(), GST_FORMAT_BYTES, &size) && size > 0 &&
-        static_cast<std::uint64_t>(size) > roomForCopy(pipeline->settings_)) {
+    const bool tooLarge =
+        source && gst_element_query_duration(source.get(), GST_FORMAT_BYTES, &size) && size > 0 &&
+        static_cast<std::uint64_t>(size) > roomForCopy(pipeline->settings_);
+    // A copy is read anywhere: what has not arrived yet it would ask for.
+    if (tooLarge || pipeline->inOrder_) {
         keepNoCopy(pad);
     }
     return GST_PAD_PROBE_REMOVE;
