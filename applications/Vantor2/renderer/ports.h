@@ -60,9 +60,18 @@ public:
     virtual void fetch(const std::string& uri, Fetched done) = 0;
 };
 
+/// What the player does, as its record has it.
+enum PlayerState : int {
+    kStopped = 1,
+    kEnded = 2, ///< a photo: it is shown
+    kPaused = 3,
+    kPlaying = 4,
+    kOpening = 5,
+};
+
 /// The player's record, as far as the renderer reports it on.
 struct PlayerReport {
-    int state = 1; ///< 1 stopped, 2 ended (a photo: shown), 3 paused, 4 playing, 5 opening
+    int state = kStopped;
     int errorCode = 0;
     std::string errorMessage;
     std::string uri;          ///< of the track; empty when the player does not say

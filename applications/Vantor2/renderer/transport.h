@@ -209,7 +209,7 @@ private:
     bool refusedToAll_ = false; // no media, because the viewer said no
     Expecting expecting_ = Expecting::nothing;
     TimePoint expectingUntil_;
-    int playerState_ = 1; // in its last report, whatever that was about
+    int playerState_ = kStopped; // in its last report, whatever that was about
     PlayerReport report_;
     std::optional<MediaOrder> announced_; // what the player was told to go on with
     bool goingOn_ = false;                // the player is about to begin that by itself

@@ -8,9 +8,6 @@ namespace vantor {
 
 namespace {
 
-// The player's states.
-enum PlayerState : int { kStopped = 1, kEnded = 2, kPaused = 3, kPlaying = 4, kOpening = 5 };
-
 bool isSame(const MediaOrder& one, const MediaOrder& other) {
     return one.mediaUri == other.mediaUri && one.mediaInfo == other.mediaInfo &&
            one.trackUri == other.trackUri && one.trackInfo == other.trackInfo;

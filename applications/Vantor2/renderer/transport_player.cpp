@@ -7,13 +7,6 @@
 
 namespace vantor {
 
-namespace {
-
-// The player's states.
-enum PlayerState : int { kStopped = 1, kEnded = 2, kPaused = 3, kPlaying = 4, kOpening = 5 };
-
-} // namespace
-
 void Transport::load(Media media) {
     permission_.noteAdmitted(media.owner);
     forgetRefusal(media.owner);

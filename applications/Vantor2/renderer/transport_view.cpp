@@ -108,16 +108,16 @@ TransportState Transport::mediaState() const {
         return TransportState::transitioning;
     }
     switch (report_.state) {
-    case 5:
+    case kOpening:
         if (seamless_) {
             return TransportState::playing;
         }
         return playWanted_ ? TransportState::transitioning : TransportState::stopped;
-    case 4:
+    case kPlaying:
         return TransportState::playing;
-    case 3:
+    case kPaused:
         return TransportState::paused;
-    case 2: // a photo stays on the screen until it is stopped or replaced
+    case kEnded: // a photo stays on the screen until it is stopped or replaced
         return isImage() ? TransportState::playing : TransportState::stopped;
     default:
         return TransportState::stopped;
