@@ -155,6 +155,22 @@ TEST_F(WhatIsTold, FollowsTheTitlesOfARadioStation) {
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
 }
 
+/// Bit rate and length of such a song are estimated anew all the time.
+TEST_F(WhatIsTold, IsNotToldAgainForEveryEstimate) {
+    const test::MediaServer server(KETRA_TEST_MEDIA);
+    open(server.address("/good/song.mp3"));
+    ASSERT_TRUE(player_.waitForState(player::PlayerState::kFinished)) << items();
+    EXPECT_NE(items().find("bitrate:"), std::string::npos) << items();
+    // Beside the six of the position.
+    EXPECT_LE(player_.announced().size(), 16u);
+    int changes = 0;
+    for (std::size_t index = 1; index < player_.announced().size(); ++index) {
+        const std::string& before = player_.announced()[index - 1].infoText;
+        changes += player_.announced()[index].infoText != before ? 1 : 0;
+    }
+    EXPECT_LE(changes, 4);
+}
+
 /// Runs a pipeline whose element "tags" writes the title of the whole.
 bool makeFile(const std::string& description, const char* title) {
     const player::GstOwner<GstElement> pipeline(gst_parse_launch(description.c_str(), nullptr));

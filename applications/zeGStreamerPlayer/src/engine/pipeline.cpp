@@ -1,5 +1,7 @@
 #include "engine/pipeline.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <utility>
 
@@ -51,6 +53,20 @@ std::string errorText(GstMessage* message) {
     const GstOwner<GError> error(rawError);
     const GstOwner<char> debug(rawDebug);
     return std::string(error->message) + (debug ? " [" + std::string(debug.get()) + "]" : "");
+}
+
+/// What is estimated while the media plays wobbles: it stays as it was told until it is another by
+/// an eighth of the bits or a second of the length.
+void steady(MediaFacts& facts, const MediaFacts& told) {
+    constexpr std::int64_t kSecondMs = 1000;
+    const unsigned bits = std::max(facts.bitrate, told.bitrate);
+    if (bits - std::min(facts.bitrate, told.bitrate) < told.bitrate / 8) {
+        facts.bitrate = told.bitrate;
+    }
+    if (!facts.durationExact && told.durationMs >= 0 && facts.durationMs >= 0 &&
+        std::abs(facts.durationMs - told.durationMs) < kSecondMs) {
+        facts.durationMs = told.durationMs;
+    }
 }
 
 /// Turns photos and films the way in which the camera says that it was held.
@@ -332,6 +348,7 @@ void Pipeline::onTimer() {
     if (factsStale_ && idle() && !succession_.underWay()) {
         factsStale_ = false;
         MediaFacts now_known = facts();
+        steady(now_known, known_);
         if (now_known != known_) {
             known_ = std::move(now_known);
             report_(EngineFacts{known_});
