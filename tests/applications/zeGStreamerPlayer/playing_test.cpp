@@ -236,6 +236,13 @@ TEST_F(APlayer, RefusesASeekThatTheServerCannotServe) {
     EXPECT_EQ(player_.last().speed, Speed());
 }
 
+TEST_F(APlayer, KnowsHowLongAFilmIsWhoseServerDoesNotSayItsSize) {
+    for (const char* const path : {"/chunked/film.mp4", "/stream/film.webm"}) {
+        playUntilPlaying(path);
+        EXPECT_EQ(player_.last().track.durationSec, 20u) << path;
+    }
+}
+
 TEST_F(APlayer, EndsWhenTheMediaEndsAndPlaysItAgain) {
     playUntilPlaying("/good/film.mp4");
     ASSERT_TRUE(player_->seek(19000));

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <gio/gio.h>
+#include <gst/base/gstbasesrc.h>
 
 #include "engine/image_type.h"
 #include "engine/pipeline.h"
@@ -59,6 +60,17 @@ void trustCertificatesOf(GstElement* source, const std::string& file) {
     g_object_unref(database);
 }
 
+/// The source knows bytes. Asked for a time when it does not even know those, it would say "not
+/// known" in the place of the demuxer behind it, which knows.
+gboolean answerQuery(GstPad*, GstObject* parent, GstQuery* query) {
+    auto* const source = GST_BASE_SRC(parent);
+    GstFormat format = GST_FORMAT_UNDEFINED;
+    if (GST_QUERY_TYPE(query) == GST_QUERY_DURATION) {
+        gst_query_parse_duration(query, &format, nullptr);
+    }
+    return format != GST_FORMAT_TIME && GST_BASE_SRC_GET_CLASS(source)->query(source, query);
+}
+
 /// The copy has a name only for the moment in which it is opened: nothing is left behind, however
 /// the process ends.
 void onCopyCreated(GObject* buffer, GParamSpec*, gpointer) {
@@ -104,6 +116,7 @@ void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self) {
                  "user-agent", kUserAgent, nullptr);
     trustCertificatesOf(source, static_cast<Pipeline*>(self)->settings_.caFile);
     const GstOwner<GstPad> pad(gst_element_get_static_pad(source, "src"));
+    gst_pad_set_query_function(pad.get(), answerQuery);
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onFirstData, self, nullptr);
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onData, self, nullptr);
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, &Pipeline::onCaps, self,
