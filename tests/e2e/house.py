@@ -375,11 +375,12 @@ _TYPES = {"mp4": "video/mp4", "mp3": "audio/mpeg", "jpg": "image/jpeg", "txt": "
 
 
 def didl(uri, mime="video/mp4", title="Something"):
+    kind = "audioItem" if mime.startswith("audio/") else "videoItem"
     return ('<DIDL-Lite xmlns="urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/" '
             'xmlns:dc="http://purl.org/dc/elements/1.1/" '
             'xmlns:upnp="urn:schemas-upnp-org:metadata-1-0/upnp/">'
             '<item id="1" parentID="0" restricted="1">'
-            f'<dc:title>{escape(title)}</dc:title><upnp:class>object.item.videoItem</upnp:class>'
+            f'<dc:title>{escape(title)}</dc:title><upnp:class>object.item.{kind}</upnp:class>'
             f'<res protocolInfo="http-get:*:{mime}:*">{escape(uri)}</res></item></DIDL-Lite>')
 
 

@@ -146,6 +146,24 @@ protected:
         return zeSBusCommand("customcommand", state).Execute(&watcher_.manager(), kType, kInstance);
     }
 
+    /// Names what follows the media that is set.
+    bool announce(const std::string& address) {
+        zeSBusState* const state = zeSBusState::New(&ContentPlayerServiceURIExTemplate, nullptr);
+        auto* const record = reinterpret_cast<ContentPlayerServiceURIEx*>(state);
+        record->mMediaURI = strdup(address.c_str());
+        record->mTrackURI = strdup(address.c_str());
+        return zeSBusCommand("setnexturiex", state).Execute(&watcher_.manager(), kType, kInstance);
+    }
+
+    /// Waits until the server was asked for this path.
+    bool waitForRequest(const std::string& path) const {
+        const auto end = std::chrono::steady_clock::now() + seconds(20);
+        while (!server_.wasAsked(path) && std::chrono::steady_clock::now() < end) {
+            poll(nullptr, 0, 10);
+        }
+        return server_.wasAsked(path);
+    }
+
     test::TemporaryFolder folder_;
     testing_support::PrivateBus bus_;
     test::MediaServer server_{KETRA_TEST_MEDIA};
@@ -238,6 +256,35 @@ TEST_F(ThePlayerProcess, ReplacesAMediaWorkerThatIsKilled) {
     EXPECT_TRUE(screenIs('r'));
     EXPECT_TRUE(custom("Volume", "UP"));
     EXPECT_EQ(player::loadSound(folder_.path()).volume, 60u);
+}
+
+TEST_F(ThePlayerProcess, LosesTheSongThatPlaysWithAWorkerThatPreparesTheNextOne) {
+    start();
+    int round = 0;
+    for (const char* const next : {"/silent", "/good/song.wav"}) {
+        SCOPED_TRACE(next);
+        ASSERT_TRUE(
+            watcher_.command("seturi", kInstance, server_.address("/good/song.mp3").c_str()));
+        ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+        ASSERT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
+        ASSERT_TRUE(announce(server_.address(next)));
+        ASSERT_TRUE(waitForRequest(next)) << player_->error();
+        const pid_t old = worker();
+        ASSERT_NE(old, 0);
+        kill(old, SIGKILL);
+        expectLossAndRecovery(old);
+        std::vector<Notice> losses;
+        for (const Notice& notice : watcher_.notices()) {
+            if (notice.error != 0) {
+                losses.push_back(notice);
+            }
+        }
+        ASSERT_EQ(losses.size(), static_cast<std::size_t>(++round));
+        EXPECT_EQ(losses.back().title, "Blue Hour");
+        ASSERT_TRUE(watcher_.command("stop", kInstance));
+        ASSERT_TRUE(waitForState(kPlayerStopped));
+    }
+    EXPECT_EQ(states(), (std::vector<int>{1, 5, 4, 1, 5, 4, 1, 5, 4, 1, 5, 4, 1}));
 }
 
 TEST_F(ThePlayerProcess, ReplacesAMediaWorkerWithinASecondHoweverOften) {

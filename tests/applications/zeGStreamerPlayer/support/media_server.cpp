@@ -119,9 +119,19 @@ std::string MediaServer::address(const std::string& path) const {
     return (tls_ ? "https" : "http") + ("://127.0.0.1:" + std::to_string(port_)) + path;
 }
 
+bool MediaServer::wasAsked(const std::string& path) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return asked_.count(path) != 0;
+}
+
 void MediaServer::onRequest(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*,
-                            gpointer self) {
-    static_cast<MediaServer*>(self)->answer(message, path);
+                            gpointer data) {
+    auto* const self = static_cast<MediaServer*>(data);
+    {
+        const std::lock_guard<std::mutex> lock(self->mutex_);
+        self->asked_.insert(path);
+    }
+    self->answer(message, path);
 }
 
 std::string MediaServer::contentOf(const std::string& file) {

@@ -13,6 +13,8 @@
 
 #include <map>
 #include <memory>
+#include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -31,6 +33,8 @@ public:
 
     /// The address of a path such as "/good/film.mp4".
     std::string address(const std::string& path) const;
+    /// Whether somebody has asked for the path.
+    bool wasAsked(const std::string& path) const;
 
 private:
     static void onRequest(SoupServer* server, SoupServerMessage* message, const char* path,
@@ -56,6 +60,8 @@ private:
     SoupServer* server_ = nullptr;
     std::vector<GIOStream*> silent_; ///< connections kept open without a word; server's thread
     std::vector<SoupServerMessage*> unanswered_;
+    mutable std::mutex mutex_;
+    std::set<std::string> asked_; ///< guarded by mutex_
     std::thread thread_;
 };
 
