@@ -151,6 +151,16 @@ TEST_F(AServer, ThatSendsNoPartsIsAskedForTheWholeOnceMore) {
     EXPECT_EQ(player_.last().supportedSpeeds, "1") << "it cannot be moved";
 }
 
+TEST_F(AServer, ThatHangsUpOnceIsAskedForTheRest) {
+    play(server_.address("/interrupted/clip.mp4"));
+    ASSERT_TRUE(player_.waitUntil([this] {
+        return player_.last().state == PlayerState::kFinished ||
+               player_.last().error != PlayerError::kNone;
+    }));
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING FINISHED") << player_.log();
+    EXPECT_TRUE(server_.interrupted());
+}
+
 TEST_F(AServer, OfSubtitlesThatNeverAnswersDoesNotHoldUpTheFilm) {
     const std::string film = server_.address("/good/film.h265.mp4");
     play(film, "<DIDL-Lite xmlns='urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/'><item>"

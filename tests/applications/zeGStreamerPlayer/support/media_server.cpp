@@ -185,6 +185,8 @@ void MediaServer::answer(SoupServerMessage* message, const std::string& path) {
         sendSlowly(message, "HTTP/1.1 200 OK\r\nContent-Type: " + typeOf(rest) +
                                 "\r\nContent-Length: " + std::to_string(content.size()) +
                                 "\r\n\r\n" + content);
+    } else if (manner == "interrupted" && !interrupted_.exchange(true)) {
+        answerByHand(message, content, typeOf(rest), true);
     } else if (manner == "cut" || manner == "stall") {
         answerByHand(message, content, typeOf(rest), manner == "cut");
     } else {

@@ -5,12 +5,14 @@
 // /good/film.srt to who asks for subtitles), /whole/FILE (with its length, but no Range),
 // /chunked/FILE, /stream/FILE (no length, no Range), /radio/FILE (a station: titles between the
 // sound), /more/FILE (promises more than there is), /less/FILE (promises a part of it), /cut/FILE
-// (hangs up in the middle), /slow/FILE (takes three seconds), /short/FILE (a file that was cut
-// off), /stall/FILE (falls silent in the middle), /silent (never answers), /status/NNN (an error),
-// /text/FILE (a text that claims to be the file), /to?ADDRESS (a redirect there), /round (a
-// redirect to itself), /timed/FILE (no Range; the server finds times and scales itself).
+// (hangs up in the middle), /interrupted/FILE (does so the first time), /slow/FILE (takes three
+// seconds), /short/FILE (a file that was cut off), /stall/FILE (falls silent in the middle),
+// /silent (never answers), /status/NNN (an error), /text/FILE (a text that claims to be the file),
+// /to?ADDRESS (a redirect there), /round (a redirect to itself), /timed/FILE (no Range; the server
+// finds times and scales itself).
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -35,6 +37,8 @@ public:
     std::string address(const std::string& path) const;
     /// Whether somebody has asked for the path.
     bool wasAsked(const std::string& path) const;
+    /// Whether an "interrupted" answer has been.
+    bool interrupted() const { return interrupted_; }
 
 private:
     static void onRequest(SoupServer* server, SoupServerMessage* message, const char* path,
@@ -62,6 +66,7 @@ private:
     std::vector<SoupServerMessage*> unanswered_;
     mutable std::mutex mutex_;
     std::set<std::string> asked_; ///< guarded by mutex_
+    std::atomic<bool> interrupted_{false};
     std::thread thread_;
 };
 
