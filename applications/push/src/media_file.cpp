@@ -108,12 +108,14 @@ void describeTags(GstDiscovererInfo* info, GstDiscovererStreamInfo* top, MediaFi
 /// Fills everything but path and size; false when the content holds nothing to show or hear.
 bool describeContent(GstDiscovererInfo* info, MediaFile& file) {
     const Streams streams = lookAtStreams(info);
-    if (streams.hasVideo) {
+    const ObjectPtr<GstDiscovererStreamInfo> top(gst_discoverer_info_get_stream_info(info));
+    const std::string format = top ? capsName(top.get()) : "";
+    if (streams.hasVideo && format.rfind("image/", 0) != 0) {
         file.kind = MediaKind::kVideo;
     } else if (streams.hasAudio) {
         file.kind = MediaKind::kMusic;
-    } else if (streams.hasImage) {
-        file.kind = MediaKind::kPhoto;
+    } else if (streams.hasImage || streams.hasVideo) {
+        file.kind = MediaKind::kPhoto; // also one that moves
     } else {
         return false;
     }
@@ -125,8 +127,7 @@ bool describeContent(GstDiscovererInfo* info, MediaFile& file) {
     if (file.kind != MediaKind::kPhoto && GST_CLOCK_TIME_IS_VALID(duration) && duration > 0) {
         file.durationMillis = duration / GST_MSECOND;
     }
-    const ObjectPtr<GstDiscovererStreamInfo> top(gst_discoverer_info_get_stream_info(info));
-    file.type = mediaTypeFor(top ? capsName(top.get()) : "", file.kind, file.path);
+    file.type = mediaTypeFor(format, file.kind, file.path);
     describeTags(info, top.get(), file);
     if (file.title.empty()) {
         file.title = titleFromPath(file.path);

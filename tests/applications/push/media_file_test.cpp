@@ -131,4 +131,19 @@ TEST(ATitleFromAPath, IsTheNameWithoutFoldersAndEnding) {
     EXPECT_EQ(push::titleFromPath("/a/.hidden"), ".hidden");
 }
 
+TEST_F(AFile, ThatIsAMovingPictureIsAPhoto) {
+    const std::string picture(
+        "\x21\xf9\x04\x04\x0a\0\0\0\x2c\0\0\0\0\x01\0\x01\0\0\x02\x02\x44\x01\0", 23);
+    const std::string gif =
+        std::string("GIF89a\x01\0\x01\0\x80\0\0\xff\0\0\0\0\xff", 19) + picture + picture + ";";
+    std::ofstream(path("moving.gif"), std::ios::binary) << gif;
+    std::string error;
+    const auto file = push::describeMedia(path("moving.gif"), error);
+    ASSERT_TRUE(file) << error;
+    EXPECT_EQ(file->kind, push::MediaKind::kPhoto);
+    EXPECT_EQ(file->type.mime, "image/gif");
+    EXPECT_FALSE(file->durationMillis);
+    EXPECT_EQ(file->width, 1U);
+}
+
 } // namespace
