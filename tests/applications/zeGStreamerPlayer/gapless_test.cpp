@@ -325,6 +325,29 @@ TEST_F(GaplessPlayer, CanBeMovedBackWhenTheNextSongIsReadyAlready) {
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING FINISHED LOADING PLAYING FINISHED");
 }
 
+TEST_F(GaplessPlayer, CanBeMovedBackInASongThatHasFollowedAnother) {
+    const std::size_t two = kFirst + 6 * kRate + 5;
+    const std::size_t three = two + kRate;
+    make("one.wav", 0, kFirst);
+    make("two.wav", kFirst, two);
+    make("three.wav", two, three);
+    play("/good/one.wav", server_.address("/good/two.wav"));
+    ASSERT_TRUE(player_.waitUntil(
+        [this] { return player_.last().track.uri == server_.address("/good/two.wav"); }));
+    ASSERT_TRUE(player_->setNext(request(server_.address("/good/three.wav"))));
+    ASSERT_TRUE(player_.waitUntil([two] { return test::recordedCount() > two - kRate / 2; }));
+    ASSERT_TRUE(player_->seek(4000));
+    ASSERT_TRUE(waitForTheEnd()) << player_.log();
+    const Samples found = test::recorded();
+    const Samples expected = signal(kFirst + 4 * kRate, three);
+    ASSERT_GT(found.size(), two + expected.size() - kRate);
+    EXPECT_EQ(
+        difference(Samples(found.end() - static_cast<std::ptrdiff_t>(expected.size()), found.end()),
+                   expected),
+        "");
+    EXPECT_EQ(player_.last().track.uri, server_.address("/good/three.wav"));
+}
+
 TEST_F(GaplessPlayer, CanBeMovedAndPausedAtOnceWhenTheNextSongIsReadyAlready) {
     makeBoth();
     play("/good/one.wav", server_.address("/good/two.wav"));

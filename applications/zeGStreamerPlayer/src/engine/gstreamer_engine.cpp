@@ -173,9 +173,10 @@ void GStreamerEngine::settle() {
         pipeline_ = std::make_unique<Pipeline>(
             settings_, opening.address, opening.going, opening.inOrder, *screen_, context_, queue_,
             [this](auto what) { tell(std::move(what)); },
-            [this, session = session_] {
-                queue_.post([this, session] {
-                    if (session_ == session) {
+            // Its session changes when the next media follows in it.
+            [this, number = ++pipelines_] {
+                queue_.post([this, number] {
+                    if (session_ != 0 && pipelines_ == number) {
                         renew();
                     }
                 });

@@ -91,8 +91,9 @@ private:
     std::unique_ptr<Screen> screen_;        ///< while GStreamer is there
     std::unique_ptr<PictureWriter> writer_; ///< likewise
     std::unique_ptr<Pipeline> pipeline_;
-    Session session_ = 0; ///< of pipeline_, 0 while it is being closed
-    Session before_ = 0;  ///< the one that session_ has followed without a gap
+    unsigned pipelines_ = 0; ///< how many there have been
+    Session session_ = 0;    ///< of pipeline_, 0 while it is being closed
+    Session before_ = 0;     ///< the one that session_ has followed without a gap
     Following following_{0, std::nullopt};
     std::chrono::steady_clock::time_point closingSince_;
     std::optional<Opening> next_;
