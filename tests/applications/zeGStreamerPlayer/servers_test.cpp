@@ -161,6 +161,35 @@ TEST_F(AServer, ThatHangsUpOnceIsAskedForTheRest) {
     EXPECT_TRUE(server_.interrupted());
 }
 
+/// A slow server that states a length and answers no Range.
+TEST_F(AServer, WithoutRangeIsPlayedThoughTheDemuxerWouldLookElsewhere) {
+    for (const char* const file : {"counted.ts", "counted.avi"}) {
+        play(server_.address(std::string("/slow/") + file));
+        ASSERT_TRUE(player_.waitUntil([this] {
+            return player_.last().positionSec > 0 || player_.last().error != PlayerError::kNone;
+        }));
+        EXPECT_EQ(player_.last().error, PlayerError::kNone) << player_.log();
+        EXPECT_EQ(player_.last().supportedSpeeds, "1") << file;
+        EXPECT_EQ(player_.last().supportedSeekModes, "") << file;
+        EXPECT_FALSE(player_->seek(1000));
+        EXPECT_FALSE(player_->play(*Speed::fromText("2")));
+    }
+}
+
+TEST_F(AServer, WithoutRangeHasItsMediaMovedOnceAllOfItIsThere) {
+    play(server_.address("/slow/counted.mp4"));
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying)) << player_.log();
+    EXPECT_EQ(player_.last().supportedSpeeds, "1");
+    EXPECT_EQ(player_.last().supportedSeekModes, "");
+    EXPECT_FALSE(player_->seek(30000));
+    ASSERT_TRUE(
+        player_.waitUntil([this] { return player_.last().supportedSeekModes != ""; }, seconds(20)));
+    EXPECT_NE(player_.last().supportedSpeeds, "1");
+    EXPECT_TRUE(player_->seek(30000));
+    EXPECT_TRUE(player_.waitUntil([this] { return player_.last().positionSec >= 30; }));
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+}
+
 TEST_F(AServer, OfSubtitlesThatNeverAnswersDoesNotHoldUpTheFilm) {
     const std::string film = server_.address("/good/film.h265.mp4");
     play(film, "<DIDL-Lite xmlns='urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/'><item>"

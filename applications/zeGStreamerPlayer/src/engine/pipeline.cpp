@@ -343,6 +343,7 @@ void Pipeline::onTimer() {
     }
     followBuffer();
     followPart();
+    followCopy();
     permitNext();
     followSuccession();
     if (factsStale_ && idle() && !succession_.underWay()) {
@@ -478,14 +479,15 @@ void Pipeline::handleHeaders(const GstStructure& structure) {
         takeAnswer(header(headers, "TimeSeekRange.dlna.org"),
                    header(headers, "PlaySpeed.dlna.org"));
     }
+    unsigned status = 0;
+    gst_structure_get_uint(&structure, "http-status-code", &status);
+    takeRangeAnswer(status, header(headers, "Accept-Ranges"));
     if (answered_ && !succession_.underWay()) {
         return;
     }
     if (gst_structure_n_fields(headers) == 0) {
         return; // what a request without a connection leaves
     }
-    unsigned status = 0;
-    gst_structure_get_uint(&structure, "http-status-code", &status);
     if (status >= 300 && status < 400) {
         // The one who is asked next answers; nobody is asked whose address is none of ours.
         const std::string location = header(headers, "Location");

@@ -152,7 +152,9 @@ private:
     std::int64_t endMs() const;
     bool keepHeader(GstPadProbeInfo* info);
     bool asksServer() const;
-    bool sourceAnswersRanges() const;
+    void takeRangeAnswer(unsigned status, const std::string& acceptRanges);
+    bool movesInside();
+    void followCopy();
     void addServersFacts(MediaFacts& facts);
     void ask(std::int64_t fromMs);
     void takeAnswer(const std::string& timeSeekRange, const std::string& playSpeed);
@@ -216,9 +218,12 @@ private:
     bool segmentEnded_ = false;         ///< the part was over before the move to it was
     bool ended_ = false;                ///< there is no more, which is not reported yet
     std::optional<Leaps> leaps_;
-    DlnaFeatures features_;        ///< of the server, once the media is open
-    std::string contentFeatures_;  ///< as the server said it
-    bool inside_ = false;          ///< GStreamer can move the media itself
+    DlnaFeatures features_;       ///< of the server, once the media is open
+    std::string contentFeatures_; ///< as the server said it
+    bool inside_ = false;         ///< GStreamer can move the media itself
+    bool answersRanges_ = false;  ///< the server has said or shown that it does
+    bool nextAnswersRanges_ = false;
+    bool copyWhole_ = false;       ///< all of the media is there
     std::optional<Asked> asked_;   ///< once the server was asked to move it
     bool refused_ = false;         ///< it did not do so
     std::int64_t wholeMs_ = -1;    ///< length of the whole media, which it sends a part of

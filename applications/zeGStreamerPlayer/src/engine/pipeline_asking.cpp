@@ -15,25 +15,17 @@ bool Pipeline::asksServer() const {
     return !inside_ && features_.timeSeek;
 }
 
-/// The copy claims to be able to move anywhere, also when nobody can fetch what is there.
-bool Pipeline::sourceAnswersRanges() const {
-    GstElement* rawSource = nullptr;
-    g_object_get(playbin_.get(), "source", &rawSource, nullptr);
-    const GstOwner<GstElement> source(rawSource);
-    const GstOwner<GstQuery> query(gst_query_new_seeking(GST_FORMAT_BYTES));
-    gboolean seekable = FALSE;
-    if (source && gst_element_query(source.get(), query.get())) {
-        gst_query_parse_seeking(query.get(), nullptr, &seekable, nullptr, nullptr);
-    }
-    return seekable != FALSE;
-}
-
 /// Completes what is known of a media by what its server said about moving it.
 void Pipeline::addServersFacts(MediaFacts& facts) {
     if (!opened_) {
         features_ =
-            dlnaFeaturesIn(contentFeatures_.empty() ? address_.protocolInfo : contentFeatures_);
-        inside_ = facts.seekable && (!features_.timeSeek || sourceAnswersRanges());
+            dlnaFeaturesIn(contentFeatures_.empty() ? present_.protocolInfo : contentFeatures_);
+        answersRanges_ = answersRanges_ || (features_.byteSeek && !inOrder_);
+        inside_ = facts.seekable && (!features_.timeSeek || answersRanges_);
+    }
+    if (!asksServer() && !movesInside()) {
+        facts.seekable = false;
+        facts.speeds.clear();
     }
     facts.durationExact = facts.durationExact && !features_.growing;
     if (!asksServer() || facts.kind == MediaKind::kImage) {

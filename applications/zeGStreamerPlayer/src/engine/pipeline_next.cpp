@@ -56,6 +56,8 @@ void Pipeline::onFollowed(const NextMedia& next) {
     tags_.reset();
     cover_ = std::make_unique<Cover>(settings_.snapshotDir);
     markA_.reset();
+    answersRanges_ = std::exchange(nextAnswersRanges_, false);
+    copyWhole_ = false;
     contentFeatures_ = nextAnswer_ ? nextAnswer_->contentFeatures : "";
     opened_ = false; // what can be asked of its server is found out as of any media that opens
     known_ = facts();

@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::size_t kPrimaryFlags = 8; ///< hexadecimal digits
 constexpr std::uint32_t kLimitedTimeSeek = 1U << 30;
+constexpr std::uint32_t kLimitedByteSeek = 1U << 29;
 constexpr std::uint32_t kBeginningMoves = 1U << 27;
 constexpr std::uint32_t kEndMoves = 1U << 26;
 /// Longer than any media, and short enough to be calculated with.
@@ -94,8 +95,12 @@ DlnaFeatures dlnaFeaturesIn(std::string_view additional) {
     if (digits.size() == kPrimaryFlags) {
         std::from_chars(digits.data(), digits.data() + digits.size(), flags, 16);
     }
-    features.timeSeek =
-        parameter(additional, "DLNA.ORG_OP").substr(0, 1) == "1" || (flags & kLimitedTimeSeek) != 0;
+    const std::string_view operations = parameter(additional, "DLNA.ORG_OP");
+    const auto offers = [operations](std::size_t index) {
+        return operations.size() > index && operations[index] == '1';
+    };
+    features.timeSeek = offers(0) || (flags & kLimitedTimeSeek) != 0;
+    features.byteSeek = offers(1) || (flags & kLimitedByteSeek) != 0;
     features.speeds = speedsIn(parameter(additional, "DLNA.ORG_PS"));
     features.growing = (flags & (kBeginningMoves | kEndMoves)) != 0;
     return features;

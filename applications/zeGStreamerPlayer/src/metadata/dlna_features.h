@@ -17,6 +17,7 @@ namespace player {
 /// The parameters of a protocol info's fourth field that say how the media can be moved.
 struct DlnaFeatures {
     bool timeSeek = false;     ///< DLNA.ORG_OP, or a limited part of it: the server finds a time
+    bool byteSeek = false;     ///< the same for a byte: the server answers Range
     std::vector<Speed> speeds; ///< DLNA.ORG_PS, without the normal one: the server scales
     bool growing = false;      ///< DLNA.ORG_FLAGS: its beginning or end moves while it is served
 };
