@@ -161,6 +161,39 @@ TEST_F(TheDaemon, TakesAFilmThroughPermissionToThePlayer) {
     EXPECT_TRUE(tv->waitForNote("stop"));
 }
 
+TEST_F(TheDaemon, OffersTheMovesThatThePlayerSaysThatItKnows) {
+    start();
+    tv->publishPlayer();
+    ASSERT_TRUE(succeeded(setUri()));
+    ASSERT_TRUE(succeeded(play()));
+    ASSERT_TRUE(tv->waitForRecord(
+        [](const auto& record) { return record.mAuthorizationRequestsCount == 1; }));
+    ASSERT_TRUE(tv->command("authorize_operation", 1));
+    ASSERT_TRUE(tv->waitForNote("play 1"));
+    tv->playerReports(5);
+    tv->playerReports(4);
+    const auto offers = [&](const char* speeds, const char* seekModes, const char* actions) {
+        tv->player->change([&](statebus::Record& record) {
+            record.setText("mPlayback.mSupportedSpeeds", speeds);
+            record.setText("mPlayback.mSupportedSeekModes", seekModes);
+        });
+        std::string said;
+        EXPECT_TRUE(waitUntil([&] {
+            said = element(call(kAvt, "GetCurrentTransportActions", kInstance), "Actions");
+            return said == actions;
+        })) << said;
+    };
+    offers("1,2,-2,1/2", "REL_TIME,ABS_TIME",
+           "Play,Pause,Stop,Seek,X_DLNA_SeekTime,X_DLNA_PS=2\\,-2\\,1/2");
+    EXPECT_TRUE(succeeded(call(kAvt, "Play", std::string(kInstance) + "<Speed>1/2</Speed>")));
+    EXPECT_FALSE(succeeded(call(kAvt, "Play", std::string(kInstance) + "<Speed>4</Speed>")));
+    offers("1,2,8,-4", "REL_TIME", "Play,Pause,Stop,Seek,X_DLNA_SeekTime,X_DLNA_PS=2\\,8\\,-4");
+    offers("1", "", "Play,Pause,Stop");
+    EXPECT_FALSE(succeeded(call(
+        kAvt, "Seek", std::string(kInstance) + "<Unit>REL_TIME</Unit><Target>0:00:07</Target>")));
+    offers("1,2", "REL_TIME,ABS_TIME", "Play,Pause,Stop,Seek,X_DLNA_SeekTime,X_DLNA_PS=2");
+}
+
 TEST_F(TheDaemon, OffersWhatThePlayerSaysThatItOpens) {
     start();
     const auto sink = [&] {
