@@ -23,6 +23,7 @@ enum class Verb {
     kZoomBy,         ///< likewise, from here
     kRotateTo,       ///< number: quarter turns clockwise, 0 to 3
     kRotateBy,       ///< likewise, from here
+    kPlainPicture,   ///< neither zoomed nor turned
     kMove,           ///< text: "up", "down", "left", "right"; number: pixels of the screen
     kRepeat,         ///< text: "a", "ab", "none"; empty: the next of these
     kAudioTrack,     ///< number: counted from 0

@@ -19,7 +19,7 @@ constexpr Key kKeys[] = {
     {'M', Verb::kUnmute, 0},        {'y', Verb::kAllow, 0},          {'n', Verb::kDeny, 0},
     {'v', Verb::kShow, 0},          {'h', Verb::kHide, 0},           {'p', Verb::kSnapshot, 0},
     {'?', Verb::kHelp, 0},          {'q', Verb::kQuit, 0},           {'+', Verb::kZoomBy, 1},
-    {'-', Verb::kZoomBy, -1},       {'0', Verb::kZoomTo, 0},         {'o', Verb::kRotateBy, 1},
+    {'-', Verb::kZoomBy, -1},       {'0', Verb::kPlainPicture, 0},   {'o', Verb::kRotateBy, 1},
     {'a', Verb::kRepeat, 0},        {'t', Verb::kNextAudioTrack, 0}, {'x', Verb::kNextRatio, 0},
     {'w', Verb::kFullScreen, 0},    {'W', Verb::kFullScreen, 1},
 };
@@ -53,7 +53,7 @@ const char kKeyHelp[] = R"(  space  pause, resume           left, right   10 sec
   l      slow, slower            p             picture of the screen
   s      stop                    v, h          show, hide on the network
   y, n   allow, deny             r             rename
-  +, -   zoom in, out            0             as large as it is
+  +, -   zoom in, out            0             neither zoomed nor turned
   o      turn                    8, 2, 4, 6    move the zoomed view
   x      next shape              a             repeat from here, to here, no more
   t      next sound track        W, w          the whole display, a window

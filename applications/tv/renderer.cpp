@@ -63,6 +63,7 @@ void Renderer::remember(const Event& event) {
         info_ = nullptr;
         media_ = event.media;
         repeat_ = E_MM_INTERFACE_REPEAT_AB_NONE;
+        target_.clear();
         break;
     }
     case MM_START_PLAY:
@@ -76,6 +77,7 @@ void Renderer::remember(const Event& event) {
         media_ = MediaKind::kNone;
         title_.clear();
         info_ = nullptr;
+        target_.clear();
         break;
     default:
         break;
@@ -103,17 +105,22 @@ Status Renderer::status() {
     status.duration = duration();
     // The service's own query: the interface's aborts while a slow speed is in force.
     status.speed = service().MediaPlayer_GetPlayerSpeed(serviceType(media_));
-    if (isMovieOrMusic()) {
-        const U32 position = service().MM_Interface_GetPlayPosition(interfaceType(media_));
-        if (position != kUnknown)
-            status.position = position / 1000;
-    }
+    status.position = target_.position(reportedPosition(), std::chrono::steady_clock::now());
     status.visible = service().DMR_MNG_Get_DMRVisibleFlag() != FALSE;
     return status;
 }
 
 bool Renderer::isMovieOrMusic() const {
     return media_ == MediaKind::kMovie || media_ == MediaKind::kMusic;
+}
+
+std::optional<std::uint32_t> Renderer::reportedPosition() const {
+    if (!isMovieOrMusic())
+        return std::nullopt;
+    const U32 position = service().MM_Interface_GetPlayPosition(interfaceType(media_));
+    if (position == kUnknown)
+        return std::nullopt;
+    return position / 1000;
 }
 
 std::optional<std::uint32_t> Renderer::duration() const {
@@ -158,6 +165,8 @@ Outcome Renderer::seekTo(long seconds) {
     long target = std::max(seconds, 0L);
     if (const auto last = duration())
         target = std::min(target, static_cast<long>(*last));
+    target_.set(static_cast<std::uint32_t>(target), reportedPosition(),
+                std::chrono::steady_clock::now());
     // The interface's operation is for movies; for music it would abort.
     if (media_ == MediaKind::kMovie)
         service().MM_Interface_SetPlayPosition(interfaceType(media_), 0,
@@ -192,6 +201,9 @@ Outcome Renderer::slow(long divisor) {
 }
 
 Outcome Renderer::stop() {
+    // Asked to stop after its end, the player would report a second one.
+    if (media_ == MediaKind::kNone)
+        return refused("nothing is on");
     const QuietReading quiet;
     service().MM_Interface_Stop(interfaceType(media_));
     return {};

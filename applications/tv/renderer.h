@@ -11,6 +11,7 @@
 
 #include "tv/events.h"
 #include "tv/permission.h"
+#include "tv/seek_target.h"
 #include "tv/status_line.h"
 
 namespace tv {
@@ -52,6 +53,8 @@ public:
     Outcome zoomBy(long steps);
     Outcome rotateTo(long quarterTurns);
     Outcome rotateBy(long quarterTurns);
+    /// Neither zoomed nor turned.
+    Outcome plainPicture();
     /// "up", "down", "left", "right"; in pixels of the screen.
     Outcome move(const std::string& direction, long pixels);
     /// "a", "ab", "none"; "": the next of these.
@@ -88,12 +91,15 @@ private:
     bool isMovieOrMusic() const;
     bool isMovieOrPhoto() const;
     Outcome applyRectangles();
-    /// Seconds; none while it is not known. Reads the service: delivery has to be held back.
+    /// Seconds; none while it is not known, also below. Read the service: delivery has to be held
+    /// back.
+    std::optional<std::uint32_t> reportedPosition() const;
     std::optional<std::uint32_t> duration() const;
 
     bool running_ = false;
     MediaKind media_ = MediaKind::kNone; ///< what is on, by its events
     std::string title_;
+    SeekTarget target_;
     // What was asked of the player, which nobody can be asked about.
     EN_MM_INTERFACE_REPEAT_AB repeat_ = E_MM_INTERFACE_REPEAT_AB_NONE;
     long ratio_ = 0;

@@ -101,6 +101,11 @@ Outcome Renderer::rotateBy(long quarterTurns) {
     return rotateTo((now + quarterTurns) % kQuarterTurns);
 }
 
+Outcome Renderer::plainPicture() {
+    const Outcome zoomed = zoomTo(0);
+    return zoomed.ok ? rotateTo(0) : zoomed;
+}
+
 Outcome Renderer::move(const std::string& direction, long pixels) {
     if (!isMovieOrPhoto())
         return refused(kNoPicture);
@@ -156,11 +161,13 @@ Outcome Renderer::nextAudioTrack() {
 }
 
 Outcome Renderer::ratio(long number) {
+    if (!isMovieOrPhoto())
+        return refused(kNoPicture);
     const QuietReading quiet;
-    if (media_ != MediaKind::kMovie ||
-        service().MM_Interface_SetDisplayAspectRatio(
-            interfaceType(media_), static_cast<EN_MM_INTERFACE_ASPECT_RATIO>(number)) == FALSE)
-        return refused(kNoMovie);
+    // The interface takes a shape for movies only; the player shapes whatever picture is on.
+    if (service().MM_Interface_SetDisplayAspectRatio(
+            E_MM_INTERFACE_MEDIA_MOVIE, static_cast<EN_MM_INTERFACE_ASPECT_RATIO>(number)) == FALSE)
+        return refused("there is no such shape");
     ratio_ = number;
     return {true, std::to_string(number)};
 }

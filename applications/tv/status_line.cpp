@@ -50,6 +50,12 @@ bool isOn(const Status& status) {
            status.state != MM_STATE_STOPPED;
 }
 
+/// A photo that the player has finished loading stays on the screen.
+const char* stateWord(const Status& status) {
+    const bool shown = status.media == MediaKind::kPhoto && status.state == MM_STATE_FINISHED;
+    return shown ? "shown" : stateText(status.state);
+}
+
 } // namespace
 
 std::string clockText(std::uint32_t seconds) {
@@ -95,7 +101,7 @@ std::string statusLine(const Status& status, std::size_t width) {
     std::string tail = positionText(status);
     if (status.speed > MM_TRICK_NORMAL && status.speed < MM_TRICK_PAUSE)
         tail += std::string("  ") + speedText(status.speed);
-    const std::string head = std::string(stateText(status.state)) + "  ";
+    const std::string head = std::string(stateWord(status)) + "  ";
     // The title gives way first: where the film stands matters more.
     const std::size_t taken = columns(head) + columns(tail);
     const std::string title =

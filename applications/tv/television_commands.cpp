@@ -62,6 +62,8 @@ Outcome Television::perform(const Command& command) {
         return renderer_.rotateTo(command.number);
     case Verb::kRotateBy:
         return renderer_.rotateBy(command.number);
+    case Verb::kPlainPicture:
+        return renderer_.plainPicture();
     case Verb::kMove:
         return renderer_.move(command.text, command.number);
     case Verb::kRepeat:

@@ -29,7 +29,7 @@ TEST(TheRemote, AdjustsThePictureAndTheSound) {
     RemoteKeys keys;
     EXPECT_EQ(keys.feed("+-0o"), (std::vector<Command>{{Verb::kZoomBy, "", 1, ""},
                                                        {Verb::kZoomBy, "", -1, ""},
-                                                       {Verb::kZoomTo, "", 0, ""},
+                                                       {Verb::kPlainPicture, "", 0, ""},
                                                        {Verb::kRotateBy, "", 1, ""}}));
     EXPECT_EQ(keys.feed("8246"), (std::vector<Command>{{Verb::kMove, "up", 60, ""},
                                                        {Verb::kMove, "down", 60, ""},

@@ -245,11 +245,39 @@ TEST_F(TheTvsRenderer, SeeksWithinTheFilm) {
     EXPECT_TRUE(renderer_.seekTo(61).ok);
     EXPECT_EQ(lastWrite(), "mPlayback.mPositionSec=61");
     EXPECT_TRUE(renderer_.seekBy(10).ok);
-    EXPECT_EQ(lastWrite(), "mPlayback.mPositionSec=40");
-    EXPECT_TRUE(renderer_.seekBy(-50).ok);
+    EXPECT_EQ(lastWrite(), "mPlayback.mPositionSec=71");
+    EXPECT_TRUE(renderer_.seekBy(-80).ok);
     EXPECT_EQ(lastWrite(), "mPlayback.mPositionSec=0") << "not before the start";
     EXPECT_EQ(renderer_.seekTo(5000).text, "to 1:40");
     EXPECT_EQ(lastWrite(), "mPlayback.mPositionSec=100") << "not behind the end";
+}
+
+TEST_F(TheTvsRenderer, AddsUpSeeksWhilePaused) {
+    playFilm();
+    report(kPlayerPaused);
+    EXPECT_TRUE(renderer_.seekTo(60).ok);
+    player_.setNumber("mPlayback.mPositionSec", 60);
+    report(kPlayerPaused); // the service takes no position from it
+    EXPECT_EQ(renderer_.status().position, 60U);
+    EXPECT_TRUE(renderer_.seekBy(10).ok);
+    EXPECT_TRUE(renderer_.seekBy(10).ok);
+    EXPECT_EQ(lastWrite(), "mPlayback.mPositionSec=80");
+    EXPECT_EQ(renderer_.status().position, 80U);
+    player_.setNumber("mPlayback.mPositionSec", 81);
+    report(kPlayerPlaying);
+    report(kPlayerPlaying);
+    EXPECT_EQ(renderer_.status().position, 81U) << "it plays on from there";
+    player_.setNumber("mPlayback.mPositionSec", 85);
+    report(kPlayerPlaying);
+    EXPECT_EQ(renderer_.status().position, 85U);
+}
+
+TEST_F(TheTvsRenderer, ForgetsWhereItSoughtWithTheMedia) {
+    playFilm();
+    EXPECT_TRUE(renderer_.seekTo(90).ok);
+    report(kPlayerStopped);
+    playFilm();
+    EXPECT_EQ(renderer_.status().position, 30U);
 }
 
 TEST_F(TheTvsRenderer, LearnsTheLengthOfASongThatIsFoundLate) {
@@ -419,13 +447,35 @@ TEST_F(TheTvsRenderer, AdjustsOnlyWhatIsThere) {
     EXPECT_FALSE(renderer_.rotateBy(1).ok);
     EXPECT_FALSE(renderer_.move("up", 1).ok);
     EXPECT_FALSE(renderer_.audioTrack(0).ok);
-    EXPECT_FALSE(renderer_.ratio(1).ok);
+    EXPECT_EQ(renderer_.ratio(1).text, "no movie or photo is on");
     showPhoto();
     EXPECT_TRUE(renderer_.zoomTo(1).ok);
     EXPECT_TRUE(renderer_.rotateBy(1).ok);
     EXPECT_TRUE(renderer_.move("up", 1).ok);
     EXPECT_FALSE(renderer_.repeat("a").ok);
-    EXPECT_FALSE(renderer_.nextRatio().ok);
+    settings();
+    EXPECT_TRUE(renderer_.nextRatio().ok);
+    EXPECT_EQ(settings(), "DisplayAspectRatio=1") << "a photo has a shape, too";
+}
+
+TEST_F(TheTvsRenderer, ShowsThePictureAsItIs) {
+    EXPECT_EQ(renderer_.plainPicture().text, "no movie or photo is on");
+    showPhoto();
+    EXPECT_TRUE(renderer_.zoomTo(2).ok);
+    EXPECT_TRUE(renderer_.rotateTo(1).ok);
+    settings();
+    EXPECT_TRUE(renderer_.plainPicture().ok);
+    EXPECT_EQ(settings(), "Zoom=Zoomx1 Rotate=000");
+}
+
+TEST_F(TheTvsRenderer, StopsOnlyWhatIsOn) {
+    sent();
+    EXPECT_EQ(renderer_.stop().text, "nothing is on");
+    playFilm();
+    EXPECT_TRUE(renderer_.stop().ok);
+    report(kPlayerFinished); // it ended by itself meanwhile
+    EXPECT_FALSE(renderer_.stop().ok);
+    EXPECT_EQ(sent(), Words{"stop"});
 }
 
 TEST_F(TheTvsRenderer, RenamesByStartingTheDaemonAnew) {

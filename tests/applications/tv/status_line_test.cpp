@@ -65,7 +65,7 @@ TEST_F(TheStatusLine, KeepsAPhotoThatStaysOnTheScreen) {
     status.state = MM_STATE_FINISHED;
     status.media = MediaKind::kPhoto;
     status.title = "Sunset";
-    EXPECT_EQ(statusLine(status, 80), "finished  Sunset");
+    EXPECT_EQ(statusLine(status, 80), "shown  Sunset");
 }
 
 TEST_F(TheStatusLine, ShortensTheTitleBeforeThePosition) {
