@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -167,6 +168,24 @@ TEST(AMessage, CarriesOnlyWhatIsPossible) {
     facts.imageType = static_cast<ImageType>(-2);
     EXPECT_FALSE(arrives(EngineOpened{facts}));
     EXPECT_FALSE(arrives(EngineFailed{static_cast<PlayerError>(99), ""}));
+}
+
+/// A fuzzer that starts from what is refused finds out little.
+TEST(AMessage, OfTheFuzzersFirstInputsIsOneOfOurs) {
+    for (const char* const name : {"damaged", "failures", "film", "photo", "song"}) {
+        std::ifstream file(std::string(KETRA_FUZZ_CORPUS "/worker_answers/") + name,
+                           std::ios::binary);
+        const Bytes bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        ASSERT_GT(bytes.size(), 2u) << name;
+        for (std::size_t at = 0; at + 2 <= bytes.size();) {
+            const auto first = bytes.begin() + static_cast<long>(at + 2);
+            const std::size_t size = std::size_t{bytes[at]} << 8U | bytes[at + 1];
+            ASSERT_LE(at + 2 + size, bytes.size()) << name;
+            EXPECT_TRUE(decodeAnswer(Bytes(first, first + static_cast<long>(size))))
+                << name << " at " << at;
+            at += 2 + size;
+        }
+    }
 }
 
 bool canRead(const std::string& path) {

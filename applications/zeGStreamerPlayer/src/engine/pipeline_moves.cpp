@@ -243,8 +243,8 @@ void Pipeline::samplePosition() {
 /// Samples again, but for a leap ahead of the clock: the end has been reached then, and what
 /// GStreamer says is not where.
 void Pipeline::followPosition() {
-    constexpr std::int64_t kLeapMs = 1000;
-    if (speed_.isBackward() || positionMs() <= endMs() + kLeapMs) {
+    constexpr std::int64_t kTooFarMs = 1000;
+    if (speed_.isBackward() || positionMs() <= endMs() + kTooFarMs) {
         samplePosition();
     }
 }

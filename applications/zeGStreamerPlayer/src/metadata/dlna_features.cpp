@@ -19,7 +19,7 @@ constexpr std::uint64_t kMostSeconds = std::uint64_t{1000} * 366 * 86400;
 std::string_view parameter(std::string_view text, std::string_view name) {
     for (std::size_t at = text.find(name); at != std::string_view::npos;
          at = text.find(name, at + 1)) {
-        const bool begins = at == 0 || text[at - 1] == ';' || text[at - 1] == ':';
+        const bool begins = at == 0 || std::string_view(";: ").find(text[at - 1]) != text.npos;
         const std::string_view rest = text.substr(at + name.size());
         if (begins && !rest.empty() && rest.front() == '=') {
             return rest.substr(1, rest.find(';') - 1);
@@ -28,11 +28,28 @@ std::string_view parameter(std::string_view text, std::string_view name) {
     return {};
 }
 
+/// The two digits of DLNA.ORG_OP: a time, a byte. "00" when they are none.
+std::string_view operationsIn(std::string_view text) {
+    const bool known = text.size() == 2 && text.find_first_not_of("01") == text.npos;
+    return known ? text : "00";
+}
+
+/// The primary ones of DLNA.ORG_FLAGS.
+std::uint32_t flagsIn(std::string_view text) {
+    const std::string_view digits = text.substr(0, kPrimaryFlags);
+    std::uint32_t flags = 0;
+    const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), flags, 16);
+    return digits.size() == kPrimaryFlags && read.ptr == digits.data() + kPrimaryFlags ? flags : 0;
+}
+
 std::vector<Speed> speedsIn(std::string_view list) {
     std::vector<Speed> speeds;
     while (!list.empty()) {
-        const std::string_view text = list.substr(0, list.find(','));
+        std::string_view text = list.substr(0, list.find(','));
         list.remove_prefix(std::min(list.size(), text.size() + 1));
+        if (!text.empty() && text.back() == '\\') {
+            text.remove_suffix(1); // in a list of protocol infos commas are marked by it
+        }
         const std::optional<Speed> speed = Speed::fromText(text);
         if (speed && !speed->isNormal() &&
             std::find(speeds.begin(), speeds.end(), *speed) == speeds.end()) {
@@ -89,18 +106,10 @@ std::optional<std::int64_t> takeTimeMs(std::string_view& text) {
 
 DlnaFeatures dlnaFeaturesIn(std::string_view additional) {
     DlnaFeatures features;
-    std::uint32_t flags = 0;
-    const std::string_view digits =
-        parameter(additional, "DLNA.ORG_FLAGS").substr(0, kPrimaryFlags);
-    if (digits.size() == kPrimaryFlags) {
-        std::from_chars(digits.data(), digits.data() + digits.size(), flags, 16);
-    }
-    const std::string_view operations = parameter(additional, "DLNA.ORG_OP");
-    const auto offers = [operations](std::size_t index) {
-        return operations.size() > index && operations[index] == '1';
-    };
-    features.timeSeek = offers(0) || (flags & kLimitedTimeSeek) != 0;
-    features.byteSeek = offers(1) || (flags & kLimitedByteSeek) != 0;
+    const std::uint32_t flags = flagsIn(parameter(additional, "DLNA.ORG_FLAGS"));
+    const std::string_view operations = operationsIn(parameter(additional, "DLNA.ORG_OP"));
+    features.timeSeek = operations[0] == '1' || (flags & kLimitedTimeSeek) != 0;
+    features.byteSeek = operations[1] == '1' || (flags & kLimitedByteSeek) != 0;
     features.speeds = speedsIn(parameter(additional, "DLNA.ORG_PS"));
     features.growing = (flags & (kBeginningMoves | kEndMoves)) != 0;
     return features;
@@ -131,7 +140,8 @@ std::optional<TimeSeekRange> timeSeekRangeIn(std::string_view answer) {
     TimeSeekRange range{*from, -1};
     takeTimeMs(rest); // where the part ends, which may be left open
     if (take(rest, '/')) {
-        range.wholeMs = takeTimeMs(rest).value_or(-1);
+        const std::int64_t whole = takeTimeMs(rest).value_or(-1);
+        range.wholeMs = whole >= range.fromMs ? whole : -1;
     }
     return range;
 }
