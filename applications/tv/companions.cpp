@@ -147,11 +147,15 @@ void CompanionWatch::daemonChanged(zeSBusManager*, void* user,
     });
 }
 
-bool CompanionWatch::tellPlayer(zeSBusCommand&& command) {
+bool CompanionWatch::playerIsThere() const {
     const Companions companions = now();
-    return companions.players.count(companions.ownPlayer) != 0 &&
+    return companions.players.count(companions.ownPlayer) != 0;
+}
+
+bool CompanionWatch::tellPlayer(zeSBusCommand&& command) {
+    return playerIsThere() &&
            command.Execute(manager_.get(), ContentPlayerServiceTemplate.mTypeName,
-                           companions.ownPlayer.c_str());
+                           now().ownPlayer.c_str());
 }
 
 bool CompanionWatch::takePicture(const std::string& file) {

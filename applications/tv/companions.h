@@ -45,6 +45,8 @@ public:
     /// False: there is no state bus.
     bool open();
     Companions now() const;
+    /// Whether the player that commands go to is on the state bus.
+    bool playerIsThere() const;
     /// Writes what is on the screen to a file. False: refused or not answered.
     bool takePicture(const std::string& file);
     /// One of the player's own adjustments. False: likewise, also below.

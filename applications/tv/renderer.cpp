@@ -62,7 +62,7 @@ void Renderer::remember(const Event& event) {
         title_ = title != nullptr ? *title : "";
         info_ = nullptr;
         media_ = event.media;
-        repeat_ = E_MM_INTERFACE_REPEAT_AB_NONE;
+        forgetAdjustments();
         target_.clear();
         break;
     }
@@ -106,6 +106,8 @@ Status Renderer::status() {
     // The service's own query: the interface's aborts while a slow speed is in force.
     status.speed = service().MediaPlayer_GetPlayerSpeed(serviceType(media_));
     status.position = target_.position(reportedPosition(), std::chrono::steady_clock::now());
+    if (isMovieOrPhoto())
+        status.adjustments = set_;
     status.visible = service().DMR_MNG_Get_DMRVisibleFlag() != FALSE;
     return status;
 }

@@ -90,6 +90,9 @@ private:
     /// Refusal when nothing is on whose speed or position could change.
     bool isMovieOrMusic() const;
     bool isMovieOrPhoto() const;
+    /// Every media begins with the whole picture, upright, and from its start to its end; the shape
+    /// stays.
+    void forgetAdjustments();
     Outcome applyRectangles();
     /// Seconds; none while it is not known, also below. Read the service: delivery has to be held
     /// back.
@@ -102,7 +105,7 @@ private:
     SeekTarget target_;
     // What was asked of the player, which nobody can be asked about.
     EN_MM_INTERFACE_REPEAT_AB repeat_ = E_MM_INTERFACE_REPEAT_AB_NONE;
-    long ratio_ = 0;
+    Adjustments set_;
     ST_MM_INTERFACE_RECT crop_{};
     ST_MM_INTERFACE_RECT place_{};
     bool blank_ = false;

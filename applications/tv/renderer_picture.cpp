@@ -64,6 +64,13 @@ bool Renderer::isMovieOrPhoto() const {
     return media_ == MediaKind::kMovie || media_ == MediaKind::kPhoto;
 }
 
+void Renderer::forgetAdjustments() {
+    repeat_ = E_MM_INTERFACE_REPEAT_AB_NONE;
+    const long ratio = set_.ratio;
+    set_ = {};
+    set_.ratio = ratio;
+}
+
 Outcome Renderer::zoomTo(long steps) {
     if (!isMovieOrPhoto())
         return refused(kNoPicture);
@@ -71,17 +78,17 @@ Outcome Renderer::zoomTo(long steps) {
     const auto scale =
         static_cast<EN_MM_INTERFACE_ZOOM_SCALE>(E_MM_INTERFACE_ZOOM_SCALE_X1 + steps);
     service().MM_Interface_Zoom(interfaceType(media_), scale);
+    set_.zoom = steps;
+    if (steps <= 0)
+        set_.moved = false;
     return {};
 }
 
 Outcome Renderer::zoomBy(long steps) {
     if (!isMovieOrPhoto())
         return refused(kNoPicture);
-    const QuietReading quiet;
-    const long now =
-        service().MM_Interface_GetZoomScale(interfaceType(media_)) - E_MM_INTERFACE_ZOOM_SCALE_X1;
-    const long then = std::clamp(now + steps, -kMostZoom, kMostZoom);
-    return then == now ? refused("it cannot be zoomed further") : zoomTo(then);
+    const long then = std::clamp(set_.zoom + steps, -kMostZoom, kMostZoom);
+    return then == set_.zoom ? refused("it cannot be zoomed further") : zoomTo(then);
 }
 
 Outcome Renderer::rotateTo(long quarterTurns) {
@@ -90,15 +97,14 @@ Outcome Renderer::rotateTo(long quarterTurns) {
     const QuietReading quiet;
     service().MM_Interface_Rotate(interfaceType(media_),
                                   static_cast<EN_MM_INTERFACE_DEGREE>(quarterTurns));
+    set_.turn = quarterTurns;
     return {};
 }
 
 Outcome Renderer::rotateBy(long quarterTurns) {
     if (!isMovieOrPhoto())
         return refused(kNoPicture);
-    const QuietReading quiet;
-    const long now = service().MM_Interface_GetRotateDegree(interfaceType(media_));
-    return rotateTo((now + quarterTurns) % kQuarterTurns);
+    return rotateTo((set_.turn + quarterTurns) % kQuarterTurns);
 }
 
 Outcome Renderer::plainPicture() {
@@ -114,6 +120,7 @@ Outcome Renderer::move(const std::string& direction, long pixels) {
         if (direction == known.word) {
             service().MM_Interface_MoveView(interfaceType(media_), known.direction,
                                             static_cast<U32>(pixels));
+            set_.moved = set_.zoom > 0; // of the whole picture nothing can be moved
             return {};
         }
     }
@@ -128,6 +135,7 @@ Outcome Renderer::repeat(const std::string& what) {
     for (const RepeatWord& known : kRepeats) {
         if (what.empty() ? known.what == next : what == known.word) {
             repeat_ = known.what;
+            set_.repeat = known.word;
             service().MM_Interface_SetRepeatAB(interfaceType(media_), repeat_);
             return {true, known.word};
         }
@@ -168,12 +176,12 @@ Outcome Renderer::ratio(long number) {
     if (service().MM_Interface_SetDisplayAspectRatio(
             E_MM_INTERFACE_MEDIA_MOVIE, static_cast<EN_MM_INTERFACE_ASPECT_RATIO>(number)) == FALSE)
         return refused("there is no such shape");
-    ratio_ = number;
+    set_.ratio = number;
     return {true, std::to_string(number)};
 }
 
 Outcome Renderer::nextRatio() {
-    return ratio((ratio_ + 1) % kRatios);
+    return ratio((set_.ratio + 1) % kRatios);
 }
 
 Outcome Renderer::applyRectangles() {

@@ -1,6 +1,7 @@
 #include "tv/status_line.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cwchar>
 
 #include "statebus/visible_text.h"
@@ -42,6 +43,24 @@ std::string positionText(const Status& status) {
     std::string text = "  " + (status.position ? clockText(*status.position) : "-:--");
     if (status.duration)
         text += " / " + clockText(*status.duration);
+    return text;
+}
+
+std::string adjustmentsText(const Adjustments& set) {
+    std::string text;
+    if (set.zoom != 0)
+        text += std::string("  zoom ") + (set.zoom < 0 ? "1/" : "") +
+                std::to_string(1L << std::labs(set.zoom)) + 'x';
+    if (set.turn != 0)
+        text += "  turned " + std::to_string(90 * set.turn);
+    if (set.moved)
+        text += "  moved";
+    if (set.ratio != 0)
+        text += "  shape " + std::to_string(set.ratio);
+    if (set.repeat == "a")
+        text += "  from A";
+    else if (set.repeat == "ab")
+        text += "  A-B";
     return text;
 }
 
@@ -101,6 +120,7 @@ std::string statusLine(const Status& status, std::size_t width) {
     std::string tail = positionText(status);
     if (status.speed > MM_TRICK_NORMAL && status.speed < MM_TRICK_PAUSE)
         tail += std::string("  ") + speedText(status.speed);
+    tail += adjustmentsText(status.adjustments);
     const std::string head = std::string(stateWord(status)) + "  ";
     // The title gives way first: where the film stands matters more.
     const std::size_t taken = columns(head) + columns(tail);

@@ -9,6 +9,15 @@
 
 namespace tv {
 
+/// What the viewer has set, as far as it is not the usual.
+struct Adjustments {
+    long zoom = 0;      ///< steps, each doubles
+    long turn = 0;      ///< quarter turns clockwise
+    bool moved = false; ///< the view of the zoomed picture
+    long ratio = 0;     ///< shape of the picture
+    std::string repeat; ///< "a", "ab"; "none" or empty: no part
+};
+
 struct Status {
     MM_STATE state = MM_STATE_IDLE;
     MediaKind media = MediaKind::kNone;
@@ -16,6 +25,7 @@ struct Status {
     std::optional<std::uint32_t> position; ///< seconds
     std::optional<std::uint32_t> duration; ///< seconds
     MM_TRICK_MODE speed = MM_TRICK_NUM;
+    Adjustments adjustments;
     std::string name; ///< of this renderer on the network
     bool visible = false;
 };

@@ -9,6 +9,8 @@ namespace tv {
 
 namespace {
 
+const char kNoPlayer[] = "the player is not there";
+
 std::string pictureName() {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
@@ -134,17 +136,22 @@ Outcome Television::perform(const Command& command) {
 
 /// What the player does for its TV, and the library has no word for.
 Outcome Television::ofThePlayer(const Command& command) {
+    if (!watch_->playerIsThere())
+        return {false, kNoPlayer};
+    const bool startsOrEnds = command.text == "play" || command.text == "stop";
+    const bool setsIdle = command.verb == Verb::kIdle && !startsOrEnds;
     bool done = false;
     if (command.verb == Verb::kFullScreen)
         done = watch_->adjustPlayer("FullScreen", std::to_string(command.number));
     else if (command.verb == Verb::kIdleLoop)
         done = watch_->loopIdleMedia(command.number != 0);
-    else if (command.text == "play" || command.text == "stop")
+    else if (startsOrEnds)
         done = watch_->runIdleMedia(command.text == "play");
     else
         done = watch_->setIdleMedia(command.text) && watch_->runIdleMedia(true);
     if (!done)
-        return {false, "the player refuses or is not there"};
+        return {false, setsIdle ? "the player refuses this address or does not answer"
+                                : "the player refuses or does not answer"};
     return {};
 }
 
@@ -188,6 +195,8 @@ Outcome Television::snapshot(const std::string& file) {
     const std::filesystem::path picture = file.empty() ? pictureName() : file;
     if (picture.extension() != ".png")
         return {false, "a picture's name ends in .png"};
+    if (!watch_->playerIsThere())
+        return {false, kNoPlayer};
     const std::string path = (std::filesystem::path(pictureFolder_) / picture).string();
     if (!watch_->takePicture(path))
         return {false, "the player writes no picture to " + statebus::visibleText(path)};

@@ -102,10 +102,13 @@ void Television::onCompanionsMissing(const Companions& companions) {
     companionsDeadline_.reset();
     const std::string within = " within " + std::to_string(options_.patience.count()) + " seconds";
     const auto missing = [&](const char* who, const char* program) {
+        const bool runs = runsCompanion(program);
         report_.problem(std::string(who) +
-                        (runsCompanion(program) ? " did not appear on the state bus" + within
-                                                : " ended before it appeared on the state bus") +
+                        (runs ? " did not appear on the state bus" + within
+                              : " ended before it appeared on the state bus") +
                         "; " + program);
+        // One that ended was there, and something kept it from starting: a setting, mostly.
+        end(runs ? ExitCode::kNoCompanion : ExitCode::kNotStarted);
     };
     const bool player = !companions.players.empty();
     const bool daemon = companions.daemon && companions.daemonStarts > daemonStartsBefore_;
@@ -116,8 +119,6 @@ void Television::onCompanionsMissing(const Companions& companions) {
     if (player && daemon)
         report_.problem("the renderer daemon did not report itself visible" + within + "; " +
                         kDaemonPath);
-    else
-        end(ExitCode::kNoCompanion);
     const std::vector<std::string> errors = errors_.last();
     for (const std::string& line : errors)
         report_.problem(statebus::visibleText(line));

@@ -458,6 +458,36 @@ TEST_F(TheTvsRenderer, AdjustsOnlyWhatIsThere) {
     EXPECT_EQ(settings(), "DisplayAspectRatio=1") << "a photo has a shape, too";
 }
 
+TEST_F(TheTvsRenderer, KnowsWhatTheViewerHasSet) {
+    playFilm();
+    renderer_.move("left", 1);
+    EXPECT_FALSE(renderer_.status().adjustments.moved) << "all of the picture is seen";
+    renderer_.zoomBy(2);
+    renderer_.rotateBy(3);
+    renderer_.move("left", 1);
+    renderer_.ratio(4);
+    renderer_.repeat("ab");
+    const tv::Adjustments set = renderer_.status().adjustments;
+    EXPECT_EQ(set.zoom, 2);
+    EXPECT_EQ(set.turn, 3);
+    EXPECT_TRUE(set.moved);
+    EXPECT_EQ(set.ratio, 4);
+    EXPECT_EQ(set.repeat, "ab");
+    player_.setNumber("mErrorCode", 112);
+    report(kPlayerStopped);
+    player_.setNumber("mErrorCode", 0);
+    playFilm();
+    const tv::Adjustments next = renderer_.status().adjustments;
+    EXPECT_EQ(next.zoom, 0);
+    EXPECT_EQ(next.turn, 0);
+    EXPECT_FALSE(next.moved);
+    EXPECT_EQ(next.ratio, 4) << "the shape stays";
+    EXPECT_EQ(next.repeat, "");
+    settings();
+    EXPECT_TRUE(renderer_.zoomBy(1).ok);
+    EXPECT_EQ(settings(), "Zoom=Zoomx2") << "from the whole picture, also after a failure";
+}
+
 TEST_F(TheTvsRenderer, ShowsThePictureAsItIs) {
     EXPECT_EQ(renderer_.plainPicture().text, "no movie or photo is on");
     showPhoto();

@@ -41,6 +41,17 @@ TEST_F(TheStatusLine, ShowsASpeedThatIsNotTheNormalOne) {
     EXPECT_EQ(statusLine(status, 80), "playing  A film  0:07 / 1:02:03  1/2x");
 }
 
+TEST_F(TheStatusLine, ShowsWhatTheViewerHasSet) {
+    Status status = film();
+    status.adjustments = {3, 3, true, 8, "ab"};
+    EXPECT_EQ(statusLine(status, 99),
+              "playing  A film  0:07 / 1:02:03  zoom 8x  turned 270  moved  shape 8  A-B");
+    status.adjustments = {-2, 0, false, 0, "a"};
+    EXPECT_EQ(statusLine(status, 80), "playing  A film  0:07 / 1:02:03  zoom 1/4x  from A");
+    status.adjustments = {0, 0, false, 0, "none"};
+    EXPECT_EQ(statusLine(status, 80), "playing  A film  0:07 / 1:02:03");
+}
+
 TEST_F(TheStatusLine, LeavesOutWhatIsNotKnown) {
     Status status = film();
     status.position.reset();

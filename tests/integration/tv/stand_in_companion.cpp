@@ -96,6 +96,8 @@ private:
             state(kPlayerPaused);
         } else if (command.word == "stop" && !stubborn_) {
             state(kPlayerStopped);
+        } else if (command.word == "setidleuri") {
+            return textOf(command).rfind("http://", 0) == 0;
         } else if (command.word == "customcommand") {
             return custom(std::get<Record>(command.argument));
         }

@@ -2,23 +2,22 @@
 // ones: what it prints, what it survives, and how it ends.
 #include <dirent.h>
 
-#include <atomic>
 #include <fstream>
 #include <sstream>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "ServiceRecords.h"
-#include "statebus/publisher.h"
+#include "bus_peers.h"
 #include "support/private_bus.h"
 #include "support/program.h"
 #include "support/raw_peer.h"
-#include "ze/zeSBus.h"
 
 namespace {
 
 using nlohmann::json;
+using television_test::Director;
+using television_test::SecondPlayer;
 using testing_support::PrivateBus;
 using testing_support::Program;
 using testing_support::RawPeer;
@@ -34,67 +33,6 @@ std::string textAt(const json& object, const std::string& key) {
     const auto* text = object.contains(key) ? object[key].get_ptr<const std::string*>() : nullptr;
     return text != nullptr ? *text : "";
 }
-
-/// Speaks to the stand-ins on the bus.
-class Director {
-public:
-    Director() {
-        manager_.AttachEngine(&engine_);
-        EXPECT_EQ(engine_.Open(), 0);
-        EXPECT_EQ(engine_.Start(1), 0);
-    }
-    ~Director() {
-        manager_.Stop();
-        engine_.Stop();
-    }
-    bool player(const char* word, const char* text) {
-        return zeSBusCommand(word, text).Execute(&manager_, "ContentPlayerService", "main");
-    }
-    bool daemon(const char* word, const char* text) {
-        return zeSBusCommand(word, text).Execute(&manager_, "MediaRendererService", "");
-    }
-
-private:
-    zeMultiMBusEngine engine_{false};
-    zeSBusManager manager_;
-};
-
-/// A player that is not the TV's, on the same bus.
-class SecondPlayer {
-public:
-    SecondPlayer() {
-        EXPECT_EQ(engine_.Open(), 0);
-        EXPECT_EQ(engine_.Start(1), 0);
-        statebus::PublicationSpec spec;
-        spec.layout = &ContentPlayerServiceTemplate;
-        spec.instance = "second";
-        statebus::Record first(ContentPlayerServiceTemplate);
-        first.setNumber("mState", kPlayerPlaying);
-        spec.initial = first;
-        spec.will = first;
-        spec.argumentLayouts = {&ContentPlayerServiceCustomCommandTemplate};
-        spec.onCommand = [this](const statebus::Command&) {
-            ++commands_;
-            return true;
-        };
-        publication_ = statebus::publish(engine_, std::move(spec), nullptr);
-        EXPECT_NE(publication_, nullptr);
-    }
-    ~SecondPlayer() {
-        publication_.reset();
-        engine_.Stop();
-    }
-    int commands() const { return commands_; }
-    /// Announces what it does, as if it did it just now.
-    void repeat() const {
-        publication_->change([](statebus::Record&) {});
-    }
-
-private:
-    std::atomic<int> commands_{0};
-    zeMultiMBusEngine engine_{false};
-    std::unique_ptr<statebus::Publication> publication_;
-};
 
 class TheTelevision : public testing::Test {
 protected:
@@ -508,6 +446,20 @@ TEST_F(TheTelevision, DoesNotWaitForEverToRenameADaemonThatStandsStill) {
     EXPECT_TRUE(companionsEnd());
 }
 
+TEST_F(TheTelevision, SaysWhetherThePlayerRefusesOrIsNotThere) {
+    start();
+    EXPECT_EQ(reply("idle http://host/a.png")["ok"], true);
+    EXPECT_EQ(reply("idle file:///a.png")["text"],
+              "the player refuses this address or does not answer");
+    killCompanion("zeGStreamerPlayer");
+    EXPECT_TRUE(noticed("problem", "the player is gone")) << said();
+    EXPECT_EQ(reply("idle http://host/a.png")["text"], "the player is not there");
+    EXPECT_EQ(reply("fullscreen on")["text"], "the player is not there");
+    EXPECT_EQ(reply("snapshot a.png")["text"], "the player is not there");
+    tv_->say("quit");
+    EXPECT_EQ(tv_->waitForExit(), 0) << said();
+}
+
 TEST_F(TheTelevision, NamesACompanionThatIsNotInstalled) {
     tv_ = startTv({"--json"}, EMPTY_STAGE);
     EXPECT_TRUE(noticed("problem", "/applications/DLNA/release/bin/zeGStreamerPlayer cannot be "
@@ -522,7 +474,7 @@ TEST_F(TheTelevision, NamesACompanionThatEndsAtOnceOrKeepsSilent) {
     tv_ = startTv({"--json", "--patience", "600"});
     EXPECT_TRUE(noticed("problem", "the player ended before it appeared on the state bus; "
                                    "/applications/DLNA/release/bin/zeGStreamerPlayer"));
-    EXPECT_EQ(tv_->waitForExit(), 5) << said();
+    EXPECT_EQ(tv_->waitForExit(), 3) << "it is there, and did not start: " << said();
     EXPECT_TRUE(companionsEnd());
     unsetenv("KETRA_TEST_PLAYER");
     tv_ = startTv({"--json", "--patience", "1"});
