@@ -65,6 +65,7 @@ bool CompanionWatch::open() {
     });
     manager_->RegisterRemoteSBusStateCallback(remoteState, this);
     manager_->RegisterListeningSBusState(ContentPlayerServiceTemplate.mTypeName, "");
+    manager_->RegisterListeningSBusState(SoundServiceTemplate.mTypeName, "");
     manager_->RegisterListeningSBusState(MediaRendererServiceTemplate.mTypeName, "");
     manager_->AttachEngine(engine_.get());
     return engine_->Open() == 0 && engine_->Start(1) == 0;
@@ -102,6 +103,20 @@ void CompanionWatch::remoteState(zeSBusManager* manager, void* user, const char*
         if (added)
             manager->RegisterToStateChange(&ContentPlayerServiceTemplate, instance.c_str(),
                                            playerChanged, self);
+    } else if (type == SoundServiceTemplate.mTypeName) {
+        bool own = false;
+        self->change([&](Companions& companions) {
+            if (added && companions.ownSound.empty())
+                companions.ownSound = instance;
+            own = companions.ownSound == instance;
+            if (own && !added) {
+                companions.volume.reset();
+                companions.muted = false;
+            }
+        });
+        if (added && own)
+            manager->RegisterToStateChange(&SoundServiceTemplate, instance.c_str(), soundChanged,
+                                           self);
     } else if (type == MediaRendererServiceTemplate.mTypeName) {
         self->change([](Companions& companions) {
             companions.daemon = false; // until it reports
@@ -122,6 +137,17 @@ void CompanionWatch::playerChanged(zeSBusManager*, void* user,
     const auto& player = *static_cast<const ContentPlayerService*>(record);
     static_cast<CompanionWatch*>(user)->change(
         [&](Companions& companions) { companions.playerState = player.mState; });
+}
+
+void CompanionWatch::soundChanged(zeSBusManager*, void* user,
+                                  const zeSBusStateSerializable* record) {
+    if (record == nullptr)
+        return;
+    const SoundChannel& master = static_cast<const SoundService*>(record)->mMaster;
+    static_cast<CompanionWatch*>(user)->change([&](Companions& companions) {
+        companions.volume = master.mVolume;
+        companions.muted = master.mfMute != 0;
+    });
 }
 
 void CompanionWatch::daemonChanged(zeSBusManager*, void* user,

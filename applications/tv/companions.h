@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -25,6 +26,9 @@ struct Companions {
     std::set<std::string> players;    ///< instance names
     std::string ownPlayer;            ///< the first that appeared
     std::int32_t playerState = 0;     ///< a ContentPlayerState of the last report, 0 before one
+    std::string ownSound;             ///< likewise, of the sound services
+    std::optional<unsigned> volume;   ///< 0 to 100, by its last report; none while it is not there
+    bool muted = false;               ///< likewise
     bool daemon = false;              ///< it is on the bus and has reported
     unsigned daemonStarts = 0;        ///< how often one has appeared there and reported
     bool visible = false;             ///< by its last report
@@ -65,6 +69,8 @@ private:
     static void remoteState(zeSBusManager* manager, void* user, const char* fullName, bool added);
     static void playerChanged(zeSBusManager* manager, void* user,
                               const zeSBusStateSerializable* record);
+    static void soundChanged(zeSBusManager* manager, void* user,
+                             const zeSBusStateSerializable* record);
     static void daemonChanged(zeSBusManager* manager, void* user,
                               const zeSBusStateSerializable* record);
     void change(const std::function<void(Companions&)>& edit);

@@ -64,6 +64,14 @@ std::string adjustmentsText(const Adjustments& set) {
     return text;
 }
 
+std::string soundText(const Status& status) {
+    constexpr unsigned kUsualVolume = 50; // with which a player begins
+    std::string text;
+    if (status.volume && *status.volume != kUsualVolume)
+        text += "  volume " + std::to_string(*status.volume);
+    return status.muted ? text + "  muted" : text;
+}
+
 bool isOn(const Status& status) {
     return status.media != MediaKind::kNone && status.state != MM_STATE_IDLE &&
            status.state != MM_STATE_STOPPED;
@@ -114,13 +122,14 @@ std::string statusLine(const Status& status, std::size_t width) {
     if (!isOn(status)) {
         const std::string name = statebus::visibleText(status.name);
         return fitted(std::string(status.visible ? "visible" : "hidden") +
-                          (name.empty() ? "" : " as " + name) + ", nothing is on",
+                          (name.empty() ? "" : " as " + name) + ", nothing is on" +
+                          soundText(status),
                       width);
     }
     std::string tail = positionText(status);
     if (status.speed > MM_TRICK_NORMAL && status.speed < MM_TRICK_PAUSE)
         tail += std::string("  ") + speedText(status.speed);
-    tail += adjustmentsText(status.adjustments);
+    tail += adjustmentsText(status.adjustments) + soundText(status);
     const std::string head = std::string(stateWord(status)) + "  ";
     // The title gives way first: where the film stands matters more.
     const std::size_t taken = columns(head) + columns(tail);

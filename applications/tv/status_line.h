@@ -28,6 +28,8 @@ struct Status {
     Adjustments adjustments;
     std::string name; ///< of this renderer on the network
     bool visible = false;
+    std::optional<unsigned> volume; ///< 0 to 100
+    bool muted = false;
 };
 
 /// "0:07", "1:02:03".

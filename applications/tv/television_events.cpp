@@ -34,7 +34,12 @@ void Television::onRequest(const Event& event) {
 
 Status Television::status() {
     Status status = renderer_.status();
-    status.name = watch_ ? watch_->now().name : "";
+    if (!watch_)
+        return status;
+    const Companions companions = watch_->now();
+    status.name = companions.name;
+    status.volume = companions.volume;
+    status.muted = companions.muted;
     return status;
 }
 

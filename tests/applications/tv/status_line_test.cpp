@@ -52,6 +52,19 @@ TEST_F(TheStatusLine, ShowsWhatTheViewerHasSet) {
     EXPECT_EQ(statusLine(status, 80), "playing  A film  0:07 / 1:02:03");
 }
 
+TEST_F(TheStatusLine, ShowsASoundThatIsNotTheUsual) {
+    Status status = film();
+    status.volume = 50;
+    EXPECT_EQ(statusLine(status, 80), "playing  A film  0:07 / 1:02:03");
+    status.volume = 0;
+    EXPECT_EQ(statusLine(status, 80), "playing  A film  0:07 / 1:02:03  volume 0");
+    status.volume = 55;
+    status.muted = true;
+    EXPECT_EQ(statusLine(status, 80), "playing  A film  0:07 / 1:02:03  volume 55  muted");
+    status.state = MM_STATE_STOPPED;
+    EXPECT_EQ(statusLine(status, 80), "visible as Living room, nothing is on  volume 55  muted");
+}
+
 TEST_F(TheStatusLine, LeavesOutWhatIsNotKnown) {
     Status status = film();
     status.position.reset();
