@@ -40,6 +40,30 @@ protected:
                                  seconds(30));
     }
 
+    bool waitUntilBefore(unsigned second) {
+        return player_.waitUntil([this, second] { return player_.last().positionSec < second; },
+                                 seconds(10));
+    }
+
+    /// Repeats about half a second from about 12.3 seconds on.
+    void repeatShortPart() {
+        ASSERT_TRUE(player_->seek(1000));
+        ASSERT_TRUE(waitForPosition(1));
+        ASSERT_TRUE(player_->seek(12300));
+        ASSERT_TRUE(waitForPosition(12));
+        ASSERT_TRUE(player_->repeat(Repeat::kA));
+        player_.letPass(test::milliseconds(600));
+        ASSERT_TRUE(player_->repeat(Repeat::kAB));
+        player_.letPass(test::milliseconds(300));
+    }
+
+    /// Once the speed is the one that holds.
+    bool playAt(Speed speed) {
+        EXPECT_TRUE(player_->play(speed));
+        return player_.waitUntil([this, speed] { return player_.last().speed == speed; },
+                                 seconds(10));
+    }
+
     test::TemporaryFolder folder_;
     test::MediaServer server_{KETRA_TEST_MEDIA};
     test::RecordedPlayer player_{folder_.path()};
@@ -91,6 +115,66 @@ TEST_P(ARepeatedPart, IsLeftByASeek) {
     ASSERT_TRUE(player_->seek(1000));
     ASSERT_TRUE(waitForPosition(1));
     ASSERT_TRUE(waitForPosition(6)) << player_.last().positionSec;
+}
+
+TEST_P(ARepeatedPart, IsRunThroughAtEverySpeed) {
+    play();
+    for (const char* const other : {"-2", "-4", "2", "8", "-32", "1/2"}) {
+        SCOPED_TRACE(other);
+        ASSERT_NO_FATAL_FAILURE(repeatShortPart());
+        ASSERT_TRUE(playAt(*Speed::fromText(other)));
+        const std::size_t before = player_.announced().size();
+        player_.letPass(test::milliseconds(1000));
+        for (std::size_t index = before; index < player_.announced().size(); ++index) {
+            EXPECT_GE(player_.announced()[index].positionSec, 12u);
+            EXPECT_LE(player_.announced()[index].positionSec, 14u);
+        }
+        EXPECT_EQ(player_.last().speed, *Speed::fromText(other));
+        ASSERT_TRUE(playAt(Speed()));
+        ASSERT_TRUE(player_->repeat(Repeat::kNone));
+    }
+    EXPECT_TRUE(waitForPosition(16));
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+}
+
+TEST_P(ARepeatedPart, IsLeftBackwardWhenTheRepetitionEnds) {
+    play();
+    repeatShortPart();
+    ASSERT_TRUE(playAt(*Speed::fromText("-4")));
+    player_.letPass(test::milliseconds(500));
+    ASSERT_TRUE(player_->repeat(Repeat::kNone));
+    EXPECT_TRUE(waitUntilBefore(11));
+    EXPECT_EQ(player_.last().speed, *Speed::fromText("-4"));
+    ASSERT_TRUE(playAt(Speed()));
+    EXPECT_TRUE(waitForPosition(13));
+}
+
+TEST_P(ARepeatedPart, IsLeftBackwardByASeek) {
+    play();
+    repeatShortPart();
+    ASSERT_TRUE(playAt(*Speed::fromText("-4")));
+    player_.letPass(test::milliseconds(500));
+    ASSERT_TRUE(player_->seek(19000));
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec > 14; }, seconds(10)));
+    EXPECT_TRUE(waitUntilBefore(11));
+    ASSERT_TRUE(playAt(Speed()));
+    EXPECT_TRUE(waitForPosition(13));
+}
+
+TEST_P(ARepeatedPart, IsPausedAndPlayedOn) {
+    play();
+    repeatShortPart();
+    for (int pause = 0; pause < 4; ++pause) {
+        ASSERT_TRUE(player_->pause());
+        ASSERT_TRUE(player_.waitForState(PlayerState::kPaused));
+        player_.letPass(test::milliseconds(100));
+        ASSERT_TRUE(player_->play(Speed()));
+        ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
+        player_.letPass(test::milliseconds(150));
+    }
+    EXPECT_LE(player_.last().positionSec, 14u);
+    ASSERT_TRUE(player_->repeat(Repeat::kNone));
+    EXPECT_TRUE(waitForPosition(15));
 }
 
 TEST_P(ARepeatedPart, HasABeginningBeforeItHasAnEnd) {

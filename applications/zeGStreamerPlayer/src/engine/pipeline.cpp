@@ -215,6 +215,9 @@ void Pipeline::takeNextStep() {
     if (!idle() || !opened_ || failed_ || retired_ || renewing_) {
         return;
     }
+    if (bounded_ && markB_ && ended_ && !wantPositionMs_) {
+        wantPositionMs_ = partStart(); // the part that is repeated is over
+    }
     if (wantPositionMs_ || wantSpeed_ != speed_) {
         if (move()) {
             return;
@@ -240,6 +243,9 @@ void Pipeline::takeNextStep() {
         report_(EnginePaused{});
     }
     followLeaps();
+    if (segmentEnded_ && state_ == GST_STATE_PLAYING) {
+        repeatSegment();
+    }
     if (ended_ && saidPlaying_) {
         ended_ = false;
         if (!succession_.underWay() || !std::exchange(saidOver_, true)) {
@@ -395,9 +401,6 @@ void Pipeline::handle(GstMessage* message) {
             positionReported_ = Clock::now();
             samplePosition();
             end();
-            if (std::exchange(segmentEnded_, false)) {
-                onSegmentEnd(seekNumber_);
-            }
         } else if (ours && step_ == Step::kLeap) {
             leaps_->shownMs = playbinPositionMs();
             end();

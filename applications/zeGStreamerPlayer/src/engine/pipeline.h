@@ -141,6 +141,9 @@ private:
     void leap();
     static gboolean leapTimerFired(gpointer self);
     void onSegmentEnd(std::uint32_t number);
+    void repeatSegment();
+    std::int64_t partStart() const;
+    std::int64_t inPart(std::int64_t place) const;
     void changeState(GstState target);
     void fail(PlayerError error, const std::string& detail);
     void applySound();
@@ -215,7 +218,8 @@ private:
     std::optional<std::int64_t> markB_; ///< the part is repeated
     std::int64_t segmentEnd_ = 0;       ///< of the part, when its repetition was ended meanwhile
     std::uint32_t seekNumber_ = 0;      ///< by which what a seek leads to is known
-    bool segmentEnded_ = false;         ///< the part was over before the move to it was
+    bool segmentEnded_ = false;         ///< the part has been read to its end
+    bool bounded_ = false;              ///< the media ends where the part does
     bool ended_ = false;                ///< there is no more, which is not reported yet
     std::optional<Leaps> leaps_;
     DlnaFeatures features_;       ///< of the server, once the media is open

@@ -14,6 +14,8 @@ namespace {
 
 /// A part between A and B that is shorter is taken for a slip of the finger.
 constexpr std::chrono::milliseconds kShortestRepeat{200};
+/// In a part that is shorter every frame is shown at any speed: it may be without a key frame.
+constexpr std::chrono::seconds kKeyFramesPart{10};
 /// Between two looks at whether it is time for another key frame.
 constexpr unsigned kLeapMs = 50;
 
@@ -33,8 +35,12 @@ void Pipeline::setSpeed(Speed speed) {
 }
 
 void Pipeline::repeat(Repeat what) {
-    // A part that is repeated already ends at its end, see onSegmentEnd.
+    // What plays ends where the part does, see onSegmentEnd and takeNextStep.
     markB_.reset();
+    if (bounded_ && !wantPositionMs_) {
+        wantPositionMs_ = positionMs();
+        wish();
+    }
     if (what == Repeat::kNone) {
         markA_.reset();
     } else if (what == Repeat::kA) {
@@ -48,7 +54,7 @@ void Pipeline::repeat(Repeat what) {
         markB_ = std::max(now, *markA_);
         markA_ = std::min(now, *markA_);
         segmentEnd_ = *markB_;
-        wantPositionMs_ = wantSpeed_.isBackward() ? *markB_ : *markA_;
+        wantPositionMs_ = partStart();
         wish();
     }
 }
@@ -59,10 +65,10 @@ bool Pipeline::move() {
     if (renewed(succession_.underWay())) {
         return true;
     }
-    const std::int64_t from = wantPositionMs_.value_or(positionMs());
+    const std::int64_t from = inPart(wantPositionMs_.value_or(positionMs()));
     const Speed before = std::exchange(speed_, wantSpeed_);
     wantPositionMs_.reset();
-    segmentEnded_ = ended_ = false;
+    segmentEnded_ = ended_ = bounded_ = false;
     if (speed_.isBackward() && !asksServer() && !runsBackward()) {
         startLeaps(from);
         return false;
@@ -83,11 +89,29 @@ bool Pipeline::move() {
     return true;
 }
 
+/// Where a part that is repeated begins, the way in which it is wanted to run.
+std::int64_t Pipeline::partStart() const {
+    return wantSpeed_.isBackward() ? *markB_ : *markA_;
+}
+
+/// A place in the part that is repeated is its start when hardly anything of it is left to run
+/// through: a stream that has nothing there never has a first picture or sound.
+std::int64_t Pipeline::inPart(std::int64_t place) const {
+    if (!markB_ || asksServer()) {
+        return place;
+    }
+    const std::int64_t end = wantSpeed_.isBackward() ? *markA_ : *markB_;
+    const bool within = place >= *markA_ && place <= *markB_;
+    return within && std::abs(end - place) >= kShortestRepeat.count() ? place : partStart();
+}
+
 /// Plays on from there at the speed that holds, up to the end of the media or of the part that is
 /// repeated.
 bool Pipeline::seekTo(int flags, std::int64_t from) {
     const double rate = speed_.rate();
-    if (std::abs(rate) >= kKeyFramesFrom) {
+    const bool shortPart =
+        markB_ && *markB_ - *markA_ < std::chrono::milliseconds(kKeyFramesPart).count();
+    if (std::abs(rate) >= kKeyFramesFrom && !shortPart) {
         flags |= GST_SEEK_FLAG_TRICKMODE | GST_SEEK_FLAG_TRICKMODE_KEY_UNITS |
                  GST_SEEK_FLAG_TRICKMODE_NO_AUDIO;
     } else {
@@ -97,7 +121,9 @@ bool Pipeline::seekTo(int flags, std::int64_t from) {
     std::int64_t first = 0;
     auto last = static_cast<std::int64_t>(GST_CLOCK_TIME_NONE);
     if (markB_) {
-        flags |= GST_SEEK_FLAG_SEGMENT;
+        // Only what is heard needs to go on without a gap.
+        flags |= speed_.isNormal() ? GST_SEEK_FLAG_SEGMENT : GST_SEEK_FLAG_NONE;
+        bounded_ = !speed_.isNormal();
         first = *markA_ * GST_MSECOND;
         last = *markB_ * GST_MSECOND;
     }
@@ -192,22 +218,21 @@ void Pipeline::leap() {
     }
 }
 
-/// The part that is repeated is over: once more, or on beyond it. Nothing is thrown away that is on
-/// its way to the screen, so there is no gap.
+/// The part that is repeated at normal speed has been read to its end: once more, or on beyond it.
+/// Nothing is thrown away that is on its way to the screen, so there is no gap.
 void Pipeline::onSegmentEnd(std::uint32_t number) {
-    if (!opened_ || failed_ || retired_) {
-        return;
+    // While the media is moved any other end was on its way before.
+    if (opened_ && (step_ != Step::kMove || number == seekNumber_)) {
+        segmentEnded_ = true;
+        wish();
     }
-    if (step_ == Step::kMove) {
-        // A short part has been read to its end before its first picture is on the screen. Any
-        // other end was on its way when the media was moved.
-        segmentEnded_ = segmentEnded_ || number == seekNumber_;
-        return;
-    }
-    const bool backward = speed_.isBackward();
-    const std::int64_t next =
-        markB_ ? (backward ? *markB_ : *markA_) : (backward ? positionMs() : segmentEnd_);
-    if (!seekTo(GST_SEEK_FLAG_NONE, next)) {
+}
+
+/// Not before the step that is under way has ended, nor in a pause: such a seek waits until what
+/// has been read finds its place in the queues.
+void Pipeline::repeatSegment() {
+    segmentEnded_ = false;
+    if (!seekTo(GST_SEEK_FLAG_NONE, markB_ ? *markA_ : segmentEnd_)) {
         logWarning("the media cannot be repeated");
     }
     samplePosition();
