@@ -129,7 +129,10 @@ class Ssdp:
     def found(self, seconds=DEADLINE, group=None):
         """Searches until somebody answers; the locations."""
         def asked():
-            self.search(group=group)
+            try:
+                self.search(group=group)
+            except OSError:
+                return []  # the phone may still be checking its own address
             end = time.monotonic() + 0.3
             while time.monotonic() < end:
                 answers = self.answers()

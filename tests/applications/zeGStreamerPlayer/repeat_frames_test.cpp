@@ -139,4 +139,19 @@ INSTANTIATE_TEST_SUITE_P(OfAKind, ARepeatedFile,
                          testing::Values("/good/counted.mp4", "/good/counted.avi"),
                          [](const auto& one) { return test::caseName(one.param); });
 
+/// Its demuxer cannot end a film somewhere: the player looks when the end has passed.
+TEST_F(ARepetition, OfATransportStreamShowsAllOfThePartInEveryRound) {
+    ASSERT_NO_FATAL_FAILURE(play("/good/counted.ts"));
+    ASSERT_NO_FATAL_FAILURE(repeatFrom(500, 25));
+    const auto rounds = watchRounds(3);
+    EXPECT_GE(rounds.size(), 3u);
+    for (const auto& round : rounds) {
+        EXPECT_GE(round.front(), 495) << listOf(round);
+        EXPECT_LE(round.front(), 525) << listOf(round);
+        EXPECT_GE(round.back(), 525) << listOf(round);
+        EXPECT_LE(round.back(), 600) << listOf(round);
+    }
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+}
+
 } // namespace

@@ -163,6 +163,7 @@ private:
     void takeAnswer(const std::string& timeSeekRange, const std::string& playSpeed);
     bool goOnUnasked();
     std::int64_t askedPositionMs() const;
+    bool followsPart() const;
     void followPart();
     void setUpDownload(GstElement* element);
 

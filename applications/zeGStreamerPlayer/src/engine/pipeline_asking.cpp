@@ -96,9 +96,14 @@ std::int64_t Pipeline::askedPositionMs() const {
                                          static_cast<std::int64_t>(played * speed_.rate()));
 }
 
-/// What the server sends does not end where a part does that is repeated.
+/// Whether the part that is repeated ends when its end is seen to have passed: what a server sends
+/// does not end there, and GStreamer's demuxer of MPEG-TS shows nothing of a film with an end.
+bool Pipeline::followsPart() const {
+    return asksServer() || known_.mimeType == "video/vnd.dlna.mpeg-tts";
+}
+
 void Pipeline::followPart() {
-    if (!asksServer() || !markB_ || !saidPlaying_ || !idle() || wantPositionMs_) {
+    if (!followsPart() || !markB_ || !saidPlaying_ || !idle() || wantPositionMs_) {
         return;
     }
     const std::int64_t now = positionMs();

@@ -120,7 +120,7 @@ bool Pipeline::seekTo(int flags, std::int64_t from) {
     // "Until there is no more" and not "until the end": the parsers of songs refuse the latter.
     std::int64_t first = 0;
     auto last = static_cast<std::int64_t>(GST_CLOCK_TIME_NONE);
-    if (markB_) {
+    if (markB_ && !followsPart()) {
         // Only what is heard needs to go on without a gap.
         flags |= speed_.isNormal() ? GST_SEEK_FLAG_SEGMENT : GST_SEEK_FLAG_NONE;
         bounded_ = !speed_.isNormal();
