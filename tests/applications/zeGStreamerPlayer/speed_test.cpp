@@ -17,6 +17,14 @@
 
 namespace {
 
+/// With a sanitizer decoding falls behind the clock: the order of the frames is looked at then, not
+/// their rate.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kKeepsUp = false;
+#else
+constexpr bool kKeepsUp = true;
+#endif
+
 using player::PlayerState;
 using player::Speed;
 using test::kCountedRate;
@@ -123,8 +131,10 @@ protected:
         const Speed wanted = *Speed::fromText(way.speed);
         ASSERT_NO_FATAL_FAILURE(beAt(from));
         const auto seen = watchAt(wanted, way.frames, milliseconds(300));
-        ASSERT_GE(seen.size(), way.frames);
-        EXPECT_NEAR(test::rateOf(seen) / wanted.rate(), 1, 0.35); // the next one is twice as fast
+        ASSERT_GE(seen.size(), kKeepsUp ? way.frames : 2);
+        if (kKeepsUp) {
+            EXPECT_NEAR(test::rateOf(seen) / wanted.rate(), 1, 0.35); // the next is twice as fast
+        }
         for (std::size_t index = 1; index < seen.size(); ++index) {
             const int step = seen[index].number - seen[index - 1].number;
             EXPECT_GE(wanted.isBackward() ? -step : step, 0) << seen[index].number;
@@ -133,8 +143,11 @@ protected:
         // It goes on at normal speed from there, and says so.
         ASSERT_TRUE(player_->play(Speed()));
         ASSERT_TRUE(player_.waitUntil([this] { return player_.last().speed.isNormal(); }));
-        const double shown = lastSeen() / double{kCountedRate};
-        EXPECT_NEAR(player_.last().positionSec + 0.5, shown, 0.6 + std::abs(wanted.rate()) * 0.1);
+        if (kKeepsUp) {
+            const double shown = lastSeen() / double{kCountedRate};
+            EXPECT_NEAR(player_.last().positionSec + 0.5, shown,
+                        0.6 + std::abs(wanted.rate()) * 0.1);
+        }
     }
 
     static player::Settings watched(const std::string& folder, std::uint64_t copyLimit) {
@@ -155,7 +168,9 @@ TEST_F(ACountedFilm, RunsFromItsFirstFrameOn) {
     const std::vector<int> numbers = seenNumbers();
     EXPECT_LE(numbers.front(), 5); // until the window is there a few may be lost
     EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
-    EXPECT_NEAR(test::rateOf(seenFrames()), 1, 0.2);
+    if (kKeepsUp) {
+        EXPECT_NEAR(test::rateOf(seenFrames()), 1, 0.2);
+    }
 }
 
 TEST_F(ACountedFilm, IsSoughtToTheFrame) {
@@ -291,7 +306,7 @@ TEST_F(ATimedFilm, IsMovedByItsServer) {
         ASSERT_TRUE(player_->seek(20000));
         ASSERT_TRUE(waitForFrame(1000, 1100));
         const auto seen = watchAt(wanted, way.frames, milliseconds(300));
-        EXPECT_NEAR(test::rateOf(seen) / wanted.rate(), 1, 0.35);
+        EXPECT_NEAR(test::rateOf(seen) / wanted.rate(), 1, kKeepsUp ? 0.35 : 2);
         ASSERT_TRUE(player_->play(Speed()));
         ASSERT_TRUE(player_.waitUntil([this] { return player_.last().speed.isNormal(); }));
         EXPECT_EQ(player_.last().positionSec, wanted.isBackward() ? 0u : 20u);
