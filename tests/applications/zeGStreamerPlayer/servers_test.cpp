@@ -13,6 +13,7 @@
 
 #include "support/colours.h"
 #include "support/media_server.h"
+#include "support/patience.h"
 #include "support/recorded_player.h"
 #include "support/temporary_folder.h"
 
@@ -61,15 +62,12 @@ protected:
         return error;
     }
 
-    /// Of server and player alike; long enough for a busy machine.
-    static constexpr seconds kPatience{2};
-
     test::TemporaryFolder folder_;
     test::MediaServer server_{KETRA_TEST_MEDIA};
     test::RecordedPlayer player_{folder_.path(), [this] {
                                      player::Settings settings =
                                          test::RecordedPlayer::plainSettings(folder_.path());
-                                     settings.patience = kPatience;
+                                     settings.patience = test::kPatience;
                                      return settings;
                                  }()};
 };
@@ -136,7 +134,7 @@ TEST_F(AServer, ThatIsSlowIsWaitedFor) {
                player_.last().error != PlayerError::kNone;
     }));
     EXPECT_EQ(player_.last().error, PlayerError::kNone) << player_.log();
-    EXPECT_GT(std::chrono::steady_clock::now() - began, kPatience);
+    EXPECT_GT(std::chrono::steady_clock::now() - began, test::kPatience);
 }
 
 // The reader of this file asks for its last bytes before they have arrived.

@@ -6,6 +6,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "support/patience.h"
+
 namespace test {
 namespace {
 
@@ -295,7 +297,9 @@ void MediaServer::answerByHand(SoupServerMessage* message, const std::string& co
 /// Sends bytes as they are, in equal parts, five a second.
 void MediaServer::sendSlowly(SoupServerMessage* message, const std::string& bytes) {
     constexpr std::size_t kParts = 15;
-    constexpr unsigned kIntervalMs = 200;
+    // In all half as long again as the player waits when nothing arrives.
+    constexpr auto kIntervalMs = static_cast<unsigned>(
+        std::chrono::milliseconds(kPatience).count() * 3 / 2 / static_cast<int>(kParts));
     struct Sending {
         GOutputStream* stream;
         std::string bytes;
