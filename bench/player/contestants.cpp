@@ -19,14 +19,15 @@ constexpr std::chrono::seconds kLimit{30};
 /// What the processes find around them; nothing of whoever runs the benchmark gets in.
 const std::string& prepared(const std::string& folder) {
     for (const char* const name :
-         {"DISPLAY", "WAYLAND_DISPLAY", "PULSE_SERVER", "KETRA_SCREEN_SIZE", "KETRA_SNAPSHOT_DIR",
+         {"DISPLAY", "WAYLAND_DISPLAY", "PULSE_SERVER", "KETRA_SCREEN_SIZE",
           "KETRA_DOWNLOAD_LIMIT_MB", "KETRA_FULLSCREEN", "KETRA_TV_PID", "GST_DEBUG"}) {
         unsetenv(name);
     }
     setenv("KETRA_VIDEO_SINK", "benchsink", 1);
     setenv("KETRA_AUDIO_SINK", "fakesink", 1);
     setenv("KETRA_LOG", "warning", 1);
-    for (const char* const name : {"KETRA_STATE_DIR", "KETRA_DOWNLOAD_DIR", "XDG_RUNTIME_DIR"}) {
+    for (const char* const name :
+         {"KETRA_STATE_DIR", "KETRA_DOWNLOAD_DIR", "KETRA_SNAPSHOT_DIR", "XDG_RUNTIME_DIR"}) {
         setenv(name, folder.c_str(), 1);
     }
     setenv("GST_PLUGIN_PATH", PLAYER_BENCH_PLUGINS, 1);

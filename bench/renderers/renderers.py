@@ -51,6 +51,7 @@ class Ours(Renderer):
             "KETRA_LOG": "warning",
             "KETRA_VIDEO_SINK": "picturewitness",
             "KETRA_AUDIO_SINK": "fakeaudiosink",
+            "KETRA_SNAPSHOT_DIR": str(folder.parent / "run"),  # where its media worker may write
         }
         self.player = None
 
