@@ -155,7 +155,7 @@ started again and measured with a film; who was first in one round is last in th
 ## What is measured
 
 - All three run on the same host of the same closed network (`tools/world/with-world`) and are asked
-  by the same program, `bench/renderers/renderer_probe`, from another host of it, through raw sockets.
+  by the same program, `build/bench/bin/renderer_probe`, from another host of it, through raw sockets.
 - "Start" is the moment before the process is made. GStreamer's registry and all files are warm, the
   state bus is up. Vantor2 is the daemon alone, without its player; the others play in their own
   process.
