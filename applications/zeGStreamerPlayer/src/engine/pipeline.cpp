@@ -302,7 +302,8 @@ void Pipeline::onError(GstMessage* message) {
     }
     if (isRefusedRange(message) && !inOrder_ && !succession_.failedNext()) {
         // Only asking tells: servers that can send a part do not all say so.
-        inOrder_ = failed_ = true;
+        inOrder_ = true;
+        failed_ = true;
         end();
         renewed(true);
         return;

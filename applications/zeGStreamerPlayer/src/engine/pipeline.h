@@ -185,7 +185,7 @@ private:
     std::uint64_t bytesSeen_ = 0; ///< of those that had arrived
     bool opened_ = false;
     bool failed_ = false;
-    bool inOrder_; ///< the server sends the media from its beginning only
+    std::atomic<bool> inOrder_; ///< the server sends the media from its beginning only
     bool retired_ = false;
     bool wishQueued_ = false;
     GstState state_ = GST_STATE_PAUSED; ///< reached, or being gone to

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include <gio/gio.h>
-#include <gst/base/gstbasesrc.h>
 
 #include "engine/image_type.h"
 #include "engine/pipeline.h"
@@ -60,17 +59,6 @@ void trustCertificatesOf(GstElement* source, const std::string& file) {
     g_object_unref(database);
 }
 
-/// The source knows bytes. Asked for a time when it does not even know those, it would say "not
-/// known" in the place of the demuxer behind it, which knows.
-gboolean answerQuery(GstPad*, GstObject* parent, GstQuery* query) {
-    auto* const source = GST_BASE_SRC(parent);
-    GstFormat format = GST_FORMAT_UNDEFINED;
-    if (GST_QUERY_TYPE(query) == GST_QUERY_DURATION) {
-        gst_query_parse_duration(query, &format, nullptr);
-    }
-    return format != GST_FORMAT_TIME && GST_BASE_SRC_GET_CLASS(source)->query(source, query);
-}
-
 /// The copy has a name only for the moment in which it is opened: nothing is left behind, however
 /// the process ends.
 void onCopyCreated(GObject* buffer, GParamSpec*, gpointer) {
@@ -116,27 +104,31 @@ void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self) {
                  "user-agent", kUserAgent, nullptr);
     trustCertificatesOf(source, static_cast<Pipeline*>(self)->settings_.caFile);
     const GstOwner<GstPad> pad(gst_element_get_static_pad(source, "src"));
-    gst_pad_set_query_function(pad.get(), answerQuery);
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onFirstData, self, nullptr);
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onData, self, nullptr);
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, &Pipeline::onCaps, self,
                       nullptr);
-    if (static_cast<Pipeline*>(self)->inOrder_) {
-        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_QUERY_UPSTREAM, &Pipeline::onQuery, nullptr,
-                          nullptr);
-    }
+    gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_QUERY_UPSTREAM, &Pipeline::onQuery, self,
+                      nullptr);
 }
 
-/// The source takes every server whose media has a length for one that sends any part of it.
-GstPadProbeReturn Pipeline::onQuery(GstPad*, GstPadProbeInfo* info, gpointer) {
+/// Answers where the source would say what is not so.
+GstPadProbeReturn Pipeline::onQuery(GstPad*, GstPadProbeInfo* info, gpointer self) {
     GstQuery* const query = GST_PAD_PROBE_INFO_QUERY(info);
-    if (GST_QUERY_TYPE(query) != GST_QUERY_SEEKING) {
-        return GST_PAD_PROBE_OK;
+    GstFormat format = GST_FORMAT_UNDEFINED;
+    if (GST_QUERY_TYPE(query) == GST_QUERY_DURATION) {
+        // It knows bytes. Asked for a time when it does not even know those, it would say "not
+        // known" in the place of the demuxer behind it, which knows.
+        gst_query_parse_duration(query, &format, nullptr);
+        return format == GST_FORMAT_TIME ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
     }
-    GstFormat format = GST_FORMAT_BYTES;
-    gst_query_parse_seeking(query, &format, nullptr, nullptr, nullptr);
-    gst_query_set_seeking(query, format, FALSE, 0, -1);
-    return GST_PAD_PROBE_HANDLED;
+    if (GST_QUERY_TYPE(query) == GST_QUERY_SEEKING && static_cast<Pipeline*>(self)->inOrder_) {
+        // It takes every server whose media has a length for one that sends any part of it.
+        gst_query_parse_seeking(query, &format, nullptr, nullptr, nullptr);
+        gst_query_set_seeking(query, format, FALSE, 0, -1);
+        return GST_PAD_PROBE_HANDLED;
+    }
+    return GST_PAD_PROBE_OK;
 }
 
 /// What only the server's word says how to read (bare samples, L16) cannot be copied: the word does
