@@ -1,10 +1,14 @@
 """How the renderer daemon is found, and how it goes away, on IPv4 and on IPv6 at once."""
 
+import contextlib
+import http.client
+import itertools
 import re
 import select
 import socket
 import struct
 import sys
+import threading
 import time
 import unittest
 
@@ -12,6 +16,7 @@ from networks import DEADLINE, RENDERER, Home, get, header, ip, until
 
 SERVICE = "urn:schemas-upnp-org:service:"
 PROMPT = 0.5  # seconds for answers that leave within a tenth of one on a quiet machine
+SHORTEST_MX = 1.0  # seconds; no search may name less and mean it
 SILENCE = 0.4  # seconds after which nobody is going to say anything
 IP_RECVTTL = 12  # Linux's number, which the socket module lacks
 ANNOUNCED = 6  # the root device, the device, its type and three services
@@ -76,6 +81,53 @@ class Searches(Home):
         time.sleep(SILENCE)
         for phone, _, way, _ in self.ways:
             self.assertEqual(phone.answers(), [], way)
+
+    @contextlib.contextmanager
+    def polled(self, location):
+        """Polls all the while, as fast as it is answered; the list of statuses."""
+        statuses, enough = [], threading.Event()
+        body = (f"<s:Envelope xmlns:s='http://schemas.xmlsoap.org/soap/envelope/'><s:Body>"
+                f"<u:GetTransportInfo xmlns:u='{SERVICE}AVTransport:1'><InstanceID>0</InstanceID>"
+                f"</u:GetTransportInfo></s:Body></s:Envelope>")
+
+        def poll():
+            connection = http.client.HTTPConnection(location.split("/")[2], timeout=DEADLINE)
+            while not enough.is_set():
+                connection.request("POST", "/AVTransport/control", body, {
+                    "SOAPACTION": f'"{SERVICE}AVTransport:1#GetTransportInfo"'})
+                answer = connection.getresponse()
+                answer.read()
+                statuses.append(answer.status)
+            connection.close()
+        pollers = [threading.Thread(target=poll, daemon=True) for _ in range(2)]
+        for poller in pollers:
+            poller.start()
+        try:
+            yield statuses
+        finally:
+            enough.set()
+            for poller in pollers:
+                poller.join()
+
+    def search_in_every_way(self, state):
+        targets = itertools.cycle([RENDERER, "upnp:rootdevice", self.uuid,
+                                   f"{SERVICE}AVTransport:1", f"{SERVICE}RenderingControl:1"])
+        for mx in ("0", "1", "5", "100000", "-1", None):
+            for phone, group, way, _ in self.ways:
+                target = next(targets)
+                phone.search(target, group, "" if mx is None else f"MX: {mx}\r\n")
+                heard = self.answers(phone, 1, SHORTEST_MX)
+                self.assertEqual([header(answer, "ST") for answer in heard], [target],
+                                 f"{way}, MX {mx}, {state}")
+
+    def test_are_answered_in_time_at_rest_and_while_it_is_polled(self):
+        self.search_in_every_way("at rest")
+        with self.polled(self.ways[0][3]) as statuses:
+            until(lambda: len(statuses) > 100, "polls that are answered")
+            before = len(statuses)
+            self.search_in_every_way("polled")
+            self.assertGreater(len(statuses), before)
+        self.assertEqual(set(statuses), {200})
 
     def test_are_answered_no_farther_than_a_home_reaches(self):
         for phone, option, kind in ((self.phones[0], IP_RECVTTL, socket.IPPROTO_IP),
