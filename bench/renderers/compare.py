@@ -130,7 +130,7 @@ class Comparison:
 KNOWN = {
     "announced", "found", "idle_cpu", "idle_switches", "memory_idle", "description", "poll_p50",
     "poll_p99", "kept", "polls_per_second", "memory_all_idle", "memory_all_playing", "set",
-    "evented", "picture", "playing", "first_playing",
+    "evented", "picture", "playing", "first_playing", "answered",
     "before", "after_polls", "after_subscriptions", "after_connections",
 }  # fmt: skip
 

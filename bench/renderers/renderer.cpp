@@ -25,6 +25,10 @@ constexpr std::chrono::seconds kStartPatience{20};
 constexpr std::chrono::seconds kEndPatience{5};
 // Often, so that the answer's time is the renderer's; rarely enough that no flood guard is woken.
 constexpr std::chrono::milliseconds kSearchPause{10};
+constexpr char kSearch[] = "M-SEARCH * HTTP/1.1\r\nHOST: 239.255.255.250:1900\r\n"
+                           "MAN: \"ssdp:discover\"\r\nMX: 1\r\n"
+                           "ST: urn:schemas-upnp-org:device:MediaRenderer:1\r\n\r\n";
+constexpr std::chrono::seconds kAnswerPatience{3}; // well beyond MX
 
 std::string between(const std::string& text, const std::string& begin, const std::string& end,
                     std::size_t from) {
@@ -97,6 +101,12 @@ bool isRenderer(const std::string& text) {
     return text.find(":device:MediaRenderer:") != std::string::npos;
 }
 
+void search(int asker) {
+    const sockaddr_in group = inet(kGroup, kPort);
+    sendto(asker, kSearch, sizeof kSearch - 1, 0, reinterpret_cast<const sockaddr*>(&group),
+           sizeof group);
+}
+
 } // namespace
 
 std::string ownAddress() {
@@ -109,6 +119,28 @@ std::string ownAddress() {
 
 double milliseconds(Clock::duration time) {
     return std::chrono::duration<double, std::milli>(time).count();
+}
+
+std::vector<double> searchTimes(unsigned times) {
+    const int asker = datagramSocket(0);
+    std::vector<double> taken;
+    for (unsigned count = 0; count < times; ++count) {
+        const Clock::time_point begun = Clock::now();
+        search(asker);
+        pollfd answer{asker, POLLIN, 0};
+        while (!isRenderer(received(asker))) {
+            const auto left = kAnswerPatience - (Clock::now() - begun);
+            if (poll(&answer, 1, static_cast<int>(milliseconds(left))) <= 0) {
+                close(asker);
+                throw std::runtime_error("a search was not answered");
+            }
+        }
+        taken.push_back(milliseconds(Clock::now() - begun));
+        while (!received(asker).empty()) { // said twice
+        }
+    }
+    close(asker);
+    return taken;
 }
 
 Renderer::Renderer(const std::string& location) : location_(location) {
@@ -183,15 +215,10 @@ Started::Started(const std::string& network, const std::vector<std::string>& com
 void Started::listen(Clock::time_point begun) {
     const int ear = datagramSocket(kPort);
     const int asker = datagramSocket(0);
-    const sockaddr_in group = inet(kGroup, kPort);
-    const std::string search = "M-SEARCH * HTTP/1.1\r\nHOST: 239.255.255.250:1900\r\n"
-                               "MAN: \"ssdp:discover\"\r\nMX: 1\r\n"
-                               "ST: urn:schemas-upnp-org:device:MediaRenderer:1\r\n\r\n";
     Clock::time_point nextSearch = begun;
     while ((announced_ == 0 || found_ == 0) && Clock::now() - begun < kStartPatience) {
         if (found_ == 0 && Clock::now() >= nextSearch) {
-            sendto(asker, search.data(), search.size(), 0,
-                   reinterpret_cast<const sockaddr*>(&group), sizeof group);
+            search(asker);
             nextSearch += kSearchPause;
         }
         pollfd both[] = {{ear, POLLIN, 0}, {asker, POLLIN, 0}};

@@ -58,6 +58,10 @@ private:
     double found_ = 0;
 };
 
+/// Milliseconds until the one renderer of the network answers a search for it, of so many searches
+/// one after the other. Throws std::runtime_error when one is not answered.
+std::vector<double> searchTimes(unsigned times);
+
 /// This machine's address in the network of the controller.
 std::string ownAddress();
 

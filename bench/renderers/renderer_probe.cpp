@@ -33,6 +33,7 @@ using namespace bench;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
+constexpr unsigned kSearches = 15;
 constexpr unsigned kDescriptions = 200;
 constexpr unsigned kPolls = 3000;
 constexpr unsigned kConnections = 8;
@@ -137,6 +138,8 @@ void measureAlone(const Asked& asked) {
     tell("announced", started.announced());
     tell("found", started.found());
     measureIdle(started.process());
+    std::vector<double> searches = searchTimes(kSearches);
+    tell("answered", at(searches, 0.5));
 
     const Renderer renderer(started.location());
     Connection connection(renderer.address());

@@ -32,6 +32,7 @@ class Row:
 ROWS = [
     Row("announced", "start until the MediaRenderer is announced", "ms", 1, 100),
     Row("found", "start until a search is answered (MX 1, asked every 10 ms)", "ms", 1, 120),
+    Row("answered", "search until it is answered, at rest (MX 1)", "ms", 2, 100),
     Row("description", "description, a new connection each", "ms", 3, 0.2),
     Row("poll_p50", "poll (GetTransportInfo), kept connection, p50", "ms", 3, 0.18),
     Row("poll_p99", "poll, kept connection, p99", "ms", 3, 0.5),
@@ -159,7 +160,8 @@ started again and measured with a film; who was first in one round is last in th
 - "Start" is the moment before the process is made. GStreamer's registry and all files are warm, the
   state bus is up. Vantor2 is the daemon alone, without its player; the others play in their own
   process.
-- Rygel answers a search after a random time within MX, as the standard allows.
+- Rygel answers a search after a random time within MX, as the standard allows. At rest fifteen are
+  sent, each once the one before was answered; their median counts.
 - For a film Vantor2 has its player beside it and the policy "allow". All three draw into the same
   video sink, which shows nothing and tells when it was given something to show
   (`bench/renderers/picture_witness.cpp`). The film is 640x360 H.264 with AAC in MP4, over HTTP from
