@@ -71,7 +71,10 @@ PlayerReport reportOf(const ContentPlayerService& record) {
     report.goesOn = report.state == kPlayerFinished &&
                     record.mPlayback.mTrackIndex < record.mPlayback.mTrackCount;
     const char* seekModes = record.mPlayback.mSupportedSeekModes;
-    report.movable = seekModes == nullptr || *seekModes != '\0';
+    const bool names = seekModes != nullptr && *seekModes != '\0';
+    if (names || (seekModes != nullptr && report.state != kPlayerLoading)) {
+        report.movable = names; // what is not open yet may still turn out to be movable
+    }
     if (record.mInfoStr != nullptr && std::strcmp(record.mInfoStr, "ControlledByDMP") == 0) {
         // The local media player has the player for itself; what plays is nothing of ours.
         report.state = kPlayerStopped;

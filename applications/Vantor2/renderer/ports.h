@@ -83,7 +83,9 @@ struct PlayerReport {
     std::string knownSpeeds;     ///< no media allows others; empty when the player does not say
     std::string formats; ///< sink protocol info of what it can open; empty when it does not say
     bool goesOn = false; ///< has ended, and the player begins the announced next media by itself
-    bool movable = true; ///< false: the player knows no way to another position in this media
+    /// Whether the player knows a way to another position in this media; nothing when it does not
+    /// say.
+    std::optional<bool> movable = {};
 };
 
 } // namespace vantor

@@ -173,7 +173,8 @@ TransportView Transport::view(const Controller& controller) const {
     view.protocolInfo = report_.protocolInfo.empty() ? info.protocolInfo : report_.protocolInfo;
     view.durationSec = report_.durationSec != 0 ? report_.durationSec : info.durationSec;
     view.sizeBytes = info.sizeBytes;
-    view.canSeek = !view.isImage && allowsSeek(view.protocolInfo) && report_.movable;
+    // What the server allows is of no account to a player that has a copy.
+    view.canSeek = !view.isImage && report_.movable.value_or(allowsSeek(view.protocolInfo));
     view.canSeekBytes = view.canSeek && allowsByteSeek(view.protocolInfo) && view.sizeBytes != 0 &&
                         view.durationSec != 0;
     view.supportedSpeeds = report_.supportedSpeeds;

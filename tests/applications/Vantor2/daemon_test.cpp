@@ -192,6 +192,14 @@ TEST_F(TheDaemon, OffersTheMovesThatThePlayerSaysThatItKnows) {
     EXPECT_FALSE(succeeded(call(
         kAvt, "Seek", std::string(kInstance) + "<Unit>REL_TIME</Unit><Target>0:00:07</Target>")));
     offers("1,2", "REL_TIME,ABS_TIME", "Play,Pause,Stop,Seek,X_DLNA_SeekTime,X_DLNA_PS=2");
+    // A server that lets nobody seek, and a player that has all of the film.
+    tv->player->change([](statebus::Record& record) {
+        record.setText("mTrack.mDLNAProfile", "http-get:*:video/mp4:DLNA.ORG_OP=00");
+    });
+    offers("1", "", "Play,Pause,Stop");
+    offers("1", "REL_TIME,ABS_TIME", "Play,Pause,Stop,Seek,X_DLNA_SeekTime");
+    EXPECT_TRUE(succeeded(call(
+        kAvt, "Seek", std::string(kInstance) + "<Unit>REL_TIME</Unit><Target>0:00:07</Target>")));
 }
 
 TEST_F(TheDaemon, OffersWhatThePlayerSaysThatItOpens) {

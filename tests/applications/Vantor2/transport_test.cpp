@@ -371,6 +371,17 @@ TEST_F(ATransport, DoesNotSeekWhereTheServerCannot) {
     EXPECT_EQ(transport.view(phone).possibleActions(), "Play,Pause,Stop");
 }
 
+TEST_F(ATransport, SeeksWhereThePlayerCanWhateverItsServerIsSaidToDo) {
+    playFilm();
+    PlayerReport report = reported(4);
+    report.protocolInfo = "http-get:*:video/mp4:DLNA.ORG_OP=00";
+    report.movable = true;
+    transport.playerChanged(report);
+    EXPECT_EQ(transport.seek(phone, "REL_TIME", "0:00:05"), 0);
+    EXPECT_EQ(player.taken(), Commands{"seek 5"});
+    EXPECT_EQ(transport.view(phone).possibleActions(), "Play,Pause,Stop,Seek,X_DLNA_SeekTime");
+}
+
 TEST_F(ATransport, DoesNotSeekWhereThePlayerCannot) {
     playFilm();
     PlayerReport report = reported(4);
