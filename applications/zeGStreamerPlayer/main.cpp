@@ -5,7 +5,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "process/log.h"
 #include "process/player_process.h"
@@ -17,11 +19,15 @@ int main(int argc, char** argv) {
     // A reader of the log or a server that goes away is no reason to end.
     std::signal(SIGPIPE, SIG_IGN);
     try {
-        const player::Settings settings =
-            player::readSettings([](const char* name) -> const char* { return std::getenv(name); });
+        std::vector<std::string> complaints;
+        const player::Settings settings = player::readSettings(
+            [](const char* name) -> const char* { return std::getenv(name); }, complaints);
         player::setLogLevel(settings.logLevel);
         if (argc > 1 && std::string_view(argv[1]) == player::kWorkerArgument) {
             return player::runMediaWorker(settings);
+        }
+        for (const std::string& complaint : complaints) {
+            player::logWarning(complaint);
         }
         player::PlayerProcess process(settings);
         return static_cast<int>(process.run());

@@ -105,6 +105,15 @@ public:
             [&](const std::string& line) { return line.find(part) != std::string::npos; }, limit);
     }
 
+    /// Whether standard error says `part` in time.
+    bool waitForError(const std::string& part, Milliseconds limit = kLimit) {
+        const auto end = std::chrono::steady_clock::now() + limit;
+        while (error_.text.find(part) == std::string::npos)
+            if (!readSome(end))
+                return false;
+        return true;
+    }
+
     /// Exit status; 128 and the signal's number when one ended it; nothing when it did not end.
     std::optional<int> waitForExit(Milliseconds limit = kLimit) {
         const auto end = std::chrono::steady_clock::now() + limit;

@@ -9,9 +9,12 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <utility>
 
 #include <glib-unix.h>
+
+#include "common/log.h"
 
 namespace companion {
 namespace {
@@ -21,15 +24,18 @@ constexpr char kTelevision[] = "KETRA_TV_PID";
 /// 0 when nobody says.
 pid_t televisionFromEnvironment() {
     const char* const text = std::getenv(kTelevision);
-    pid_t process = 0;
-    if (text != nullptr) {
-        const char* const end = text + std::strlen(text);
-        const auto [stopped, error] = std::from_chars(text, end, process);
-        if (error != std::errc() || stopped != end || process < 0) {
-            return 0;
-        }
+    if (text == nullptr || *text == '\0') {
+        return 0;
     }
-    return process;
+    pid_t process = 0;
+    const char* const end = text + std::strlen(text);
+    const auto [stopped, error] = std::from_chars(text, end, process);
+    if (error == std::errc() && stopped == end && process > 0) {
+        return process;
+    }
+    logging::logWarning(std::string(kTelevision) + "=" + text +
+                        " is no process number; the process that started this one stands for it");
+    return 0;
 }
 
 } // namespace

@@ -72,6 +72,19 @@ TEST_P(ACompanion, EndsWhenItsTelevisionDiedBeforeItsFirstLook) {
     EXPECT_EQ(code, 0) << television.error();
 }
 
+TEST_P(ACompanion, SaysThatATelevisionOfNoNumberIsNoneAndFollowsItsStarter) {
+    for (const char* nonsense : {"abc", "0", "-5"}) {
+        setenv("KETRA_TV_PID", nonsense, 1);
+        Program companion({GetParam()});
+        const std::string warning =
+            std::string(": warning: KETRA_TV_PID=") + nonsense + " is no process number; ";
+        EXPECT_TRUE(companion.waitForError(warning, std::chrono::seconds(10))) << companion.error();
+        companion.signal(SIGTERM);
+        EXPECT_TRUE(companion.waitForExit()) << companion.error();
+    }
+    unsetenv("KETRA_TV_PID");
+}
+
 INSTANTIATE_TEST_SUITE_P(OfTheTelevision, ACompanion,
                          testing::Values(VANTOR2_PROGRAM, KETRA_PLAYER_PROGRAM),
                          [](const auto& one) {

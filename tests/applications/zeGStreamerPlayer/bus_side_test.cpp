@@ -440,40 +440,4 @@ TEST(TheSoundRecord, HasOneChannel) {
     EXPECT_EQ(content.mChannelCount, 0);
 }
 
-TEST(ASnapshot, GoesOnlyIntoItsFolder) {
-    const test::TemporaryFolder folder;
-    const std::string root = std::filesystem::canonical(folder.path()).string();
-    std::filesystem::create_directory(root + "/deeper");
-    std::filesystem::create_symlink("/", root + "/out");
-    std::filesystem::create_symlink("/etc/hostname", root + "/link.png");
-    EXPECT_EQ(snapshotTarget(root, "a.png"), root + "/a.png");
-    EXPECT_EQ(snapshotTarget(root, root + "/a.png"), root + "/a.png");
-    EXPECT_EQ(snapshotTarget(root, "deeper/a.png"), root + "/deeper/a.png");
-    EXPECT_EQ(snapshotTarget(root, "deeper/../a.png"), root + "/a.png");
-    for (const char* path : {"", "a.jpg", "../a.png", "/tmp/a.png", "out/tmp/a.png", "link.png",
-                             "missing/a.png", ".png", "deeper"}) {
-        EXPECT_FALSE(snapshotTarget(root, path)) << path;
-    }
-    EXPECT_FALSE(snapshotTarget("", "a.png"));
-    EXPECT_FALSE(snapshotTarget(root + "/missing", "a.png"));
-}
-
-TEST(TheSettings, ComeFromTheEnvironment) {
-    const Settings settings = readSettings([](const char* name) -> const char* {
-        const std::string asked = name;
-        return asked == "KETRA_VIDEO_SINK"          ? "fakesink"
-               : asked == "KETRA_LOG"               ? "debug"
-               : asked == "KETRA_DOWNLOAD_LIMIT_MB" ? "3"
-               : asked == "DISPLAY"                 ? ":0"
-                                                    : nullptr;
-    });
-    EXPECT_EQ(settings.videoSink, "fakesink");
-    EXPECT_EQ(settings.audioSink, "");
-    EXPECT_EQ(settings.downloadDir, "/tmp");
-    EXPECT_EQ(roomForCopy(settings), 3u * 1024 * 1024);
-    EXPECT_TRUE(settings.xDisplay);
-    EXPECT_FALSE(settings.waylandDisplay);
-    EXPECT_EQ(settings.logLevel, LogLevel::kDebug);
-}
-
 } // namespace

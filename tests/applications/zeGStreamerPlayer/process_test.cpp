@@ -421,13 +421,31 @@ TEST_F(ThePlayerProcess, EndsWithTheProcessThatStartedIt) {
 TEST_F(ThePlayerProcess, SaysAloudThatAnotherPlayerHasItsPlaceOnTheBus) {
     start();
     Program second({KETRA_PLAYER_PROGRAM});
-    const auto end = std::chrono::steady_clock::now() + seconds(10);
-    while (second.error().find("warning: ") == std::string::npos &&
-           std::chrono::steady_clock::now() < end) {
-        (void)second.waitForLine("nothing", std::chrono::milliseconds(20)); // reads on
-    }
-    EXPECT_NE(second.error().find("zeGStreamerPlayer: warning: "), std::string::npos)
-        << second.error();
+    EXPECT_TRUE(second.waitForError("zeGStreamerPlayer: warning: ", seconds(10))) << second.error();
+}
+
+TEST_F(ThePlayerProcess, NamesASinkThatDoesNotExistAndWhatItTakesInstead) {
+    setenv("KETRA_AUDIO_SINK", "nosuchsink", 1);
+    unsetenv("PULSE_SERVER");
+    setenv("XDG_RUNTIME_DIR", folder_.path().c_str(), 1);
+    startPlaying();
+    EXPECT_TRUE(player_->waitForError("KETRA_AUDIO_SINK=nosuchsink cannot be used; ", seconds(10)))
+        << player_->error();
+    EXPECT_TRUE(player_->waitForError(" is used instead\n", seconds(1))) << player_->error();
+}
+
+TEST_F(ThePlayerProcess, NamesANonsensicalSettingOnceAndRuns) {
+    setenv("KETRA_SCREEN_SIZE", "abc", 1);
+    start();
+    unsetenv("KETRA_SCREEN_SIZE");
+    player_->signal(SIGTERM);
+    ASSERT_EQ(player_->waitForExit(), 0);
+    const std::string warning = "zeGStreamerPlayer: warning: KETRA_SCREEN_SIZE=abc is no size from "
+                                "1x1 to 8192x8192; 1920x1080 is used\n";
+    const std::size_t first = player_->error().find(warning);
+    ASSERT_NE(first, std::string::npos) << player_->error();
+    EXPECT_EQ(player_->error().find("KETRA_SCREEN_SIZE", first + warning.size()), std::string::npos)
+        << "its worker reads the settings, too: " << player_->error();
 }
 
 TEST_F(ThePlayerProcess, StartsWithoutAnArgumentVector) {

@@ -52,7 +52,8 @@ void trustCertificatesOf(GstElement* source, const std::string& file) {
     GTlsDatabase* const database = g_tls_file_database_new(file.c_str(), &rawError);
     const GstOwner<GError> error(rawError);
     if (database == nullptr) {
-        logWarning("the certificates of " + file + " cannot be read: " + error->message);
+        logWarning("KETRA_CA_FILE=" + file + " cannot be used: " + error->message +
+                   "; what the system trusts is trusted");
         return;
     }
     g_object_set(source, "tls-database", database, nullptr);

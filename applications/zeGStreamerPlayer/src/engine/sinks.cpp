@@ -51,20 +51,30 @@ bool mayHaveSound() {
                                  std::filesystem::exists(sockets + "/pipewire-0", ignored)));
 }
 
-GstElement* make(const std::string& asked, const std::vector<const char*>& candidates,
-                 const char* name) {
-    if (!asked.empty()) {
-        if (GstElement* const sink = makeIfUsable(asked, name)) {
-            return sink;
-        }
-        logWarning("the sink " + asked + " cannot be used");
-    }
+GstElement* makeUsual(const std::vector<const char*>& candidates, const char* name) {
     for (const char* const candidate : candidates) {
         if (GstElement* const sink = makeIfUsable(candidate, name)) {
             return sink;
         }
     }
     return makeSilentSink(name);
+}
+
+/// `setting` is the variable in which `asked` was found.
+GstElement* make(const char* setting, const std::string& asked,
+                 const std::vector<const char*>& candidates, const char* name) {
+    if (asked.empty()) {
+        return makeUsual(candidates, name);
+    }
+    if (GstElement* const sink = makeIfUsable(asked, name)) {
+        return sink;
+    }
+    GstElement* const sink = makeUsual(candidates, name);
+    const GstElementFactory* const usual =
+        sink != nullptr ? gst_element_get_factory(sink) : nullptr;
+    logWarning(std::string(setting) + "=" + asked + " cannot be used; " +
+               (usual != nullptr ? GST_OBJECT_NAME(usual) : "nothing") + " is used instead");
+    return sink;
 }
 
 } // namespace
@@ -82,7 +92,7 @@ GstElement* makeVideoSink(const Settings& settings) {
     if (!candidates.empty()) {
         candidates.push_back("autovideosink");
     }
-    return make(settings.videoSink, candidates, "picture");
+    return make("KETRA_VIDEO_SINK", settings.videoSink, candidates, "picture");
 }
 
 GstElement* makeAudioSink(const Settings& settings) {
@@ -90,7 +100,7 @@ GstElement* makeAudioSink(const Settings& settings) {
     if (mayHaveSound()) {
         candidates.push_back("autoaudiosink");
     }
-    return make(settings.audioSink, candidates, "sound");
+    return make("KETRA_AUDIO_SINK", settings.audioSink, candidates, "sound");
 }
 
 } // namespace player

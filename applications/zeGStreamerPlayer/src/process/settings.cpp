@@ -8,23 +8,57 @@
 namespace player {
 namespace {
 
-/// A size that makes no sense leaves the usual one.
-void readScreenSize(const std::string& text, Settings& settings) {
-    constexpr std::uint32_t kLargest = 8192;
+constexpr std::uint32_t kLargestScreen = 8192;
+
+/// False for a text that is no size; nothing is changed then.
+bool readScreenSize(const std::string& text, Settings& settings) {
     const std::size_t cross = text.find('x');
-    const auto width = decimalNumber(std::string_view(text).substr(0, cross));
-    const auto height = cross == std::string::npos
-                            ? std::nullopt
-                            : decimalNumber(std::string_view(text).substr(cross + 1));
-    if (width && height && *width > 0 && *height > 0 && *width <= kLargest && *height <= kLargest) {
-        settings.screenWidth = static_cast<int>(*width);
-        settings.screenHeight = static_cast<int>(*height);
+    const std::string_view whole = text;
+    const std::uint32_t width = decimalNumber(whole.substr(0, cross)).value_or(0);
+    const std::uint32_t height =
+        cross == std::string::npos ? 0 : decimalNumber(whole.substr(cross + 1)).value_or(0);
+    if (width < 1 || width > kLargestScreen || height < 1 || height > kLargestScreen) {
+        return false;
     }
+    settings.screenWidth = static_cast<int>(width);
+    settings.screenHeight = static_cast<int>(height);
+    return true;
 }
+
+bool readFullScreen(const std::string& text, Settings& settings) {
+    settings.fullScreen = text == "1";
+    return settings.fullScreen || text == "0";
+}
+
+bool readDownloadLimit(const std::string& text, Settings& settings) {
+    if (const auto megabytes = decimalNumber(text)) {
+        settings.downloadLimitBytes = std::uint64_t{*megabytes} * 1024 * 1024;
+    }
+    return settings.downloadLimitBytes.has_value();
+}
+
+bool readLogLevel(const std::string& text, Settings& settings) {
+    return parseLogLevel(text, settings.logLevel);
+}
+
+/// The settings that are more than any text.
+struct Checked {
+    const char* name;
+    bool (*read)(const std::string& text, Settings& settings);
+    const char* complaint; ///< what a text that makes no sense is, and what is done instead
+};
+constexpr Checked kChecked[] = {
+    {"KETRA_SCREEN_SIZE", readScreenSize, "no size from 1x1 to 8192x8192; 1920x1080 is used"},
+    {"KETRA_FULLSCREEN", readFullScreen, "neither 0 nor 1; 0 is used"},
+    {"KETRA_DOWNLOAD_LIMIT_MB", readDownloadLimit,
+     "no number of megabytes; half of what is free is used"},
+    {"KETRA_LOG", readLogLevel, "none of error, warning, info, debug; info is used"},
+};
 
 } // namespace
 
-Settings readSettings(const std::function<const char*(const char* name)>& lookup) {
+Settings readSettings(const std::function<const char*(const char* name)>& lookup,
+                      std::vector<std::string>& complaints) {
     const auto text = [&lookup](const char* name) {
         const char* const value = lookup(name);
         return std::string(value == nullptr ? "" : value);
@@ -32,8 +66,6 @@ Settings readSettings(const std::function<const char*(const char* name)>& lookup
     Settings settings;
     settings.videoSink = text("KETRA_VIDEO_SINK");
     settings.audioSink = text("KETRA_AUDIO_SINK");
-    settings.fullScreen = text("KETRA_FULLSCREEN") == "1";
-    readScreenSize(text("KETRA_SCREEN_SIZE"), settings);
     settings.snapshotDir = text("KETRA_SNAPSHOT_DIR");
     settings.downloadDir = text("KETRA_DOWNLOAD_DIR");
     if (settings.downloadDir.empty()) {
@@ -49,13 +81,15 @@ Settings readSettings(const std::function<const char*(const char* name)>& lookup
     } else if (settings.stateDir.empty() && !text("HOME").empty()) {
         settings.stateDir = text("HOME") + "/.local/state/ketra";
     }
-    if (const auto megabytes = decimalNumber(text("KETRA_DOWNLOAD_LIMIT_MB"))) {
-        settings.downloadLimitBytes = std::uint64_t{*megabytes} * 1024 * 1024;
-    }
     settings.xDisplay = !text("DISPLAY").empty();
     settings.waylandDisplay = !text("WAYLAND_DISPLAY").empty();
-    // A level that nobody knows is no reason not to play.
-    (void)parseLogLevel(text("KETRA_LOG"), settings.logLevel);
+    for (const Checked& setting : kChecked) {
+        const std::string given = text(setting.name);
+        if (!given.empty() && !setting.read(given, settings)) {
+            complaints.push_back(std::string(setting.name) + "=" + given + " is " +
+                                 setting.complaint);
+        }
+    }
     return settings;
 }
 

@@ -18,6 +18,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "process/log.h"
 
@@ -41,8 +42,11 @@ struct Settings {
     std::chrono::milliseconds patience = std::chrono::seconds(20);
 };
 
-/// Reads the settings through `lookup`, which answers a null pointer for a name that is not set.
-Settings readSettings(const std::function<const char*(const char* name)>& lookup);
+/// Reads the settings through `lookup`, which answers a null pointer for a name that is not set. A
+/// value that makes no sense leaves the usual one, and a sentence in `complaints` that names it:
+/// a player that does not start helps nobody in front of a TV.
+Settings readSettings(const std::function<const char*(const char* name)>& lookup,
+                      std::vector<std::string>& complaints);
 
 /// Bytes of the largest film of which a copy may be kept now.
 std::uint64_t roomForCopy(const Settings& settings);
