@@ -8,7 +8,7 @@ import subprocess
 import tempfile
 import unittest
 
-from house import BIN, COMPANIONS, HouseTest, Process, media, until
+from house import BIN, COMPANIONS, HouseTest, Process, companion_pids, media, until
 
 POLICY = os.path.join(os.path.dirname(__file__), "../../platform/linux/policy/several_users.conf")
 # Users that every system has play the parts of those that the policy names.
@@ -56,7 +56,8 @@ class SeveralUsers(HouseTest):
     def as_user(self, user, *command):
         entry = pwd.getpwnam(user)
         return ["setpriv", "--reuid", user, "--regid", grp.getgrgid(entry.pw_gid).gr_name,
-                "--clear-groups", "--", *command]
+                "--clear-groups", "--bounding-set=-all", "--inh-caps=-all", "--no-new-privs",
+                "--", *command]
 
     def companion(self, user, program):
         own = f"{self.place}/{user}"
@@ -75,6 +76,15 @@ class SeveralUsers(HouseTest):
         return next((line.split("(")[1].rstrip(")") for line in shown.splitlines()
                      if line.startswith("  mState =")), shown)
 
+    def assert_has_no_privilege(self, program, user):
+        pid, = companion_pids(program)
+        with open(f"/proc/{pid}/status", encoding="ascii") as lines:
+            status = dict(line.rstrip("\n").split(":\t", 1) for line in lines if ":\t" in line)
+        self.assertEqual(set(status["Uid"].split()), {str(pwd.getpwnam(user).pw_uid)})
+        self.assertEqual(status["NoNewPrivs"], "1")
+        for kind in ("Inh", "Prm", "Eff", "Bnd", "Amb"):
+            self.assertEqual(int(status["Cap" + kind], 16), 0, kind)
+
     def test_play_a_film_together_and_take_orders_from_nobody_else(self):
         companions = [self.companion("daemon", "zeGStreamerPlayer"),
                       self.companion("bin", "Vantor2")]
@@ -83,6 +93,7 @@ class SeveralUsers(HouseTest):
         self.assertEqual(self.sbus("games", "set", "MediaRendererService",
                                    "mPlayerControlAuthorization", "0")[0], 0,
                          "\n".join(companion.tail() for companion in companions))
+        self.assert_has_no_privilege("Vantor2", "bin")
         self.push(media("film.mp4"))
         until(lambda: self.state(STRANGER) == "playing", "the film, seen by a stranger")
         refused = 1

@@ -61,9 +61,10 @@ class Child {
 public:
     using Environment = std::vector<std::pair<std::string, std::string>>;
 
-    /// Starts it, without any arguments unless there is one; what it prints is kept.
+    /// Starts it, without any arguments unless there is one; what it prints is kept. `prepare` is
+    /// called in the new process.
     Child(const std::string& program, const Environment& environment,
-          const char* argument = nullptr) {
+          const char* argument = nullptr, void (*prepare)() = nullptr) {
         int output[2];
         EXPECT_EQ(pipe2(output, O_CLOEXEC), 0);
         pid_ = fork();
@@ -71,6 +72,9 @@ public:
             dup2(output[1], STDERR_FILENO);
             for (const auto& variable : environment) {
                 setenv(variable.first.c_str(), variable.second.c_str(), 1);
+            }
+            if (prepare != nullptr) {
+                prepare();
             }
             becomeProgram(program, argument);
         }
