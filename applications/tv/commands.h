@@ -62,6 +62,7 @@ struct Command {
     long number = 0;
     std::string line; ///< as it was written; empty for a key
     std::vector<long> numbers = {};
+    long lineNumber = 0; ///< where a script or standard input has it, from 1; 0: a key
 };
 /// Same meaning, however it was written.
 inline bool operator==(const Command& left, const Command& right) {

@@ -30,7 +30,7 @@ bool Script::passed(const Command& command, Time now) {
         return false;
     until_.reset();
     if (command.verb == Verb::kWait)
-        inVain_ = command.text;
+        inVain_ = command;
     return true;
 }
 

@@ -24,8 +24,8 @@ public:
     std::optional<Command> next(Time now);
     /// When `next` should be asked again although nothing new has come; nothing: not needed.
     std::optional<Time> wakeUp() const { return until_; }
-    /// Name of the event that was waited for in vain; the rest of the script is dropped.
-    const std::optional<std::string>& inVain() const { return inVain_; }
+    /// The wait whose event did not come; the rest of the script is dropped.
+    const std::optional<Command>& inVain() const { return inVain_; }
     bool empty() const { return commands_.empty(); }
 
 private:
@@ -36,7 +36,7 @@ private:
     std::deque<Command> commands_;
     std::deque<std::string> events_;
     std::optional<Time> until_;
-    std::optional<std::string> inVain_;
+    std::optional<Command> inVain_;
 };
 
 } // namespace tv

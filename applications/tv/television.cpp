@@ -65,7 +65,7 @@ ExitCode Television::run() {
 
 void Television::end(ExitCode code) {
     if (!ended_)
-        code_ = code;
+        code_ = code == ExitCode::kOk ? blame_ : code;
     ended_ = true;
 }
 
@@ -79,16 +79,23 @@ bool Television::loadScript() {
         return false;
     }
     std::string line;
-    for (int number = 1; std::getline(file, line); ++number) {
-        auto parsed = parseLine(line);
-        if (const auto* problem = std::get_if<std::string>(&parsed)) {
-            report_.problem(options_.script + ':' + std::to_string(number) + ": " + *problem);
-            end(ExitCode::kUsage);
-            return false;
-        }
-        script_.add(std::get<Command>(parsed));
+    for (long number = 1; std::getline(file, line); ++number)
+        addLine(line, number, options_.script + ':' + std::to_string(number));
+    if (blame_ != ExitCode::kOk)
+        end(blame_);
+    return !ended_;
+}
+
+void Television::addLine(const std::string& line, long number, const std::string& place) {
+    auto parsed = parseLine(line);
+    if (const auto* problem = std::get_if<std::string>(&parsed)) {
+        report_.problem(place + ": " + *problem);
+        blame_ = ExitCode::kUsage;
+        return;
     }
-    return true;
+    auto& command = std::get<Command>(parsed);
+    command.lineNumber = number;
+    script_.add(std::move(command));
 }
 
 bool Television::findCompanions() {
@@ -191,7 +198,8 @@ void Television::onTime(Time now) {
         middleware::EventLoop::instance().dispatchPending();
     }
     if (script_.inVain()) {
-        report_.problem("waited in vain for " + *script_.inVain());
+        report_.problem("line " + std::to_string(script_.inVain()->lineNumber) +
+                        ": waited in vain for " + script_.inVain()->text);
         end(ExitCode::kWaitedInVain);
     }
     if (screen_.onTime(now))
@@ -218,11 +226,8 @@ void Television::onInput() {
 }
 
 void Television::onLine(const std::string& line) {
-    auto parsed = parseLine(line);
-    if (const auto* problem = std::get_if<std::string>(&parsed))
-        report_.problem(*problem);
-    else
-        script_.add(std::get<Command>(parsed));
+    ++inputLine_;
+    addLine(line, inputLine_, "line " + std::to_string(inputLine_));
 }
 
 void Television::showStatusLine() {

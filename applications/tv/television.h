@@ -30,6 +30,7 @@ enum class ExitCode {
     kNoBus = 4,
     kNoCompanion = 5,
     kWaitedInVain = 6,
+    kRefused = 7, ///< a command of a script had no effect
 };
 
 class Television : private KetraEvtHandle {
@@ -63,6 +64,8 @@ private:
     void onTime(Time now);
     void onInput();
     void onLine(const std::string& line);
+    /// Adds a line to the script, or says at which place it is none.
+    void addLine(const std::string& line, long number, const std::string& place);
     void showStatusLine();
 
     // television_events.cpp: what comes from the middleware and the companions
@@ -94,6 +97,7 @@ private:
     RemoteKeys remote_;
     LineSplitter lines_;
     bool inputEnded_ = false;
+    long inputLine_ = 0; ///< lines of standard input so far
     Script script_;
     Permission permission_;
     RendererScreen screen_;
@@ -103,6 +107,7 @@ private:
 
     bool ended_ = false;
     ExitCode code_ = ExitCode::kOk;
+    ExitCode blame_ = ExitCode::kOk; ///< instead of kOk, when lines were not carried out
 
     Companions known_;                       ///< as they were last told about
     bool ready_ = false;                     ///< both companions are there

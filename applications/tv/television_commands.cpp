@@ -26,7 +26,13 @@ void Television::carryOut(const Command& command) {
     if (command.verb == Verb::kNothing)
         return;
     console_.refill();
-    const Outcome outcome = perform(command);
+    Outcome outcome = perform(command);
+    // What is said without --script is somebody's remote control, who reads the answers.
+    if (!outcome.ok && command.lineNumber > 0 && !options_.script.empty()) {
+        outcome.text = "line " + std::to_string(command.lineNumber) + ": " + outcome.text;
+        if (blame_ == ExitCode::kOk)
+            blame_ = ExitCode::kRefused;
+    }
     // A key's effect is seen on the screen; only that it had none needs words.
     if (!command.line.empty())
         report_.reply(command.line, outcome.ok, outcome.text);

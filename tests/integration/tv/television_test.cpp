@@ -514,9 +514,20 @@ TEST_F(TheTelevision, FollowsAScript) {
     ASSERT_TRUE(director.player("open", kFilm));
     EXPECT_FALSE(event("MM_START_PLAY").is_null());
     EXPECT_FALSE(event("MM_EXIT_FORCE").is_null());
-    EXPECT_TRUE(noticed("problem", "waited in vain for MM_EXIT_OK"));
+    EXPECT_TRUE(noticed("problem", "line 6: waited in vain for MM_EXIT_OK"));
     EXPECT_EQ(tv_->waitForExit(), 6) << said();
     EXPECT_TRUE(companionsEnd());
+}
+
+TEST_F(TheTelevision, TellsWhenACommandOfItsScriptWasRefused) {
+    std::ofstream(folder_ + "/script") << "# nothing plays\n"
+                                          "pause\n"
+                                          "quit\n";
+    tv_ = startTv({"--json", "--script", folder_ + "/script"});
+    const json refused = line("reply", "command", "pause");
+    EXPECT_EQ(refused["ok"], false) << said();
+    EXPECT_EQ(textAt(refused, "text").find("line 2: "), 0U) << refused;
+    EXPECT_EQ(tv_->waitForExit(), 7) << said();
 }
 
 TEST_F(TheTelevision, RefusesAScriptWithAMistakeBeforeItStarts) {
@@ -532,12 +543,14 @@ TEST_F(TheTelevision, RefusesAScriptWithAMistakeBeforeItStarts) {
 TEST_F(TheTelevision, CarriesOnWhenALineOfItsInputIsWrong) {
     start();
     tv_->say("dance");
-    EXPECT_TRUE(noticed("problem", "unknown command: dance"));
+    EXPECT_TRUE(noticed("problem", "line 1: unknown command: dance"));
+    tv_->say("# a line, too");
     tv_->say("seek x");
-    EXPECT_TRUE(noticed("problem", "seek needs seconds"));
+    EXPECT_TRUE(noticed("problem", "line 3: seek needs seconds"));
+    EXPECT_EQ(reply("volume-up")["ok"], true);
     tv_->endInput();
     tv_->signal(SIGTERM);
-    EXPECT_EQ(tv_->waitForExit(), 0) << said();
+    EXPECT_EQ(tv_->waitForExit(), 2) << said();
 }
 
 } // namespace
