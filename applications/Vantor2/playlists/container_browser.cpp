@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <string_view>
 #include <utility>
 
@@ -18,6 +19,8 @@ namespace {
 constexpr std::size_t kMostPieces = 100;
 // What is asked for at once: with long descriptions still well below the longest answer.
 constexpr std::size_t kPiece = 100;
+// Those in front of the item that is played first, for who goes back.
+constexpr std::size_t kBefore = 50;
 // All pieces together: as long as a playlist may be, and as many items.
 constexpr std::size_t kLongestDidl = 1024 * 1024;
 // What was told by then is played. The viewer has been waiting since the server was looked for.
@@ -98,6 +101,7 @@ void ContainerBrowser::giveUp() {
     transfer_.giveUp();
     limit_.stop();
     pieces_.clear();
+    skipped_ = 0;
     next_ = 0;
     done_ = nullptr;
 }
@@ -122,7 +126,8 @@ void ContainerBrowser::ask() {
     GObjectPtr<SoupMessage> message(soup_message_new("POST", service_.control.c_str()));
     if (message) {
         const std::string body =
-            browseBody(address_, service_.type, next_, std::min(kPiece, kMostItems - next_));
+            browseBody(address_, service_.type, next_,
+                       std::min(kPiece, kMostItems - std::min(kMostItems, next_ - skipped_)));
         soup_message_headers_append(soup_message_get_request_headers(message.get()), "SOAPACTION",
                                     ("\"" + service_.type + "#Browse\"").c_str());
         GBytes* bytes = g_bytes_new(body.data(), body.size());
@@ -142,19 +147,36 @@ void ContainerBrowser::answered(const std::optional<std::string>& answer) {
     }
     // A server that tells the same again and again does not know where it was asked to begin.
     const bool news = piece && (pieces_.empty() || piece->didl != pieces_.back());
-    if (!news || length > kLongestDidl) {
+    if (!news) {
         finish();
         return;
     }
-    pieces_.push_back(piece->didl);
-    next_ += piece->returned;
-    const bool more =
-        piece->returned > 0 && next_ < kMostItems && (piece->total == 0 || next_ < piece->total);
-    if (more && pieces_.size() < kMostPieces) {
+    const bool tooLong = length > kLongestDidl;
+    if (!tooLong) {
+        pieces_.push_back(piece->didl);
+        next_ += piece->returned;
+    }
+    const bool more = piece->returned > 0 && (piece->total == 0 || next_ < piece->total);
+    const bool full = tooLong || next_ - skipped_ >= kMostItems || pieces_.size() >= kMostPieces;
+    if (more && (skipToNamed(piece->total, full) || !full)) {
         ask();
     } else {
         finish();
     }
+}
+
+// Leaves out what stands far before the item that is played first, when that cannot be reached from
+// the start.
+bool ContainerBrowser::skipToNamed(std::size_t total, bool full) {
+    const std::size_t named = address_.firstIndex;
+    const bool isThere = total == 0 || named < total;
+    const bool reachable = named < next_ || (named < kMostItems && !full);
+    if (skipped_ != 0 || named <= kBefore || !isThere || reachable) {
+        return false;
+    }
+    pieces_.clear();
+    skipped_ = next_ = named - kBefore;
+    return true;
 }
 
 void ContainerBrowser::finish() {
@@ -162,7 +184,8 @@ void ContainerBrowser::finish() {
     const Done done = std::exchange(done_, nullptr);
     const std::vector<std::string> pieces = std::exchange(pieces_, {});
     if (done) {
-        done(pieces.empty() ? std::nullopt : std::optional<std::string>(joinedDidl(pieces)));
+        done(pieces.empty() ? std::nullopt
+                            : std::optional<FetchedPlaylist>({joinedDidl(pieces), skipped_}));
     }
 }
 
@@ -207,11 +230,12 @@ std::optional<BrowseAnswer> browseAnswer(const std::string& text) {
     }
     const auto number = [&](std::string_view name) {
         const std::string digits = textOf(response, name);
-        std::size_t value = 0;
+        std::uint32_t value = 0;
         std::from_chars(digits.data(), digits.data() + digits.size(), value);
-        return std::min(value, kMostItems);
+        return std::size_t{value};
     };
-    return BrowseAnswer{nodeText(result), number("NumberReturned"), number("TotalMatches")};
+    return BrowseAnswer{nodeText(result), std::min(number("NumberReturned"), kMostItems),
+                        number("TotalMatches")};
 }
 
 std::string joinedDidl(const std::vector<std::string>& documents) {

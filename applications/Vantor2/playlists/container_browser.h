@@ -12,6 +12,7 @@
 #include "http/http_transfer.h"
 #include "playlists/server_search.h"
 #include "renderer/container_address.h"
+#include "renderer/ports.h"
 
 namespace vantor {
 
@@ -27,8 +28,9 @@ public:
 
     /// The container's items as one DIDL-Lite document, at most kMostItems children of it, asked
     /// for piece by piece; what was told when a later piece does not come. Nothing when the first
-    /// one does not. Gives up an earlier one.
-    using Done = std::function<void(const std::optional<std::string>& didl)>;
+    /// one does not. They are those from the first child on, or from a little before the one that
+    /// the address names when that would not be among them. Gives up an earlier one.
+    using Done = PlaylistPort::Fetched;
     void browse(const ContainerAddress& address, Done done);
     void giveUp();
 
@@ -36,6 +38,7 @@ private:
     void describe(const std::string& location);
     void ask();
     void answered(const std::optional<std::string>& answer);
+    bool skipToNamed(std::size_t total, bool full);
     void finish();
 
     ServerSearch search_;
@@ -44,7 +47,8 @@ private:
     Done done_;
     FoundService service_;
     std::vector<std::string> pieces_;
-    std::size_t next_ = 0; // index of the first child that was not told yet
+    std::size_t skipped_ = 0; // children before the first of the pieces
+    std::size_t next_ = 0;    // index of the first child that was not told yet
     Timer limit_;
 };
 

@@ -41,11 +41,10 @@ void PlaylistFetcher::fetch(const std::string& uri, Fetched done) {
 }
 
 void PlaylistFetcher::begin(const std::string& uri) {
-    const auto whenDone = [this](const std::optional<std::string>& text) {
-        arrived(text);
-    };
     if (!isContainerAddress(uri)) {
-        transfer_.start(requestFor(uri), whenDone);
+        transfer_.start(requestFor(uri), [this](const std::optional<std::string>& text) {
+            arrived(text ? std::optional<FetchedPlaylist>({*text, 0}) : std::nullopt);
+        });
         return;
     }
     const auto address = readContainerAddress(uri);
@@ -53,21 +52,22 @@ void PlaylistFetcher::begin(const std::string& uri) {
         arrived(std::nullopt);
         return;
     }
-    browser_.browse(*address, whenDone);
+    browser_.browse(*address,
+                    [this](const std::optional<FetchedPlaylist>& playlist) { arrived(playlist); });
 }
 
-void PlaylistFetcher::arrived(const std::optional<std::string>& text) {
+void PlaylistFetcher::arrived(const std::optional<FetchedPlaylist>& playlist) {
     if (asking_) {
         nothingThere_.start(std::chrono::milliseconds(0)); // what comes at once is a failure
     } else {
-        answer(text);
+        answer(playlist);
     }
 }
 
-void PlaylistFetcher::answer(const std::optional<std::string>& text) {
+void PlaylistFetcher::answer(const std::optional<FetchedPlaylist>& playlist) {
     const Fetched done = std::exchange(done_, nullptr);
     if (done) {
-        done(text);
+        done(playlist);
     }
 }
 

@@ -25,8 +25,8 @@ public:
 
 private:
     void begin(const std::string& uri);
-    void arrived(const std::optional<std::string>& text);
-    void answer(const std::optional<std::string>& text);
+    void arrived(const std::optional<FetchedPlaylist>& playlist);
+    void answer(const std::optional<FetchedPlaylist>& playlist);
 
     Fetched done_;
     bool asking_ = false; // within fetch, which never answers

@@ -1,6 +1,7 @@
 #include "renderer/container_address.h"
 
 #include <charconv>
+#include <cstdint>
 #include <string_view>
 
 #include <glib.h>
@@ -60,7 +61,9 @@ std::optional<ContainerAddress> readContainerAddress(const std::string& uri) {
             }
         }
     }
-    std::from_chars(index.data(), index.data() + index.size(), address.firstIndex);
+    std::uint32_t firstIndex = 0; // as servers count
+    std::from_chars(index.data(), index.data() + index.size(), firstIndex);
+    address.firstIndex = firstIndex;
     const bool named = address.udn.rfind("uuid:", 0) == 0 && !address.containerId.empty() &&
                        address.udn.find_first_of(" \r\n\"") == std::string::npos;
     return named ? std::optional<ContainerAddress>(std::move(address)) : std::nullopt;

@@ -143,7 +143,8 @@ std::vector<Track> readPlaylist(const std::string& text, const std::string& base
     return tracks;
 }
 
-std::size_t firstTrackOf(const std::vector<Track>& tracks, const std::string& uri) {
+std::size_t firstTrackOf(const std::vector<Track>& tracks, const std::string& uri,
+                         std::size_t skipped) {
     const auto address = readContainerAddress(uri);
     if (!address || tracks.empty()) {
         return 0;
@@ -151,8 +152,11 @@ std::size_t firstTrackOf(const std::vector<Track>& tracks, const std::string& ur
     const auto named = std::find_if(tracks.begin(), tracks.end(), [&](const Track& track) {
         return !track.id.empty() && track.id == address->firstItemId;
     });
-    return named != tracks.end() ? static_cast<std::size_t>(named - tracks.begin())
-                                 : std::min(address->firstIndex, tracks.size() - 1);
+    if (named != tracks.end()) {
+        return static_cast<std::size_t>(named - tracks.begin());
+    }
+    return std::min(address->firstIndex - std::min(skipped, address->firstIndex),
+                    tracks.size() - 1);
 }
 
 } // namespace vantor

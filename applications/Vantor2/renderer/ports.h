@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -50,13 +51,19 @@ public:
     virtual void setMute(bool mute, CommandDone done) = 0;
 };
 
+/// A playlist as it was fetched.
+struct FetchedPlaylist {
+    std::string text;
+    std::size_t skipped = 0; ///< of a large container: its children before those in the text
+};
+
 /// Fetches playlists.
 class PlaylistPort {
 public:
     virtual ~PlaylistPort() = default;
-    /// The document's text, nothing when it cannot be had in time or is too long; never before the
+    /// The document, nothing when it cannot be had in time or is too long; never before the
     /// call has returned. Later calls make earlier ones pointless; those may stay unanswered.
-    using Fetched = std::function<void(const std::optional<std::string>& text)>;
+    using Fetched = std::function<void(const std::optional<FetchedPlaylist>& playlist)>;
     virtual void fetch(const std::string& uri, Fetched done) = 0;
 };
 

@@ -156,7 +156,7 @@ private:
     void openTrack();
     void sendTrack();
     void resolvePlaylist();
-    void playlistArrived(const std::optional<std::string>& text);
+    void playlistArrived(const std::optional<FetchedPlaylist>& playlist);
     bool ownerIsAdmitted() const;
     bool allowsSpeed(const std::string& speed) const;
     bool playFollowing();

@@ -73,25 +73,26 @@ void Transport::sendTrack() {
 
 void Transport::resolvePlaylist() {
     resolving_ = true;
-    playlists_.fetch(queue_.track().uri,
-                     [this, generation = generation_](const std::optional<std::string>& text) {
-                         if (generation == generation_ && resolving_) {
-                             playlistArrived(text);
-                         }
-                     });
+    playlists_.fetch(queue_.track().uri, [this, generation = generation_](
+                                             const std::optional<FetchedPlaylist>& playlist) {
+        if (generation == generation_ && resolving_) {
+            playlistArrived(playlist);
+        }
+    });
 }
 
-void Transport::playlistArrived(const std::optional<std::string>& text) {
+void Transport::playlistArrived(const std::optional<FetchedPlaylist>& playlist) {
     resolving_ = false;
     Media media = queue_.media();
-    std::vector<Track> tracks =
-        text ? readPlaylist(*text, queue_.track().uri, formats_) : std::vector<Track>();
+    std::vector<Track> tracks = playlist
+                                    ? readPlaylist(playlist->text, queue_.track().uri, formats_)
+                                    : std::vector<Track>();
     if (tracks.empty()) {
-        fail(text ? "the playlist names nothing that can be played"
-                  : "the playlist cannot be fetched");
+        fail(playlist ? "the playlist names nothing that can be played"
+                      : "the playlist cannot be fetched");
         return;
     }
-    media.start = firstTrackOf(tracks, media.uri);
+    media.start = firstTrackOf(tracks, media.uri, playlist->skipped);
     media.tracks = std::move(tracks);
     std::optional<Media> next = queue_.next();
     queue_.load(std::move(media));

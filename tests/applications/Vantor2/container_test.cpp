@@ -49,6 +49,8 @@ TEST(AContainersFirstTrack, IsTheNamedOneElseTheOneWithTheIndex) {
     EXPECT_EQ(firstTrackOf(tracks, base + "&fid=seven&fii=1"), 2u);
     EXPECT_EQ(firstTrackOf(tracks, base + "&fid=gone&fii=1"), 1u);
     EXPECT_EQ(firstTrackOf(tracks, base + "&fii=99"), 2u);
+    EXPECT_EQ(firstTrackOf(tracks, base + "&fii=1501", 1500), 1u);
+    EXPECT_EQ(firstTrackOf(tracks, base + "&fii=1", 1500), 0u);
     EXPECT_EQ(firstTrackOf(tracks, base), 0u);
     EXPECT_EQ(firstTrackOf(tracks, "http://192.0.2.1/list.m3u"), 0u);
     EXPECT_EQ(firstTrackOf({}, base + "&fii=1"), 0u);
@@ -260,9 +262,10 @@ private:
 class AContainer : public testing::Test {
 protected:
     void fetch(const std::string& uri) {
-        fetcher.fetch(uri, [this](const std::optional<std::string>& text) {
+        fetcher.fetch(uri, [this](const std::optional<FetchedPlaylist>& playlist) {
             ++answers;
-            received = text;
+            received = playlist ? std::optional<std::string>(playlist->text) : std::nullopt;
+            skipped = playlist ? playlist->skipped : 0;
         });
         ASSERT_TRUE(runUntil(
             [&] {
@@ -275,6 +278,14 @@ protected:
         fetch(uri);
         return received ? readPlaylist(*received, "dlna-playcontainer://", "").size() : 0;
     }
+    /// Of the item that is played first.
+    std::string firstId(const std::string& query) {
+        answers = 0;
+        fetch(kContainer + query);
+        const auto tracks =
+            received ? readPlaylist(*received, "dlna-playcontainer://", "") : std::vector<Track>();
+        return tracks.empty() ? "" : tracks[firstTrackOf(tracks, kContainer + query, skipped)].id;
+    }
     const std::string kContainer = ownAddress() + "?cid=1";
     MediaServer server;
     PlaylistFetcher fetcher{[] {
@@ -282,6 +293,7 @@ protected:
     }};
     int answers = 0;
     std::optional<std::string> received;
+    std::size_t skipped = 0;
 };
 
 TEST_F(AContainer, IsBrowsedOnTheServerThatItsAddressNames) {
@@ -332,6 +344,28 @@ TEST_F(AContainer, IsNotAskedForMoreOftenThanABound) {
     server.atOnce = 1;
     EXPECT_EQ(tracksOf(kContainer), 100u);
     EXPECT_EQ(server.questions, 100u);
+}
+
+TEST_F(AContainer, IsAskedForAroundTheItemThatIsPlayedFirstWhenThatIsFarBehind) {
+    server.children = 5000;
+    server.atOnce = 400;
+    EXPECT_EQ(firstId("&fii=1500"), "1507");
+    EXPECT_EQ(server.questions, 11u) << "one from the start, which tells how many there are";
+    EXPECT_EQ(firstId("&fii=4999"), "5006");
+    EXPECT_EQ(firstId("&fii=999"), "1006");
+    EXPECT_EQ(firstId("&fii=0"), "7");
+    EXPECT_EQ(firstId("&fii=0&fid=9"), "9");
+}
+
+TEST_F(AContainer, BeginsWithTheNamedItemAlsoWhenTheServerTellsOneAtATime) {
+    server.children = 999;
+    server.atOnce = 1;
+    EXPECT_EQ(firstId("&fii=700"), "707");
+}
+
+TEST_F(AContainer, BeginsWithItsLastItemWhenItHasFewerThanItsAddressSays) {
+    server.children = 25;
+    EXPECT_EQ(firstId("&fii=5000"), "31");
 }
 
 TEST_F(AContainer, IsPlayedAsFarAsTheServerToldIt) {

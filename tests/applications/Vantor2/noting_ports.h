@@ -76,6 +76,9 @@ public:
         fetched.push_back(uri);
         done = std::move(whenDone);
     }
+    void arrives(const std::optional<std::string>& text, std::size_t skipped = 0) const {
+        done(text ? std::optional<FetchedPlaylist>({*text, skipped}) : std::nullopt);
+    }
     std::vector<std::string> fetched;
     Fetched done;
 };

@@ -193,7 +193,7 @@ TEST_F(AQueue, FetchesAPlaylistBeforeItPlaysIt) {
     EXPECT_EQ(state(phone), TransportState::transitioning);
     EXPECT_EQ(transport.pause(phone), 701);
     EXPECT_EQ(player.taken(), Commands{});
-    playlists.done("1.mp3\n2.mp3\n");
+    playlists.arrives("1.mp3\n2.mp3\n");
     EXPECT_EQ(player.taken(), (Commands{"open http://192.0.2.1/1.mp3", "play 1"}));
     EXPECT_EQ(player.lastOrder.mediaUri, kList);
     EXPECT_EQ(transport.view(phone).uri, kList);
@@ -218,7 +218,7 @@ TEST_F(AQueue, FailsWithAPlaylistThatCannotBeUsed) {
          {std::optional<std::string>(), std::optional<std::string>("nothing://here\n")}) {
         transport.setUri(phone, kList, "");
         transport.play(phone, "1");
-        playlists.done(text);
+        playlists.arrives(text);
         EXPECT_EQ(state(phone), TransportState::stopped);
         EXPECT_TRUE(transport.view(phone).failed);
         EXPECT_EQ(player.taken(), Commands{});
@@ -231,10 +231,10 @@ TEST_F(AQueue, ForgetsAPlaylistThatWasReplacedOrStopped) {
     EXPECT_EQ(transport.stop(phone), 0);
     EXPECT_EQ(state(phone), TransportState::stopped);
     const auto late = playlists.done;
-    playlists.done("1.mp3\n");
+    playlists.arrives("1.mp3\n");
     EXPECT_EQ(player.taken(), Commands{"open http://192.0.2.1/1.mp3"}) << "loaded, not played";
     transport.setUri(phone, kFilm, "");
-    late("2.mp3\n");
+    late(FetchedPlaylist{"2.mp3\n"});
     EXPECT_EQ(transport.view(phone).uri, kFilm);
     EXPECT_EQ(trackUri(), kFilm);
 }
@@ -247,7 +247,7 @@ TEST_F(AQueue, StopsWhatPlaysBeforeItFetchesAPlaylist) {
     transport.setUri(phone, kList, "");
     EXPECT_EQ(player.taken(), Commands{"stop"});
     EXPECT_EQ(state(phone), TransportState::transitioning) << "what replaces a playing media plays";
-    playlists.done("1.mp3\n");
+    playlists.arrives("1.mp3\n");
     EXPECT_EQ(player.taken(), (Commands{"open http://192.0.2.1/1.mp3", "play 1"}));
 }
 
@@ -256,11 +256,17 @@ TEST_F(AQueue, PlaysAContainerFromTheItemThatItsAddressNames) {
     EXPECT_EQ(transport.setUri(phone, container, "<DIDL-Lite><container/></DIDL-Lite>"), 0);
     transport.play(phone, "1");
     EXPECT_EQ(playlists.fetched, Commands{container});
-    playlists.done("<DIDL-Lite><item id=\"a\"><res>http://192.0.2.1/a</res></item>"
-                   "<item id=\"b\"><res>http://192.0.2.1/b</res></item></DIDL-Lite>");
+    playlists.arrives("<DIDL-Lite><item id=\"a\"><res>http://192.0.2.1/a</res></item>"
+                      "<item id=\"b\"><res>http://192.0.2.1/b</res></item></DIDL-Lite>");
     EXPECT_EQ(player.taken(), (Commands{"open http://192.0.2.1/b", "play 1"}));
     EXPECT_EQ(transport.view(phone).trackNumber, 2u);
     EXPECT_EQ(transport.view(phone).uri, container);
+    const std::string large = "dlna-playcontainer://uuid%3A1-2?cid=album&fii=1501";
+    EXPECT_EQ(transport.setUri(phone, large, ""), 0);
+    playlists.arrives("<DIDL-Lite><item id=\"c\"><res>http://192.0.2.1/c</res></item>"
+                      "<item id=\"d\"><res>http://192.0.2.1/d</res></item></DIDL-Lite>",
+                      1500);
+    EXPECT_EQ(trackUri(), "http://192.0.2.1/d");
     EXPECT_EQ(transport.setUri(phone, "dlna-playcontainer://somewhere?cid=1", ""), 716);
     EXPECT_EQ(transport.setNextUri(phone, "dlna-playcontainer://uuid%3A1?cid=2", ""), 0);
 }
@@ -309,7 +315,7 @@ TEST_F(AQueue, DoesNotPlayAListThatArrivesWhenNobodyMayStartAnything) {
     transport.setUri(phone, kList, "");
     transport.play(phone, "1");
     permission.setPolicy(ControlKind::player, 1);
-    playlists.done("http://192.0.2.1/1.mp3\n");
+    playlists.arrives("http://192.0.2.1/1.mp3\n");
     EXPECT_EQ(player.taken(), Commands{});
     EXPECT_EQ(state(phone), TransportState::stopped);
 }

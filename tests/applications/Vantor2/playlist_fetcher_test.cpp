@@ -64,9 +64,9 @@ private:
 class APlaylistFetcher : public testing::Test {
 protected:
     void fetch(Server& server) {
-        fetcher.fetch(server.uri, [this](const std::optional<std::string>& text) {
+        fetcher.fetch(server.uri, [this](const std::optional<FetchedPlaylist>& playlist) {
             ++answers;
-            received = text;
+            received = playlist ? std::optional<std::string>(playlist->text) : std::nullopt;
         });
         ASSERT_TRUE(runUntil([&] {
             server.serve();
@@ -153,7 +153,7 @@ TEST_F(APlaylistFetcher, FetchesFromEveryAddressThatCountsAsPlayable) {
 TEST_F(APlaylistFetcher, NeverAnswersWhileItIsAsked) {
     for (const char* address : {"nonsense", "http://", "dlna-playcontainer://nonsense"}) {
         bool answered = false;
-        fetcher.fetch(address, [&](const auto& text) { answered = !text; });
+        fetcher.fetch(address, [&](const auto& playlist) { answered = !playlist; });
         EXPECT_FALSE(answered) << address;
         EXPECT_TRUE(runUntil([&] { return answered; })) << address;
     }

@@ -272,8 +272,8 @@ TEST_F(ATransport, BeginsAListAtNormalSpeedWhenItsFirstTrackHasNoOther) {
     transport.setUri(phone, "http://192.0.2.1/photos.xml",
                      didl("Photos", "http-get:*:text/xml:DLNA.ORG_PN=DIDL_S"));
     EXPECT_EQ(transport.play(phone, "2"), 0);
-    playlists.done("<DIDL-Lite><item><res protocolInfo=\"http-get:*:image/jpeg:*\">"
-                   "http://192.0.2.1/1.jpg</res></item></DIDL-Lite>");
+    playlists.arrives("<DIDL-Lite><item><res protocolInfo=\"http-get:*:image/jpeg:*\">"
+                      "http://192.0.2.1/1.jpg</res></item></DIDL-Lite>");
     EXPECT_EQ(player.taken(), (Commands{"open http://192.0.2.1/1.jpg", "play 1"}));
 }
 
