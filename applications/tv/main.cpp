@@ -18,6 +18,10 @@ int main(int argc, char** argv) {
         std::fputs(tv::helpText().c_str(), stdout);
         return static_cast<int>(tv::ExitCode::kOk);
     }
+    if (options.version) {
+        std::puts("ketra-tv " KETRA_VERSION);
+        return static_cast<int>(tv::ExitCode::kOk);
+    }
     tv::Output output;
     if (!(options.verbose ? output.keepTogether() : output.divert(options.trace))) {
         std::fprintf(stderr, "ketra-tv: cannot write %s: %s\n", options.trace.c_str(),

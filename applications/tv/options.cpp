@@ -40,6 +40,10 @@ const Option kOptions[] = {
      [](Options& o, const std::string&) {
          return o.help = true;
      }},
+    {"--version", false,
+     [](Options& o, const std::string&) {
+         return o.version = true;
+     }},
     {"--ask", false,
      [](Options& o, const std::string&) {
          o.answer = AnswerMode::kAsk;
@@ -87,7 +91,7 @@ middleware is printed as one line.
   --trace FILE             keeps what the library and the companion processes print
   --verbose                shows it among the TV's own lines
   --patience SECONDS       how long the companions may take to appear (10)
-  --help
+  -h, --help, --version
 
 At a terminal these keys are the remote control:
 

@@ -15,6 +15,7 @@ AnswerMode answerModeOf(const std::string& word);
 
 struct Options {
     bool help = false;
+    bool version = false;
     AnswerMode answer = AnswerMode::kAsk;
     std::string script; ///< file with commands, "-" standard input, empty: keys or lines
     bool json = false;

@@ -118,7 +118,7 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error) {
 }
 
 const char* usageText() {
-    return "Usage: ketra-push FILE [--to NAME] [options]\n"
+    return "usage: ketra-push FILE [--to NAME] [options]\n"
            "       ketra-push --list [options]\n"
            "\n"
            "Shows a film, a song or a picture of this machine on a television of the home\n"

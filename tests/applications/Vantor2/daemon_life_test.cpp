@@ -159,11 +159,11 @@ TEST_F(TheDaemon, WaitsForItsPredecessorToLeaveTheBus) {
 }
 
 TEST_F(TheDaemon, TakesNoArguments) {
-    Child asked(VANTOR2_PROGRAM, environment(), "--help");
+    Child asked(VANTOR2_PROGRAM, environment(), "KETRA_PORT=80");
     EXPECT_TRUE(asked.ended(seconds(5)));
     EXPECT_EQ(asked.exitCode(), 2);
-    EXPECT_EQ(asked.printed(),
-              "usage: Vantor2 (no arguments; settings come from the environment)\n");
+    EXPECT_EQ(asked.printed().find("Vantor2: no option: KETRA_PORT=80\nusage: Vantor2"), 0U)
+        << asked.printed();
 }
 
 TEST_F(TheDaemon, IsNotOnTheNetworkWithoutABus) {

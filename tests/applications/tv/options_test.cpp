@@ -40,6 +40,7 @@ TEST(TheCommandLine, TakesEveryOption) {
     EXPECT_EQ(options.trace, "t.log");
     EXPECT_EQ(options.patience.count(), 3);
     EXPECT_TRUE(accepted({"--help"}).help);
+    EXPECT_TRUE(accepted({"--version"}).version);
     EXPECT_TRUE(accepted({"--verbose"}).verbose);
 }
 
