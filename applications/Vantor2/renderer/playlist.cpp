@@ -7,6 +7,7 @@
 #include "base/glib_handles.h"
 #include "base/time_text.h"
 #include "base/xml.h"
+#include "common/address_title.h"
 #include "common/text.h"
 #include "renderer/container_address.h"
 #include "renderer/didl.h"
@@ -98,6 +99,9 @@ std::vector<Track> readM3u(const std::string& content, const std::string& base) 
             readExtraInfo(line, entry);
         } else if (!line.empty() && line.front() != '#') {
             entry.uri = absoluteAddress(base, line);
+            if (entry.title.empty()) {
+                entry.title = asUtf8(text::titleFromAddress(entry.uri));
+            }
             Track track = trackOf(entry, tracks.size() + 1);
             if (isPlayableAddress(entry.uri) && !isPlaylist(track)) {
                 tracks.push_back(std::move(track));

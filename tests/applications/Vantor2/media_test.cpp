@@ -227,8 +227,24 @@ TEST(AnM3uPlaylist, NamesItsTracksInOrder) {
     EXPECT_EQ(tracks[0].info.durationSec, 123u);
     EXPECT_NE(parseStrictXml(tracks[0].metadata), nullptr);
     EXPECT_EQ(tracks[1].uri, "http://b/2.mp3");
-    EXPECT_EQ(tracks[1].info.title, "");
     EXPECT_EQ(tracks[2].uri, "http://a/3.mp3");
+}
+
+TEST(AnM3uPlaylist, CallsTracksThatItDoesNotNameByTheirFiles) {
+    const auto tracks =
+        readPlaylist("#EXTINF:5,\nmusic/My Song.mp3\nhttp://b/A%26B%20%C3%B6.mp3?c=d/e"
+                     "\nB%F6se.mp3\n#EXTINF:5\n4.mp3\n",
+                     "http://a/l.m3u", "");
+    ASSERT_EQ(tracks.size(), 4u);
+    EXPECT_EQ(tracks[0].info.title, "My Song.mp3");
+    EXPECT_EQ(tracks[1].info.title, "A&B \xC3\xB6.mp3");
+    EXPECT_EQ(tracks[2].info.title, "B\xC3\xB6se.mp3");
+    EXPECT_EQ(tracks[3].info.title, "4.mp3");
+    for (const Track& track : tracks) {
+        const auto items = readDidl(track.metadata);
+        ASSERT_EQ(items.size(), 1u) << track.metadata;
+        EXPECT_EQ(items[0].title, track.info.title);
+    }
 }
 
 TEST(AnM3uPlaylist, MayBeInAnotherEncoding) {

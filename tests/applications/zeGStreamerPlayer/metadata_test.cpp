@@ -260,13 +260,6 @@ TEST(AnAddress, IsPlayedOnlyWhenItIsHttp) {
     }
 }
 
-TEST(AnAddress, GivesATitleWhenNobodyElseDoes) {
-    EXPECT_EQ(titleFromAddress("http://h/a/My%20Film.mp4?x=/y#z"), "My Film.mp4");
-    EXPECT_EQ(titleFromAddress("http://h/dir/"), "dir");
-    EXPECT_EQ(titleFromAddress("http://h/100%"), "100%");
-    EXPECT_EQ(titleFromAddress("http://h/a%00b"), "a%00b");
-}
-
 TEST(AnError, FollowsFromTheServersStatus) {
     EXPECT_EQ(errorForHttpStatus(404), PlayerError::kNotFound);
     EXPECT_EQ(errorForHttpStatus(410), PlayerError::kNotFound);

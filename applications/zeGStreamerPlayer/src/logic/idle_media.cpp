@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "common/address_title.h"
 #include "logic/play_request.h"
 
 namespace player {
@@ -26,7 +27,7 @@ bool IdleMedia::setUri(const std::string& uri) {
     }
     end();
     status_.uri = uri;
-    status_.title = titleFromAddress(uri);
+    status_.title = text::titleFromAddress(uri);
     become(PlayerState::kStopped);
     start();
     return true;

@@ -28,7 +28,4 @@ constexpr std::size_t kLongestAddress = std::size_t{32} * 1024;
 /// True for the addresses that the player opens: http and https with a host, not endlessly long.
 bool isSupportedAddress(std::string_view uri);
 
-/// A name to show for a media that nobody gave a title: the last part of its address, decoded.
-std::string titleFromAddress(std::string_view uri);
-
 } // namespace player

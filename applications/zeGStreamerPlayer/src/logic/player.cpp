@@ -5,6 +5,7 @@
 #include <cmath>
 #include <utility>
 
+#include "common/address_title.h"
 #include "metadata/media_info.h"
 
 namespace player {
@@ -316,7 +317,7 @@ void Player::takeFacts(const MediaFacts& facts) {
     MediaDescription& track = status_.track;
     track.title = firstKnown(said.title, facts.title);
     if (track.title.empty()) {
-        track.title = titleFromAddress(said.uri);
+        track.title = text::titleFromAddress(said.uri);
     }
     track.album = firstKnown(said.album, facts.album);
     track.creator = firstKnown(said.creator, facts.artist);
@@ -350,7 +351,7 @@ void Player::takeFacts(const MediaFacts& facts) {
         status_.media = track;
     } else {
         status_.media.title =
-            firstKnown(request_.media.title, titleFromAddress(request_.media.uri));
+            firstKnown(request_.media.title, text::titleFromAddress(request_.media.uri));
     }
     tellSpeeds();
     if (opened_) {
