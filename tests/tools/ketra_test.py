@@ -1,0 +1,106 @@
+"""The script of the README as a person meets it: usage, and wrong use that is refused before anything
+is installed or built. It runs as a copy beside an installer that only leaves a mark.
+
+KETRA_SCRIPT, KETRA_TV_PROGRAM and KETRA_PUSH_PROGRAM name what is looked at.
+"""
+
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+MARK = "the installer ran\n"
+
+
+def options_of(program):
+    """The options that the program's own help names, with whether each takes a value."""
+    text = subprocess.run([program, "--help"], stdout=subprocess.PIPE, text=True,
+                          check=True).stdout
+    listed = [line for line in text.splitlines() if re.match(r" +-", line)]
+    return {name: bool(value) for line in listed
+            for name, value in re.findall(r"(--[a-z]+)( [A-Z]+)?", line)}
+
+
+class TheScript(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.place = pathlib.Path(folder.name)
+        shutil.copy(os.environ["KETRA_SCRIPT"], self.place / "ketra")
+        setup = self.place / "tools/setup"
+        setup.mkdir(parents=True)
+        source = pathlib.Path(os.environ["KETRA_SCRIPT"]).parent
+        shutil.copy(source / "tools/setup/command_line.sh", setup)
+        installer = setup / "install"
+        installer.write_text(f"#!/bin/sh\nprintf '{MARK[:-1]}\\n'\nexit 1\n", encoding="utf-8")
+        installer.chmod(0o755)
+
+    def ketra(self, *arguments):
+        done = subprocess.run([self.place / "ketra", *arguments], stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE, stdin=subprocess.DEVNULL, text=True,
+                              timeout=30, check=False)
+        return done.returncode, done.stdout, done.stderr
+
+    def assert_usage(self, beginning, *arguments):
+        status, output, error = self.ketra(*arguments)
+        self.assertEqual((status, error), (0, ""), arguments)
+        self.assertTrue(output.startswith(beginning), output)
+
+    def assert_refused(self, part, *arguments):
+        status, output, error = self.ketra(*arguments)
+        self.assertEqual((status, output), (2, ""), (arguments, error))
+        self.assertTrue(error.startswith("ketra: "), error)
+        self.assertIn(part, error)
+
+    def test_shows_the_usage_of_each_command(self):
+        for command in ("demo", "test", "run", "push"):
+            usage = f"usage: ./ketra {command}"
+            self.assert_usage(usage, command, "--help")
+            self.assert_usage(usage, command, "-h")
+            self.assert_usage(usage, "help", command)
+        self.assert_usage("usage: ./ketra COMMAND", "help")
+        self.assert_usage("usage: ./ketra COMMAND")
+
+    def test_refuses_what_it_does_not_know_before_it_installs(self):
+        self.assert_refused("nonsense", "nonsense")
+        self.assert_refused("nonsense", "help", "nonsense")
+        self.assert_refused("--nonsense", "demo", "--nonsense")
+        self.assert_refused("--nonsense", "test", "--nonsense")
+        self.assert_refused("nonsense", "test", "dev", "nonsense")
+        self.assert_refused("--nonsense", "run", "--json", "--nonsense")
+        self.assert_refused("film.mp4", "run", "film.mp4")
+        self.assert_refused("--nonsense", "push", "--nonsense", "film.mp4")
+        self.assert_refused("-x", "push", "film.mp4", "-x")
+        self.assert_refused("--to", "push", "film.mp4", "--to")
+        self.assert_refused("--script", "run", "--script")
+        self.assert_refused("--script=x", "run", "--script=x")
+        self.assert_refused("--list=x", "push", "--list=x")
+        self.assert_refused("file", "push")
+
+    def assert_accepted(self, *arguments):
+        status, output, error = self.ketra(*arguments)
+        self.assertEqual(output, MARK, (arguments, status, error))
+
+    def test_goes_on_with_what_it_knows(self):
+        self.assert_accepted("demo")
+        self.assert_accepted("test", "format")
+        self.assert_accepted("run")
+        self.assert_accepted("push", "film.mp4", "--to=a TV", "-tb", "--timeout", "2", "-i", "lo")
+        self.assert_accepted("push", "--", "-strange name.mp4")
+        self.assert_accepted("push", "-l")
+
+    def test_knows_and_shows_every_option_of_its_programs(self):
+        for command, program in (("run", "KETRA_TV_PROGRAM"), ("push", "KETRA_PUSH_PROGRAM")):
+            _, usage, _ = self.ketra(command, "--help")
+            for option, takes_value in options_of(os.environ[program]).items():
+                if option != "--help": # the one that shows the usage
+                    self.assertIn(option, usage)
+                    self.assert_accepted(command, option, *(["5"] if takes_value else []),
+                                         *(["film.mp4"] if command == "push" else []))
+
+
+if __name__ == "__main__":
+    unittest.main()
