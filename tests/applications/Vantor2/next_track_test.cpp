@@ -64,6 +64,27 @@ TEST_F(AChangeWithoutAGap, IsAnnouncedToThePlayerOnceItPlays) {
     EXPECT_EQ(player.taken(), Commands{}) << "once is enough";
 }
 
+TEST_F(AChangeWithoutAGap, HasTheLengthThatItsDescriptionSaysUntilThePlayerKnowsBetter) {
+    play(kOne);
+    const std::string said = "<DIDL-Lite><item><res duration=\"0:03:20.5\" "
+                             "protocolInfo=\"http-get:*:audio/flac:*\">" +
+                             std::string(kTwo) + "</res></item></DIDL-Lite>";
+    transport.setNextUri(phone, kTwo, said);
+    transport.playerChanged(endedAndGoingOn(kOne));
+    PlayerReport opening = song(5, kTwo);
+    opening.durationSec = 0;
+    transport.playerChanged(opening);
+    EXPECT_EQ(transport.view(phone).uri, kTwo);
+    EXPECT_EQ(transport.view(phone).durationSec, 200U);
+    PlayerReport playing = song(4, kTwo);
+    playing.durationSec = 0;
+    transport.playerChanged(playing);
+    EXPECT_EQ(transport.view(phone).durationSec, 200U);
+    playing.durationSec = 203;
+    transport.playerChanged(playing);
+    EXPECT_EQ(transport.view(phone).durationSec, 203U);
+}
+
 TEST_F(AChangeWithoutAGap, IsOneChangeForControllers) {
     play(kOne);
     transport.setNextUri(phone, kTwo, "about it");
