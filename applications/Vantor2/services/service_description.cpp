@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "base/xml.h"
+#include "common/text.h"
 
 namespace vantor {
 
@@ -38,14 +39,16 @@ template <class List> auto findNamed(const List& list, std::string_view name) {
     return found == list.end() ? nullptr : &*found;
 }
 
+// White space around a number means nothing in XML's types; some controllers indent what they send.
 std::optional<long long> numberIn(std::string_view text) {
-    if (!text.empty() && text.front() == '+') {
-        text.remove_prefix(1);
+    std::string_view digits = text::trimmed(text, " \t\r\n");
+    if (digits.size() > 1 && digits[0] == '+' && digits[1] != '-') {
+        digits.remove_prefix(1);
     }
     long long number = 0;
-    const auto end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, number);
-    if (text.empty() || result.ec != std::errc() || result.ptr != end) {
+    const auto end = digits.data() + digits.size();
+    const auto result = std::from_chars(digits.data(), end, number);
+    if (digits.empty() || result.ec != std::errc() || result.ptr != end) {
         return std::nullopt;
     }
     return number;

@@ -215,6 +215,8 @@ TEST_F(Actions, SetTheSound) {
     EXPECT_EQ(element(call(kRcs, "GetVolume", channel), "CurrentVolume"), "40");
     EXPECT_EQ(error(kRcs, "SetVolume", channel + in("DesiredVolume", "10")), 0);
     EXPECT_EQ(element(call(kRcs, "GetVolume", channel), "CurrentVolume"), "10");
+    EXPECT_EQ(error(kRcs, "SetVolume", channel + in("DesiredVolume", "\n 12 ")), 0);
+    EXPECT_EQ(element(call(kRcs, "GetVolume", channel), "CurrentVolume"), "12");
     EXPECT_EQ(error(kRcs, "SetVolume", channel + in("DesiredVolume", "101")), 601);
     EXPECT_EQ(error(kRcs, "SetVolume", channel + in("DesiredVolume", "x")), 402);
     EXPECT_EQ(error(kRcs, "SetMute", channel + in("DesiredMute", "true")), 0);
@@ -224,7 +226,7 @@ TEST_F(Actions, SetTheSound) {
     EXPECT_EQ(error(kRcs, "SelectPreset", kInstance + in("PresetName", "FactoryDefaults")), 0);
     EXPECT_EQ(error(kRcs, "SelectPreset", kInstance + in("PresetName", "Mine")), 701);
     EXPECT_EQ(sound.commands,
-              (std::vector<std::string>{"volume 10", "mute", "volume 50", "unmute"}));
+              (std::vector<std::string>{"volume 10", "volume 12", "mute", "volume 50", "unmute"}));
 }
 
 TEST_F(Actions, KeepAStrangersTextInsideItsElement) {
