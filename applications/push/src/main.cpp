@@ -139,8 +139,16 @@ int main(int argc, char** argv) {
         return static_cast<int>(ExitCode::kDone);
     }
     const char* interfaceName = std::getenv("KETRA_INTERFACE");
-    if (options.interfaceName.empty() && interfaceName != nullptr) {
+    const bool isGiven = !options.interfaceName.empty();
+    if (!isGiven && interfaceName != nullptr) {
         options.interfaceName = interfaceName;
+    }
+    if (!options.interfaceName.empty()) {
+        const std::string problem = push::interfaceProblem(options.interfaceName);
+        if (!problem.empty()) {
+            return static_cast<int>(
+                fail(ExitCode::kUsage, isGiven ? problem : problem + " (KETRA_INTERFACE)"));
+        }
     }
     // GUPnP begins its User-Agent with it.
     g_set_prgname(options.controllerName.c_str());

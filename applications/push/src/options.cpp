@@ -1,5 +1,6 @@
 #include "options.h"
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <cmath>
@@ -57,17 +58,27 @@ bool parseControllerName(const std::string& text, std::string& name) {
     return !text.empty() && text.size() <= kLongest;
 }
 
+/// "http://..." and the like. A file of such a name is still reached by a path: "./http://...".
+bool isAddress(const std::string& text) {
+    const std::size_t colon = text.find("://");
+    return colon != std::string::npos && colon > 0 &&
+           std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(colon),
+                       [](unsigned char letter) { return std::isalpha(letter) != 0; });
+}
+
 bool applyOption(int letter, Options& options, std::string& error) {
     switch (letter) {
     case 't':
+        error = "--to wants a name"; // an empty one would fit every television
         options.rendererName = optarg;
-        return true;
+        return !options.rendererName.empty();
     case 'l':
         options.action = Options::Action::kList;
         return true;
     case 'i':
+        error = "--interface wants a name";
         options.interfaceName = optarg;
-        return true;
+        return !options.interfaceName.empty();
     case 'k':
         options.keepPhoto = true;
         return true;
@@ -105,14 +116,16 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error) {
     }
     error.clear();
     const int files = argc - optind;
-    if (options.action == Options::Action::kPush && files == 0) {
+    if (files == 1) {
+        options.file = argv[optind];
+    }
+    if (options.action == Options::Action::kPush && files <= 1 && options.file.empty()) {
         error = "which file?";
+    } else if (isAddress(options.file)) {
+        error = "files of this machine are pushed, no addresses: " + options.file;
     } else if (files > 1 || (options.action == Options::Action::kList && files > 0)) {
         error = options.action == Options::Action::kList ? "--list takes no file"
                                                          : "one file at a time";
-    }
-    if (files == 1) {
-        options.file = argv[optind];
     }
     return error.empty();
 }

@@ -64,6 +64,22 @@ std::string ownedText(char* text) {
 
 } // namespace
 
+std::string interfaceProblem(const std::string& name) {
+    if (if_nametoindex(name.c_str()) != 0) {
+        return "";
+    }
+    std::string others;
+    struct if_nameindex* const list = if_nameindex();
+    for (const struct if_nameindex* entry = list; entry != nullptr && entry->if_index != 0;
+         ++entry) {
+        others += (others.empty() ? ", only " : ", ") + std::string(entry->if_name);
+    }
+    if (list != nullptr) {
+        if_freenameindex(list);
+    }
+    return "there is no network interface \"" + name + "\"" + others;
+}
+
 RendererSearch::~RendererSearch() {
     for (const auto& point : points_) {
         g_signal_handlers_disconnect_by_data(point.get(), this);
@@ -90,10 +106,6 @@ bool RendererSearch::start(const std::string& interfaceName, std::string& error)
 }
 
 bool RendererSearch::addInterface(const std::string& name, std::string& error) {
-    if (if_nametoindex(name.c_str()) == 0) {
-        error = "there is no network interface \"" + name + "\"";
-        return false;
-    }
     ObjectPtr<GUPnPContext> context = openContext(name, error);
     if (!context) {
         return false;

@@ -23,6 +23,10 @@ struct FoundRenderer {
     bool hasLeft = false; ///< it said goodbye
 };
 
+/// What is wrong with this name of a network interface, as a sentence that names those there are;
+/// empty when there is such an interface.
+std::string interfaceProblem(const std::string& name);
+
 class RendererSearch {
 public:
     RendererSearch() = default;

@@ -73,6 +73,17 @@ TEST(TheCommandLine, SaysWhatIsWrongWithIt) {
         EXPECT_FALSE(parsed.isFine) << name;
         EXPECT_NE(parsed.error.find("--as wants one word"), std::string::npos) << name;
     }
+    EXPECT_EQ(parse({"a", "--to", ""}).error, "--to wants a name");
+    EXPECT_EQ(parse({"a", "--to="}).error, "--to wants a name");
+    EXPECT_EQ(parse({"a", "-i", ""}).error, "--interface wants a name");
+    EXPECT_EQ(parse({""}).error, "which file?");
+    for (const char* address :
+         {"http://host/a.mp4", "HTTPS://host/a", "ftp://host/a", "file:///a.mp4"}) {
+        EXPECT_EQ(parse({address}).error,
+                  std::string("files of this machine are pushed, no addresses: ") + address);
+    }
+    EXPECT_TRUE(parse({"./http://host/a.mp4"}).isFine);
+    EXPECT_TRUE(parse({"a: the film.mp4"}).isFine);
     EXPECT_FALSE(parse({"a", "--no-such-option"}).isFine);
     EXPECT_FALSE(parse({"a", "--to"}).isFine);
 }
