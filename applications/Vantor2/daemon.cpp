@@ -29,8 +29,6 @@ constexpr std::chrono::seconds kRecordsWindow{2};
 
 // Where the daemon listens while there is no network, and nobody but this machine can be.
 constexpr const char* kNobodysAddress = "127.0.0.1";
-// An address that is away for that long is not waited for any more.
-constexpr std::chrono::seconds kUntilForgotten{60};
 
 std::string hostName() {
     char name[256] = "";
@@ -233,19 +231,19 @@ void Daemon::networkChanged() {
         logWarning(error.empty() ? "there is no network to serve on at the moment" : error);
     }
     discovery_->setPlaces(places_);
-    if (!forgetPlaces_.running()) {
-        forgetPlaces_.start(kUntilForgotten);
-    }
+    forgetPlaces();
 }
 
-// Addresses change for ever on some networks; those that stay away must not be kept.
 void Daemon::forgetPlaces() {
     std::vector<std::string> present;
     for (const NetworkPlace& place : places_) {
         present.push_back(place.address);
     }
-    if (!present.empty()) {
-        device_->listenOnlyOn(present);
+    const TimePoint now = clock_.now();
+    device_->listenOnlyOn(away_.toKeep(device_->server().addresses(), present, now));
+    forgetPlaces_.stop();
+    if (const auto due = away_.due()) {
+        forgetPlaces_.start(std::chrono::ceil<std::chrono::milliseconds>(*due - now));
     }
 }
 

@@ -11,6 +11,7 @@
 #include "base/glib_handles.h"
 #include "base/settings.h"
 #include "bus/bus_link.h"
+#include "discovery/away_addresses.h"
 #include "discovery/discovery.h"
 #include "discovery/network_watch.h"
 #include "renderer_device.h"
@@ -69,6 +70,7 @@ private:
     Timer publishSoon_;
     std::deque<TimePoint> publishedRequests_; // when, the last few times
     Timer forgetPlaces_;
+    AwayAddresses away_;
     TimePoint publishUntil_;
     std::optional<DeviceStore> store_;
     RendererRecord record_;
