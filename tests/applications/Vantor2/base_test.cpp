@@ -6,6 +6,8 @@
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -175,12 +177,16 @@ TEST_F(StoredState, IsThatOfAPredecessorThatGoesInTime) {
     auto first = DeviceStore::open(directory, error);
     ASSERT_TRUE(first) << error;
     const std::string uuid = first->uuid();
+    const int looks = inotify_init1(IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(looks, directory.c_str(), IN_CLOSE_NOWRITE), 0);
     std::thread end([&] {
-        std::this_thread::sleep_for(milliseconds(50));
+        pollfd look{looks, POLLIN, 0};
+        EXPECT_EQ(poll(&look, 1, 20000), 1) << "the successor has looked in vain";
         first.reset();
     });
     const auto second = DeviceStore::open(directory, error, std::chrono::seconds(20));
     end.join();
+    close(looks);
     ASSERT_TRUE(second);
     EXPECT_EQ(second->uuid(), uuid);
 }
