@@ -143,6 +143,21 @@ class TheRoad(HouseTest):
         self.assertEqual(phone.ended(), 10, phone.tail())
         self.assert_quits(tv)
 
+    def test_a_television_that_gets_another_name_while_it_plays_keeps_its_phone(self):
+        tv = self.television("--allow")
+        phone = self.push(media("film.mp4"))
+        tv.event("MM_START_PLAY")
+        phone.wait_line(lambda line: line.startswith("playing"), "playing")
+        tv.do("rename Attic")
+        phone.wait_line(lambda line: line.endswith(" is called Attic now."), "the new name")
+        at = tv.status()["position"] or 0
+        tv.until_status(lambda said: said["position"] and said["position"] >= at + 3,
+                        "a film that goes on")
+        self.assertTrue(phone.is_running(), phone.tail())
+        phone.signal(signal.SIGINT)
+        self.assertEqual(phone.ended(), INTERRUPTED, phone.tail())
+        self.assert_quits(tv)
+
     def test_mistakes_at_the_phone_are_told_before_anything_is_pushed(self):
         tv = self.television("--allow")
         port = free_port()

@@ -107,6 +107,10 @@ struct Transfer {
         }
     }
 
+    static void onFinished(SoupServerMessage*, gpointer data) {
+        --static_cast<Transfer*>(data)->file->statistics.underWay;
+    }
+
     static void forget(gpointer data, GClosure*) { delete static_cast<Transfer*>(data); }
 };
 
@@ -176,8 +180,10 @@ void answer(const std::shared_ptr<ServedFile>& file, SoupServerMessage* message)
         return;
     }
     ++file->statistics.requests;
+    ++file->statistics.underWay;
     Transfer* shared = transfer.release(); // given to the closure of "wrote-chunk"
     g_signal_connect(message, "wrote-body", G_CALLBACK(&Transfer::onWroteBody), shared);
+    g_signal_connect(message, "finished", G_CALLBACK(&Transfer::onFinished), shared);
     g_signal_connect_data(message, "wrote-chunk", G_CALLBACK(&Transfer::onWroteChunk), shared,
                           &Transfer::forget, static_cast<GConnectFlags>(0));
 }

@@ -20,6 +20,7 @@ public:
     /// What renderers asked for so far.
     struct Statistics {
         unsigned requests = 0;   ///< GET requests for the file that were answered with content
+        unsigned underWay = 0;   ///< of these, what is being sent now
         bool reachedEnd = false; ///< the last byte of the file was sent at least once
     };
 

@@ -1,7 +1,9 @@
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include <unistd.h>
 
@@ -69,20 +71,22 @@ ExitCode sayWhyNot(const Choice& choice, const push::RendererSearch& search,
     return fail(ExitCode::kNothingFound, "no television answered");
 }
 
-ExitCode pushTo(const push::FoundRenderer& found, const push::MediaFile& file, push::Waiter& waiter,
+ExitCode pushTo(std::shared_ptr<const push::FoundRenderer> found, const push::MediaFile& file,
+                const push::RendererSearch& search, push::Waiter& waiter,
                 const push::Options& options) {
-    push::Renderer renderer(found.device.get());
+    push::Renderer renderer(found->device.get());
     if (!renderer.hasTransport()) {
-        return fail(ExitCode::kRefused, push::printable(found.name.friendlyName) +
+        return fail(ExitCode::kRefused, push::printable(found->name.friendlyName) +
                                             " cannot be played on: it has no AVTransport service");
     }
     push::FileServer server;
     std::string error;
-    if (!server.start(file, found.localAddress, options.port, error)) {
+    if (!server.start(file, found->localAddress, options.port, error)) {
         return fail(ExitCode::kServerFailed, error);
     }
     push::Progress progress(std::cout, isatty(STDOUT_FILENO) != 0);
-    return push::PushSession(renderer, found, file, server, waiter, progress)
+    return push::PushSession(std::move(renderer), std::move(found), search, file, server, waiter,
+                             progress)
         .run(options.keepPhoto);
 }
 
@@ -115,7 +119,7 @@ ExitCode run(const push::Options& options) {
         return sayWhyNot(choice, search, options);
     }
     const auto chosen = search.found()[choice.candidates.front()];
-    return pushTo(*chosen, *file, waiter, options);
+    return pushTo(chosen, *file, search, waiter, options);
 }
 
 } // namespace

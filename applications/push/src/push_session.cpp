@@ -4,6 +4,7 @@
 #include "printable.h"
 
 #include <chrono>
+#include <utility>
 
 namespace push {
 namespace {
@@ -16,6 +17,10 @@ constexpr milliseconds kStopLimit{3000};
 constexpr milliseconds kRetryPlayEvery{250};
 constexpr int kPlayTries = 20;
 constexpr unsigned kSilentLooksUntilLost = 3;
+// A player that was paused or moved closes its connection for a moment.
+constexpr gint64 kFetchesAgainMicros = 10 * G_USEC_PER_SEC;
+// A television's daemon starts anew within a second or two.
+constexpr milliseconds kReturnLimit{8000};
 // Renderers that begin slowly stay STOPPED for a while without an error.
 constexpr gint64 kStartLimitMicros = 15 * G_USEC_PER_SEC;
 
@@ -24,15 +29,17 @@ constexpr int kNotAuthorized = 606;
 
 } // namespace
 
-PushSession::PushSession(Renderer& renderer, const FoundRenderer& found, const MediaFile& file,
+PushSession::PushSession(Renderer renderer, std::shared_ptr<const FoundRenderer> found,
+                         const RendererSearch& search, const MediaFile& file,
                          const FileServer& server, Waiter& waiter, Progress& progress)
-    : renderer_(renderer),
-      found_(found),
+    : renderer_(std::move(renderer)),
+      found_(std::move(found)),
+      search_(search),
       file_(file),
       server_(server),
       waiter_(waiter),
       progress_(progress),
-      name_(printable(found.name.friendlyName)) {}
+      name_(printable(found_->name.friendlyName)) {}
 
 ExitCode PushSession::run(bool keepPhoto) {
     const ExitCode handedOver = handOver();
@@ -91,18 +98,48 @@ ExitCode PushSession::watch(bool keepPhoto) {
             return *end;
         }
         const auto hasLeft = [this] {
-            return found_.hasLeft;
+            return found_->hasLeft;
         };
         switch (waiter_.until(hasLeft, kLookEvery)) {
         case Waiter::Result::kInterrupted:
             return interrupt();
         case Waiter::Result::kDone:
-            progress_.say(name_ + " has left the network.");
-            return ExitCode::kRendererLost;
+            if (const std::optional<ExitCode> end = awaitReturn()) {
+                return *end;
+            }
+            break;
         case Waiter::Result::kTimedOut:
             break;
         }
     }
+}
+
+/// A television that is given another name leaves the network and comes back under it, what it
+/// plays goes on: it is known by its UDN. Its address may be another one.
+std::optional<ExitCode> PushSession::awaitReturn() {
+    progress_.say(name_ + " has left the network; it may come back.");
+    const auto isBack = [this] {
+        return search_.withUdn(found_->name.udn) != nullptr;
+    };
+    switch (waiter_.until(isBack, kReturnLimit)) {
+    case Waiter::Result::kInterrupted:
+        return interrupt();
+    case Waiter::Result::kTimedOut:
+        progress_.say(name_ + " has not come back.");
+        return ExitCode::kRendererLost;
+    case Waiter::Result::kDone:
+        break;
+    }
+    isBack_ = true;
+    lastServedAt_ = g_get_monotonic_time();
+    found_ = search_.withUdn(found_->name.udn);
+    renderer_ = Renderer(found_->device.get());
+    const std::string before = std::exchange(name_, printable(found_->name.friendlyName));
+    progress_.say(before == name_ ? name_ + " is back." : before + " is called " + name_ + " now.");
+    if (!renderer_.hasTransport()) {
+        return ExitCode::kRendererLost;
+    }
+    return std::nullopt;
 }
 
 std::optional<ExitCode> PushSession::lookOnce(bool keepPhoto) {
@@ -125,10 +162,13 @@ std::optional<ExitCode> PushSession::lookOnce(bool keepPhoto) {
         progress_.say(name_ + " plays something else now.");
         return ExitCode::kDone;
     }
+    const bool isActive = transport.state != "STOPPED" && transport.state != "NO_MEDIA_PRESENT";
+    if (isBack_ && !isActive && position.trackUri.empty()) {
+        return judgeForgotten();
+    }
     if (isOurs) {
         progress_.show(transport.state, position);
     }
-    const bool isActive = transport.state != "STOPPED" && transport.state != "NO_MEDIA_PRESENT";
     if (isOurs && isActive) {
         position_.note(position, transport.speed, std::chrono::steady_clock::now());
     }
@@ -154,6 +194,32 @@ std::optional<ExitCode> PushSession::judge(const TransportInfo& transport, bool 
         return ExitCode::kDone;
     }
     return std::nullopt;
+}
+
+/// A television that began anew may know nothing of what it plays. What can still be seen is
+/// whether the file is fetched, and after that how long it takes to be played.
+std::optional<ExitCode> PushSession::judgeForgotten() {
+    const FileServer::Statistics& served = server_.statistics();
+    if (served.requests == 0) {
+        progress_.say(name_ + " has forgotten the file.");
+        return ExitCode::kRendererLost;
+    }
+    const gint64 now = g_get_monotonic_time();
+    if (served.underWay > 0) {
+        lastServedAt_ = now;
+    }
+    if (!served.reachedEnd) {
+        if (now - lastServedAt_ < kFetchesAgainMicros) {
+            return std::nullopt;
+        }
+        progress_.say("Not fetched any more: stopped on the television.");
+        return ExitCode::kDone;
+    }
+    if (!position_.isAtEnd(std::chrono::steady_clock::now()).value_or(true)) {
+        return std::nullopt;
+    }
+    progress_.say("Done.");
+    return ExitCode::kDone;
 }
 
 std::optional<ExitCode> PushSession::judgeStopped(const TransportInfo& transport) {

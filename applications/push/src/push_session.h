@@ -1,6 +1,8 @@
 // One push from beginning to end: hand the file over, play it, watch it, stop it on Ctrl-C.
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <string>
 
 #include "exit_code.h"
@@ -16,9 +18,11 @@ namespace push {
 
 class PushSession {
 public:
-    /// Everything given must outlive the session. `found` is where `renderer` was found.
-    PushSession(Renderer& renderer, const FoundRenderer& found, const MediaFile& file,
-                const FileServer& server, Waiter& waiter, Progress& progress);
+    /// `renderer` was made of `found`, one that `search` has found. The others given must outlive
+    /// the session.
+    PushSession(Renderer renderer, std::shared_ptr<const FoundRenderer> found,
+                const RendererSearch& search, const MediaFile& file, const FileServer& server,
+                Waiter& waiter, Progress& progress);
 
     /// Returns when the renderer is done with the file, refused it, or is lost. With `keepPhoto`
     /// a photo ends like a film: when the renderer stops showing it.
@@ -31,11 +35,14 @@ private:
     std::optional<ExitCode> judge(const TransportInfo& transport, bool keepPhoto);
     std::optional<ExitCode> judgeStopped(const TransportInfo& transport);
     std::optional<ExitCode> lookOnce(bool keepPhoto);
+    std::optional<ExitCode> awaitReturn();
+    std::optional<ExitCode> judgeForgotten();
     ExitCode interrupt();
     ExitCode sayFailure(const std::string& what, const ActionError& error);
 
-    Renderer& renderer_;
-    const FoundRenderer& found_;
+    Renderer renderer_;
+    std::shared_ptr<const FoundRenderer> found_;
+    const RendererSearch& search_;
     const MediaFile& file_;
     const FileServer& server_;
     Waiter& waiter_;
@@ -45,6 +52,8 @@ private:
     bool wasActive_ = false; ///< it played, paused or waited since it took the file
     bool wasPlaying_ = false;
     bool saidWaiting_ = false;
+    bool isBack_ = false;      ///< it left and came back
+    gint64 lastServedAt_ = 0;  ///< since then: when it was last seen fetching, like below
     unsigned silentLooks_ = 0; ///< polls in a row that nobody answered
     gint64 handedOverAt_ = 0;  ///< monotonic, microseconds
 };

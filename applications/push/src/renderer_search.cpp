@@ -126,10 +126,7 @@ void RendererSearch::onAvailable(GUPnPControlPoint* point, GUPnPDeviceProxy* dev
     auto* info = GUPNP_DEVICE_INFO(device);
     auto& found = static_cast<RendererSearch*>(search)->found_;
     const char* udn = gupnp_device_info_get_udn(info);
-    const auto isSame = [&](const auto& other) {
-        return udn != nullptr && other->name.udn == udn;
-    };
-    if (udn == nullptr || std::any_of(found.begin(), found.end(), isSame)) {
+    if (udn == nullptr || static_cast<RendererSearch*>(search)->withUdn(udn) != nullptr) {
         return; // the same one over a second interface
     }
     auto* client = GSSDP_CLIENT(gupnp_control_point_get_context(point));
@@ -151,6 +148,13 @@ void RendererSearch::onUnavailable(GUPnPControlPoint*, GUPnPDeviceProxy* device,
         (*left)->hasLeft = true;
         found.erase(left);
     }
+}
+
+std::shared_ptr<const FoundRenderer> RendererSearch::withUdn(const std::string& udn) const {
+    const auto found = std::find_if(found_.begin(), found_.end(), [&](const auto& renderer) {
+        return renderer->name.udn == udn;
+    });
+    return found != found_.end() ? *found : nullptr;
 }
 
 Choice RendererSearch::choose(const std::string& wanted) const {

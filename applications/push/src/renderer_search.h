@@ -44,6 +44,9 @@ public:
     /// Those that are there now. One that is held on to says later whether it has left.
     const std::vector<std::shared_ptr<FoundRenderer>>& found() const { return found_; }
 
+    /// The one with this UDN that is there now; null when there is none.
+    std::shared_ptr<const FoundRenderer> withUdn(const std::string& udn) const;
+
 private:
     bool addInterface(const std::string& name, std::string& error);
     Choice choose(const std::string& wanted) const;

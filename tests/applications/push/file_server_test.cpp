@@ -165,6 +165,7 @@ TEST_F(AServedFile, ArrivesWhole) {
     EXPECT_TRUE(response.body == file_.content());
     EXPECT_EQ(server_->statistics().requests, 1U);
     EXPECT_TRUE(server_->statistics().reachedEnd);
+    EXPECT_EQ(server_->statistics().underWay, 0U);
 }
 
 TEST_F(AServedFile, IsDescribedWithoutItsContentOnHead) {
@@ -291,16 +292,19 @@ TEST_F(AServedFile, OutlivesAClientThatGoesAwayInTheMiddle) {
     const TemporaryFile large(32 * 1024 * 1024); // more than the connection can swallow unread
     media_.path = large.path();
     serve();
+    int fd = -1;
     serveDuring([&] {
-        const int fd = connectTo(port_);
+        fd = connectTo(port_);
         const std::string request = "GET " + path_ + " HTTP/1.1\r\nHost: x\r\n\r\n";
         send(fd, request.data(), request.size(), MSG_NOSIGNAL);
         char piece[1000];
         EXPECT_GT(recv(fd, piece, sizeof piece, 0), 0);
-        close(fd);
     });
+    EXPECT_EQ(server_->statistics().underWay, 1U);
+    close(fd);
     EXPECT_FALSE(server_->statistics().reachedEnd);
     EXPECT_TRUE(ask("GET").body == large.content());
+    EXPECT_EQ(server_->statistics().underWay, 0U);
 }
 
 TEST_F(AServedFile, EndsTheConnectionEarlyWhenItHasBecomeShorter) {
