@@ -21,26 +21,15 @@ from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 from urllib.parse import urljoin
 from xml.sax.saxutils import escape
 
-sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../tools/world"))
-import television  # noqa: E402  (its folder is known only now)
+for folder in ("../../tools/world", "../support"):
+    sys.path.insert(0, os.path.join(os.path.dirname(__file__), folder))
+import television  # noqa: E402  (their folders are known only now)
+from waiting import DEADLINE, until  # noqa: E402
 
 BIN = os.environ["KETRA_BIN"]
 MEDIA = os.environ["KETRA_MEDIA"]
 COMPANIONS = "/applications/DLNA/release/bin/"
 AV_TRANSPORT = "urn:schemas-upnp-org:service:AVTransport:1"
-DEADLINE = 20.0  # seconds, for what takes a second or two on a machine with nothing else to do
-
-
-def until(condition, what, seconds=DEADLINE, every=0.05):
-    """The first true value of condition(); fails the test when there is none in time."""
-    end = time.monotonic() + seconds
-    while True:
-        value = condition()
-        if value:
-            return value
-        if time.monotonic() > end:
-            raise AssertionError(f"waited {seconds:g} s in vain for {what}")
-        time.sleep(every)
 
 
 def companion_pids(program):

@@ -11,15 +11,18 @@ import re
 import socket
 import struct
 import subprocess
+import sys
 import tempfile
 import time
 import unittest
 import urllib.error
 import urllib.request
 
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../support"))
+from waiting import DEADLINE, until  # noqa: E402  (its folder is known only now)
+
 VANTOR2 = os.environ["VANTOR2_PROGRAM"]
 SBUS = os.environ["SBUS_PROGRAM"]
-DEADLINE = 20.0  # seconds, for what takes a fraction of one on a machine with nothing else to do
 CLONE_NEWNET = 0x40000000
 LIBC = ctypes.CDLL(None, use_errno=True)
 TV_NETWORK = os.open("/proc/self/ns/net", os.O_RDONLY | os.O_CLOEXEC)
@@ -49,17 +52,6 @@ def on_tv(make):
 
 def ip(*arguments, on_tv=False):
     subprocess.run(["ip", *arguments], check=True, preexec_fn=enter_tv if on_tv else None)
-
-
-def until(condition, what, seconds=DEADLINE):
-    end = time.monotonic() + seconds
-    while True:
-        value = condition()
-        if value:
-            return value
-        if time.monotonic() > end:
-            raise AssertionError(f"waited {seconds:g} s in vain for {what}")
-        time.sleep(0.02)
 
 
 class Ssdp:
