@@ -1,7 +1,12 @@
 #include "base/glib_log.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <iterator>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include <glib.h>
 
@@ -19,6 +24,16 @@ LogLevel levelOf(GLogLevelFlags flags) {
     return (flags & G_LOG_LEVEL_WARNING) != 0 ? LogLevel::kWarning : LogLevel::kDebug;
 }
 
+// An announcement that could not leave because its network has gone; which one has, the daemon says
+// itself.
+bool isOfALostNetwork(std::string_view domain, std::string_view text) {
+    constexpr int kReasons[] = {ENETUNREACH, ENETDOWN, ENODEV, EADDRNOTAVAIL};
+    return domain == "gssdp-client" &&
+           std::any_of(std::begin(kReasons), std::end(kReasons), [&](int reason) {
+               return text.find(g_strerror(reason)) != std::string_view::npos;
+           });
+}
+
 // Strangers can cause some of the libraries' warnings, as often as they like. Any thread.
 std::optional<std::size_t> takeWarning() {
     static std::mutex mutex;
@@ -29,16 +44,6 @@ std::optional<std::size_t> takeWarning() {
 
 GLogWriterOutput writeMessage(GLogLevelFlags flags, const GLogField* fields, gsize count,
                               gpointer) {
-    const LogLevel level = levelOf(flags);
-    if (level == LogLevel::kWarning) {
-        const auto leftOut = takeWarning();
-        if (!leftOut) {
-            return G_LOG_WRITER_HANDLED;
-        }
-        if (*leftOut > 0) {
-            logWarning(std::to_string(*leftOut) + " lines like the next one were left out");
-        }
-    }
     std::string domain;
     std::string text;
     for (gsize index = 0; index < count; ++index) {
@@ -51,6 +56,16 @@ GLogWriterOutput writeMessage(GLogLevelFlags flags, const GLogField* fields, gsi
         (key == "MESSAGE" ? text : domain) =
             field.length < 0 ? std::string(value)
                              : std::string(value, static_cast<std::size_t>(field.length));
+    }
+    const LogLevel level = isOfALostNetwork(domain, text) ? LogLevel::kDebug : levelOf(flags);
+    if (level == LogLevel::kWarning) {
+        const auto leftOut = takeWarning();
+        if (!leftOut) {
+            return G_LOG_WRITER_HANDLED;
+        }
+        if (*leftOut > 0) {
+            logWarning(std::to_string(*leftOut) + " lines like the next one were left out");
+        }
     }
     logMessage(level, domain + ": " + text);
     return G_LOG_WRITER_HANDLED;

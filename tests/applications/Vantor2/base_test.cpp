@@ -78,6 +78,18 @@ TEST(LinesThatStrangersCause, AreFewWhateverTheirNumber) {
     EXPECT_FALSE(budget.take(now));
 }
 
+TEST(AnAnnouncement, ThatCannotLeaveAnyMoreAlarmsNobody) {
+    adoptGlibMessages();
+    testing::internal::CaptureStderr();
+    const std::string failure = "Error sending SSDP packet to 239.255.255.250: ";
+    for (const int reason : {ENETUNREACH, ENODEV, EPERM}) {
+        g_log_structured("gssdp-client", G_LOG_LEVEL_WARNING, "MESSAGE", "%s%s", failure.c_str(),
+                         g_strerror(reason));
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "ketra: warning: gssdp-client: " + failure + g_strerror(EPERM) + "\n");
+}
+
 TEST(LinesThatStrangersCause, AreFewAlsoWhenALibraryWritesThem) {
     adoptGlibMessages();
     testing::internal::CaptureStderr();

@@ -12,6 +12,11 @@ from networks import DEADLINE, Home, get, ip, on_tv, until
 
 class Networks(Home):
 
+    def assert_tells_nothing_alarming(self, log):
+        alarming = [line for line in self.read_log(log).splitlines()
+                    if re.search("warning|error|critical", line, re.IGNORECASE)]
+        self.assertEqual(alarming, [])
+
     def test_are_all_served_each_under_its_own_address(self):
         self.lay_cable(0, "10.1.0.1/24", "10.1.0.2/24")
         self.lay_cable(1, "10.2.0.1/24", "10.2.0.2/24")
@@ -54,6 +59,7 @@ class Networks(Home):
             until(lambda: location in far.announced("ssdp:alive"), "a new announcement")
             self.assertEqual(far.found(), [location], "the same port as before")
             self.assertEqual(get(location)[0], 200)
+        self.assert_tells_nothing_alarming(log)
 
     def test_may_be_pulled_out_whole_and_plugged_in_again(self):
         self.lay_cable(0, "10.1.0.1/24", "10.1.0.2/24")
@@ -80,6 +86,7 @@ class Networks(Home):
                 self.assertEqual(phone.found(), locations, "where it was before")
                 self.assertEqual(get(locations[0])[0], 200)
             near.found()
+        self.assert_tells_nothing_alarming(log)
 
     def test_may_give_it_another_address(self):
         self.lay_cable(0, "10.1.0.1/24", "10.1.0.2/24")
