@@ -88,7 +88,7 @@ std::string writtenByLibraries(const std::function<void()>& write) {
     return testing::internal::GetCapturedStderr();
 }
 
-TEST(AnAnnouncement, ThatCannotLeaveAnyMoreAlarmsNobody) {
+TEST(LinesThatLibrariesWrite, AlarmNobodyOfANetworkThatHasGone) {
     const std::string failure = "Error sending SSDP packet to 239.255.255.250: ";
     const std::string log = writtenByLibraries([&] {
         for (const int reason : {ENETUNREACH, ENODEV, EPERM}) {
@@ -99,7 +99,7 @@ TEST(AnAnnouncement, ThatCannotLeaveAnyMoreAlarmsNobody) {
     EXPECT_EQ(log, "ketra: warning: gssdp-client: " + failure + g_strerror(EPERM) + "\n");
 }
 
-TEST(LinesThatStrangersCause, AreFewAlsoWhenALibraryWritesThem) {
+TEST(LinesThatLibrariesWrite, AreFewWhenStrangersCauseThem) {
     const std::string log = writtenByLibraries([] {
         for (int line = 0; line < 1000; ++line) {
             g_warning("could not get remote address");
