@@ -96,7 +96,8 @@ TEST(LinesThatLibrariesWrite, AlarmNobodyOfANetworkThatHasGone) {
                              failure.c_str(), g_strerror(reason));
         }
     });
-    EXPECT_EQ(log, "ketra: warning: gssdp-client: " + failure + g_strerror(EPERM) + "\n");
+    EXPECT_EQ(log.substr(log.find(": ") + 2),
+              "warning: gssdp-client: " + failure + g_strerror(EPERM) + "\n");
 }
 
 TEST(LinesThatLibrariesWrite, AreFewWhenStrangersCauseThem) {
@@ -106,7 +107,7 @@ TEST(LinesThatLibrariesWrite, AreFewWhenStrangersCauseThem) {
         }
     });
     const auto lines = std::count(log.begin(), log.end(), '\n');
-    EXPECT_GE(lines, 30) << log;
+    EXPECT_GE(lines, 20) << log;
     EXPECT_LT(lines, 40);
 }
 
