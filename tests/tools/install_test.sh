@@ -28,3 +28,23 @@ for program in Vantor2 zeGStreamerPlayer; do
     ! ldd "$there/bin/$program" | grep 'not found'
 done
 ! readelf -d "$there"/bin/* | grep -F "$build"
+
+# What a packager reads: the names by which libraries are loaded, and where what they need comes from.
+page=$(dirname "$0")/../../docs/packaging.md
+for library in KetraDMR ketra-platform; do
+    readelf -d "$there/lib/lib$library.so" | grep -F "SONAME" | grep -F "[lib$library.so]"
+done
+if command -v dpkg-query >/dev/null; then
+    readelf -d "$there"/bin/* "$there"/lib/*.so | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' |
+        sort -u | while read -r library; do
+        [ ! -e "$there/lib/$library" ] || continue
+        file=$(ldconfig -p | awk -v name="$library" '$1 == name && !known++ { print $NF }')
+        # One of both is what the package holds; the other is not found.
+        package=$({ dpkg-query -S "$(readlink -f "$file")" "$file" 2>/dev/null || :; } |
+            sed -n '1s/[:,].*//p')
+        grep -qF "\`$package\`" "$page" || {
+            echo "$library comes from $package, which docs/packaging.md does not name" >&2
+            exit 1
+        }
+    done
+fi
