@@ -11,6 +11,8 @@ import subprocess
 import sys
 import time
 
+from meaning import Meaning
+
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "world"))
 from television import Missing, Television, describe  # noqa: E402
 
@@ -25,6 +27,7 @@ class Story:
         self.started = time.monotonic()
         self.pushes = []
         self.pictures = []
+        self.meaning = Meaning()
         environment = dict(os.environ, KETRA_SNAPSHOT_DIR=str(out), KETRA_STATE_DIR=str(out / "state"))
         self.tv = Television(
             str(build / "bin/ketra-tv"),
@@ -39,7 +42,8 @@ class Story:
 
     def show(self, line):
         if line["line"] == "event":
-            self.say("event", describe(line))
+            meaning = self.meaning.of(line)
+            self.say("event", describe(line) + (f"  ({meaning})" if meaning else ""))
         elif line["line"] in ("problem", "unreadable"):
             self.say("problem", line.get("text", ""))
 
@@ -165,6 +169,7 @@ class Story:
     def summary(self):
         print()
         seconds = time.monotonic() - self.started
+        print("In brackets: what an event means where its name misleads.")
         print(f"Every expected event came: {len(self.tv.events())} events in {seconds:.1f} s.")
         for picture in self.pictures:
             print(f"picture of the screen: {os.path.relpath(picture, pathlib.Path.cwd())}")
