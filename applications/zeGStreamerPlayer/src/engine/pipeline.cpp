@@ -147,6 +147,7 @@ Pipeline::~Pipeline() {
         return;
     }
     stopLeaps();
+    succession_.giveUp();
     gst_element_set_state(playbin_.get(), GST_STATE_NULL);
     gst_bus_set_sync_handler(bus_.get(), nullptr, nullptr, nullptr);
     g_source_destroy(busWatch_);

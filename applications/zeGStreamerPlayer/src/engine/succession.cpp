@@ -55,6 +55,17 @@ void block(GstPad* pad) {
     gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_DATA_DOWNSTREAM, refuse, nullptr, nullptr);
 }
 
+/// Leaves what is half open out of the playbin's changes of state, until it goes to NULL.
+void leaveOut(const GValue* item, gpointer) {
+    GstElement* const opened = GST_ELEMENT(g_value_get_object(item));
+    GST_OBJECT_LOCK(opened);
+    const bool half = GST_STATE(opened) < GST_STATE_PAUSED;
+    GST_OBJECT_UNLOCK(opened);
+    if (half) {
+        gst_element_set_locked_state(opened, TRUE);
+    }
+}
+
 /// How long it takes from the sink to the ear, in nanoseconds.
 std::uint64_t latencyOf(GstElement* playbin) {
     GstClockTime least = 0;
@@ -135,6 +146,21 @@ void Succession::fail() {
     if (state_ == State::kOpening || state_ == State::kWaiting) {
         state_ = State::kHeld;
     }
+}
+
+/// On its way from PLAYING to NULL the playbin sets all that it has to PAUSED. A media whose
+/// opening has failed would be opened once more by that, only to be given up in the next moment;
+/// and libsoup (3.2) crashes when a request is given up just as its answer arrives.
+void Succession::giveUp() {
+    if (!unsettled()) {
+        return;
+    }
+    GstIterator* const media =
+        gst_bin_iterate_all_by_element_factory_name(GST_BIN(playbin_), "uridecodebin");
+    while (gst_iterator_foreach(media, leaveOut, nullptr) == GST_ITERATOR_RESYNC) {
+        gst_iterator_resync(media);
+    }
+    gst_iterator_free(media);
 }
 
 void Succession::onElement(GstElement* element) {

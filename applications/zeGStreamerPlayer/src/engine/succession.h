@@ -53,6 +53,8 @@ public:
     std::int64_t endMs() const;
     /// The next media cannot be played.
     void fail();
+    /// The playbin is about to be taken down.
+    void giveUp();
 
     // Streaming threads.
 
