@@ -1,6 +1,7 @@
 // Repeat A-B by the numbers of the frames that are shown: what the join looks like.
 
 #include <algorithm>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -46,7 +47,10 @@ std::string listOf(const std::vector<int>& numbers) {
 
 class ARepetition : public testing::Test {
 protected:
-    ARepetition() { test::watchAnew(); }
+    explicit ARepetition(std::uint64_t copyLimit = 1 << 30)
+        : player_(folder_.path(), watched(folder_.path(), copyLimit)) {
+        test::watchAnew();
+    }
 
     void play(const std::string& path) {
         ASSERT_TRUE(player_.setMedia(server_.address(path)));
@@ -92,15 +96,16 @@ protected:
         return rounds;
     }
 
-    static player::Settings watched(const std::string& folder) {
+    static player::Settings watched(const std::string& folder, std::uint64_t copyLimit) {
         player::Settings settings = test::RecordedPlayer::plainSettings(folder);
         settings.videoSink = test::watchingSink();
+        settings.downloadLimitBytes = copyLimit;
         return settings;
     }
 
     test::TemporaryFolder folder_;
     test::MediaServer server_{KETRA_TEST_MEDIA};
-    test::RecordedPlayer player_{folder_.path(), watched(folder_.path())};
+    test::RecordedPlayer player_;
 };
 
 class ARepeatedFile : public ARepetition, public testing::WithParamInterface<const char*> {};
@@ -135,7 +140,92 @@ TEST_P(ARepeatedFile, ShowsEveryFrameOfThePartInEveryRound) {
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
 }
 
+/// The part has been read once more by then.
+TEST_P(ARepeatedFile, GoesOnBeyondItsEndFromItsLastMoments) {
+    ASSERT_NO_FATAL_FAILURE(play(GetParam()));
+    ASSERT_NO_FATAL_FAILURE(repeatFrom(500, 25));
+    const auto rounds = watchRounds(1);
+    ASSERT_FALSE(rounds.empty());
+    const int last = rounds.back().back();
+    ASSERT_TRUE(waitForFrame(last - 12, last));
+    ASSERT_TRUE(player_->repeat(Repeat::kNone));
+    ASSERT_TRUE(player_.waitUntil([last] { return seenNumbers().back() > last + 20; }));
+    const std::vector<int> numbers = seenNumbers();
+    EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end())) << listOf(numbers);
+    EXPECT_LE(numbers.back(), last + 100) << listOf(numbers);
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+}
+
 INSTANTIATE_TEST_SUITE_P(OfAKind, ARepeatedFile,
+                         testing::Values("/good/counted.mp4", "/good/counted.avi"),
+                         [](const auto& one) { return test::caseName(one.param); });
+
+/// Where it is marked counts, not which mark comes first, nor that the film is still on its way.
+TEST_F(ARepetition, MayBeMarkedFromItsEndAndRightAfterASeek) {
+    ASSERT_NO_FATAL_FAILURE(play("/good/counted.mp4"));
+    ASSERT_TRUE(player_->seek(550 * kFrameMs));
+    ASSERT_TRUE(player_->repeat(Repeat::kA));
+    player_.letPass(milliseconds(1)); // the second seek is ordered while the first is under way
+    ASSERT_TRUE(player_->seek(520 * kFrameMs));
+    ASSERT_TRUE(player_->repeat(Repeat::kAB));
+    for (const auto& round : watchRounds(2)) {
+        EXPECT_GE(round.front(), 520) << listOf(round);
+        EXPECT_LE(round.front(), 530) << listOf(round);
+        EXPECT_GE(round.back(), 540) << listOf(round);
+        EXPECT_LE(round.back(), 550) << listOf(round);
+    }
+}
+
+TEST_F(ARepetition, MayEndWithTheFilm) {
+    ASSERT_NO_FATAL_FAILURE(play("/good/counted.mp4"));
+    ASSERT_TRUE(player_->seek(1970 * kFrameMs));
+    ASSERT_TRUE(player_->repeat(Repeat::kA));
+    ASSERT_TRUE(waitForFrame(1990, 1999));
+    ASSERT_TRUE(player_->repeat(Repeat::kAB));
+    for (const auto& round : watchRounds(2)) {
+        EXPECT_LE(round.front(), 1980) << listOf(round);
+        EXPECT_GE(round.back(), 1980) << listOf(round);
+    }
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+}
+
+TEST_F(ARepetition, OfAFilmWithoutSoundGoesOn) {
+    ASSERT_NO_FATAL_FAILURE(play("/good/corners.mp4"));
+    ASSERT_TRUE(player_->repeat(Repeat::kA));
+    player_.letPass(milliseconds(300));
+    ASSERT_TRUE(player_->repeat(Repeat::kAB));
+    player_.letPass(milliseconds(300));
+    test::watchAnew();
+    EXPECT_TRUE(player_.waitUntil([] { return test::seenFrames().size() >= 30; }, seconds(10)));
+    EXPECT_LE(player_.last().positionSec, 1u);
+    ASSERT_TRUE(player_->repeat(Repeat::kNone));
+    EXPECT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 2; }, seconds(10)));
+}
+
+/// What is read in order is repeated as its position says: a bit more of it may be seen.
+class APartOfAFilmTooLargeToKeep : public ARepetition,
+                                   public testing::WithParamInterface<const char*> {
+protected:
+    APartOfAFilmTooLargeToKeep() : ARepetition(100000) {}
+};
+
+TEST_P(APartOfAFilmTooLargeToKeep, IsRepeatedAndLeft) {
+    ASSERT_NO_FATAL_FAILURE(play(GetParam()));
+    ASSERT_NO_FATAL_FAILURE(repeatFrom(500, 25));
+    const auto rounds = watchRounds(2);
+    EXPECT_GE(rounds.size(), 2u);
+    for (const auto& round : rounds) {
+        EXPECT_GE(round.front(), 475) << listOf(round); // a key frame
+        EXPECT_LE(round.front(), 525) << listOf(round);
+        EXPECT_GE(round.back(), 525) << listOf(round);
+        EXPECT_LE(round.back(), 600) << listOf(round);
+    }
+    ASSERT_TRUE(player_->repeat(Repeat::kNone));
+    EXPECT_TRUE(waitForFrame(560, 700));
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+}
+
+INSTANTIATE_TEST_SUITE_P(OfAKind, APartOfAFilmTooLargeToKeep,
                          testing::Values("/good/counted.mp4", "/good/counted.avi"),
                          [](const auto& one) { return test::caseName(one.param); });
 

@@ -69,7 +69,7 @@ protected:
     test::RecordedPlayer player_{folder_.path()};
 };
 
-TEST_P(ARepeatedPart, PlaysRoundAndRoundWithoutAStep) {
+TEST_P(ARepeatedPart, PlaysRoundAndRoundWithoutAStepAndOnBeyondItsEnd) {
     play();
     repeatPart();
     const std::size_t before = player_.announced().size();
@@ -82,6 +82,8 @@ TEST_P(ARepeatedPart, PlaysRoundAndRoundWithoutAStep) {
         EXPECT_LE(player_.announced()[index].positionSec, 5u);
         EXPECT_FALSE(player_.announced()[index].buffering);
     }
+    ASSERT_TRUE(player_->repeat(Repeat::kNone));
+    EXPECT_TRUE(waitForPosition(6)) << player_.last().positionSec;
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
 }
 
@@ -99,14 +101,6 @@ TEST_P(ARepeatedPart, GoesOnHoweverShortItIs) {
         EXPECT_GT(test::hear().loudness, 0.05) << quarter;
     }
     EXPECT_LE(player.last().positionSec, 1u);
-}
-
-TEST_P(ARepeatedPart, GoesOnBeyondItsEndWhenTheRepetitionEnds) {
-    play();
-    repeatPart();
-    ASSERT_TRUE(player_->repeat(Repeat::kNone));
-    ASSERT_TRUE(waitForPosition(6)) << player_.last().positionSec;
-    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
 }
 
 TEST_P(ARepeatedPart, IsLeftByASeek) {
@@ -187,6 +181,35 @@ TEST_P(ARepeatedPart, HasABeginningBeforeItHasAnEnd) {
     play();
     EXPECT_FALSE(player_->repeat(Repeat::kAB)); // the mark was another media's
 }
+
+/// Their readers end a part in different ways.
+class ARepeatedSong : public testing::TestWithParam<const char*> {};
+
+TEST_P(ARepeatedSong, IsHeardOnAndOn) {
+    const test::TemporaryFolder folder;
+    const test::MediaServer server(KETRA_TEST_MEDIA);
+    player::Settings settings = test::RecordedPlayer::plainSettings(folder.path());
+    settings.audioSink = test::listeningSink();
+    test::RecordedPlayer player(folder.path(), settings);
+    ASSERT_TRUE(player.setMedia(server.address(GetParam())));
+    ASSERT_TRUE(player->play(Speed()));
+    ASSERT_TRUE(player.waitForState(PlayerState::kPlaying)) << player.log();
+    ASSERT_TRUE(player->repeat(Repeat::kA));
+    player.letPass(test::milliseconds(300));
+    ASSERT_TRUE(player->repeat(Repeat::kAB));
+    for (int quarter = 0; quarter < 5; ++quarter) {
+        player.letPass(test::milliseconds(20));
+        ASSERT_GT(test::hear().loudness, 0.1) << quarter;
+    }
+    EXPECT_LE(player.last().positionSec, 1u);
+    ASSERT_TRUE(player->repeat(Repeat::kNone));
+    EXPECT_TRUE(player.waitUntil([&player] { return player.last().positionSec >= 1; }));
+    EXPECT_EQ(player.states(), "STOPPED LOADING PLAYING");
+}
+
+INSTANTIATE_TEST_SUITE_P(OfAKind, ARepeatedSong,
+                         testing::Values("/good/song.mp3", "/good/song.wav", "/good/song.aac"),
+                         [](const auto& one) { return test::caseName(one.param); });
 
 INSTANTIATE_TEST_SUITE_P(OfAMedia, ARepeatedPart,
                          testing::Values("/good/film.mp4", "/good/film.webm"),

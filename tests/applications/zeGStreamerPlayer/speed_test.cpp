@@ -347,4 +347,18 @@ TEST_F(ATimedFilm, RepeatsAPart) {
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
 }
 
+TEST_F(ATimedFilm, RepeatsAPartThatEndsWithIt) {
+    ASSERT_TRUE(player_.setMedia(server_.address("/timed/clip.mp4"))); // 1.2 seconds of it
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying)) << player_.log();
+    ASSERT_TRUE(player_->seek(1190)); // the server sends it from its beginning
+    ASSERT_TRUE(player_->repeat(player::Repeat::kA));
+    player_.letPass(milliseconds(300));
+    ASSERT_TRUE(player_->repeat(player::Repeat::kAB));
+    player_.letPass(milliseconds(3000));
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+    ASSERT_TRUE(player_->repeat(player::Repeat::kNone));
+    EXPECT_TRUE(player_.waitForState(PlayerState::kFinished));
+}
+
 } // namespace

@@ -216,7 +216,7 @@ void Pipeline::takeNextStep() {
     if (!idle() || !opened_ || failed_ || retired_ || renewing_) {
         return;
     }
-    if (bounded_ && markB_ && ended_ && !wantPositionMs_) {
+    if (markB_ && ended_ && !wantPositionMs_) {
         wantPositionMs_ = partStart(); // the part that is repeated is over
     }
     if (wantPositionMs_ || wantSpeed_ != speed_) {
@@ -289,9 +289,8 @@ void Pipeline::onOpened() {
 }
 
 void Pipeline::onEnd(std::uint32_t number) {
-    // While the media is moved elsewhere an end may still be on its way; yet there may be nothing
-    // where it is moved to, and then its end comes before the move's.
-    if (step_ != Step::kMove || number == seekNumber_) {
+    // There may be nothing where the media is moved to, and then its end comes before the move's.
+    if (isOfNow(number)) {
         ended_ = true;
         wish();
     }

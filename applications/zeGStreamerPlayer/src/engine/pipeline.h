@@ -134,12 +134,13 @@ private:
     void takeNextStep();
     bool move();
     bool seekTo(int flags, std::int64_t from);
-    bool runsBackward();
+    bool runsBackward() const;
     void startLeaps(std::int64_t from);
     void stopLeaps();
     void followLeaps();
     void leap();
     static gboolean leapTimerFired(gpointer self);
+    bool isOfNow(std::uint32_t number) const;
     void onSegmentEnd(std::uint32_t number);
     void repeatSegment();
     std::int64_t partStart() const;
@@ -148,6 +149,7 @@ private:
     void fail(PlayerError error, const std::string& detail);
     void applySound();
     MediaFacts facts();
+    std::int64_t place() const;
     std::int64_t positionMs() const;
     std::int64_t playbinPositionMs() const;
     void samplePosition();
@@ -166,6 +168,7 @@ private:
     bool followsPart() const;
     void followPart();
     void setUpDownload(GstElement* element);
+    bool keepsCopy() const;
 
     const Settings& settings_;
     const MediaAddress address_; ///< of the first media
@@ -220,7 +223,9 @@ private:
     std::int64_t segmentEnd_ = 0;       ///< of the part, when its repetition was ended meanwhile
     std::uint32_t seekNumber_ = 0;      ///< by which what a seek leads to is known
     bool segmentEnded_ = false;         ///< the part has been read to its end
+    bool readAgain_ = false;            ///< more than once, without having been moved
     bool bounded_ = false;              ///< the media ends where the part does
+    std::int64_t movesToMs_ = 0;        ///< where the step that is under way leads
     bool ended_ = false;                ///< there is no more, which is not reported yet
     std::optional<Leaps> leaps_;
     DlnaFeatures features_;       ///< of the server, once the media is open

@@ -97,9 +97,10 @@ std::int64_t Pipeline::askedPositionMs() const {
 }
 
 /// Whether the part that is repeated ends when its end is seen to have passed: what a server sends
-/// does not end there, and GStreamer's demuxer of MPEG-TS shows nothing of a film with an end.
+/// does not end there, GStreamer's demuxer of MPEG-TS shows nothing of a film with an end, and the
+/// others go past it, or never beyond it, when they read in order.
 bool Pipeline::followsPart() const {
-    return asksServer() || known_.mimeType == "video/vnd.dlna.mpeg-tts";
+    return asksServer() || known_.mimeType == "video/vnd.dlna.mpeg-tts" || !keepsCopy();
 }
 
 void Pipeline::followPart() {

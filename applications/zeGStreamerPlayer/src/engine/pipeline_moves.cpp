@@ -35,18 +35,18 @@ void Pipeline::setSpeed(Speed speed) {
 }
 
 void Pipeline::repeat(Repeat what) {
-    // What plays ends where the part does, see onSegmentEnd and takeNextStep.
+    const std::int64_t now = place();
     markB_.reset();
-    if (bounded_ && !wantPositionMs_) {
-        wantPositionMs_ = positionMs();
+    if (bounded_ || readAgain_) {
+        // What is on its way to the screen ends where the part does, or is the part once more.
+        wantPositionMs_ = now;
         wish();
     }
     if (what == Repeat::kNone) {
         markA_.reset();
     } else if (what == Repeat::kA) {
-        markA_ = positionMs();
+        markA_ = now;
     } else if (markA_) {
-        const std::int64_t now = positionMs();
         if (std::abs(now - *markA_) < kShortestRepeat.count()) {
             logInfo("a part of " + std::to_string(now - *markA_) + " ms is not repeated");
             return;
@@ -65,10 +65,10 @@ bool Pipeline::move() {
     if (renewed(succession_.underWay())) {
         return true;
     }
-    const std::int64_t from = inPart(wantPositionMs_.value_or(positionMs()));
+    const std::int64_t from = movesToMs_ = inPart(place());
     const Speed before = std::exchange(speed_, wantSpeed_);
     wantPositionMs_.reset();
-    segmentEnded_ = ended_ = bounded_ = false;
+    segmentEnded_ = ended_ = bounded_ = readAgain_ = false;
     if (speed_.isBackward() && !asksServer() && !runsBackward()) {
         startLeaps(from);
         return false;
@@ -137,9 +137,8 @@ bool Pipeline::seekTo(int flags, std::int64_t from) {
 
 /// Whether GStreamer runs backward through this media. Over a network it needs the copy for that,
 /// and a container that says where everything is.
-bool Pipeline::runsBackward() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return copy_ && known_.durationExact;
+bool Pipeline::runsBackward() const {
+    return known_.durationExact && keepsCopy();
 }
 
 void Pipeline::startLeaps(std::int64_t from) {
@@ -218,11 +217,17 @@ void Pipeline::leap() {
     }
 }
 
+/// Whether an end is that of what the media was or is moved to. While it is moved an earlier one
+/// may still be on its way. Some demuxers pass the seek's number on and the others take a new one,
+/// which is a higher one.
+bool Pipeline::isOfNow(std::uint32_t number) const {
+    return step_ != Step::kMove || gst_util_seqnum_compare(number, seekNumber_) >= 0;
+}
+
 /// The part that is repeated at normal speed has been read to its end: once more, or on beyond it.
 /// Nothing is thrown away that is on its way to the screen, so there is no gap.
 void Pipeline::onSegmentEnd(std::uint32_t number) {
-    // While the media is moved any other end was on its way before.
-    if (opened_ && (step_ != Step::kMove || number == seekNumber_)) {
+    if (opened_ && isOfNow(number)) {
         segmentEnded_ = true;
         wish();
     }
@@ -232,6 +237,7 @@ void Pipeline::onSegmentEnd(std::uint32_t number) {
 /// has been read finds its place in the queues.
 void Pipeline::repeatSegment() {
     segmentEnded_ = false;
+    readAgain_ = markB_.has_value();
     if (!seekTo(GST_SEEK_FLAG_NONE, markB_ ? *markA_ : segmentEnd_)) {
         logWarning("the media cannot be repeated");
     }
@@ -239,6 +245,11 @@ void Pipeline::repeatSegment() {
 }
 
 // Where the media is.
+
+/// Where it will be when everything has been carried out that was ordered.
+std::int64_t Pipeline::place() const {
+    return wantPositionMs_.value_or(step_ == Step::kMove ? movesToMs_ : positionMs());
+}
 
 std::int64_t Pipeline::positionMs() const {
     if (!leaps_) {

@@ -90,7 +90,7 @@ std::optional<Pipeline::Going> Pipeline::going() const {
         return std::nullopt;
     }
     Going going;
-    going.positionMs = inOrder_ ? 0 : wantPositionMs_.value_or(positionMs());
+    going.positionMs = inOrder_ ? 0 : place();
     going.speed = wantSpeed_;
     going.playing = wantPlaying_;
     going.toldPlaying = saidPlaying_;

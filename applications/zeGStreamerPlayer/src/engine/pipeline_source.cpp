@@ -215,6 +215,12 @@ void Pipeline::setUpDownload(GstElement* element) {
     copy_.reset(GST_ELEMENT(gst_object_ref(element)));
 }
 
+/// What arrives is kept, and is read from there in any order.
+bool Pipeline::keepsCopy() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return copy_ != nullptr;
+}
+
 /// Asks the copy itself while it is said not to be full. Two threads of GStreamer's tell how full
 /// it is, and the word of the one that knows less may come last: then no other follows.
 void Pipeline::followBuffer() {
