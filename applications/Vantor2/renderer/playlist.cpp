@@ -87,10 +87,15 @@ std::string asUtf8(const std::string& bytes) {
 }
 
 std::vector<Track> readM3u(const std::string& content, const std::string& base) {
-    constexpr std::string_view kLineBlanks = " \t\r\xEF\xBB\xBF"; // and a byte order mark
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    constexpr std::string_view kLineBlanks = " \t\r";
+    std::string_view rest = content;
+    if (rest.rfind(kByteOrderMark, 0) == 0) {
+        rest.remove_prefix(kByteOrderMark.size());
+    }
     std::vector<Track> tracks;
     Entry entry;
-    for (std::string_view rest = content; !rest.empty() && tracks.size() < kMostItems;) {
+    while (!rest.empty() && tracks.size() < kMostItems) {
         const std::string_view line = text::trimmed(text::takeEntry(rest, '\n'), kLineBlanks);
         if (line.rfind("#EXT-X-", 0) == 0) {
             return {};

@@ -82,13 +82,14 @@ TEST(AMediaServersDescription, LeadsToItsDirectory) {
 }
 
 TEST(ABrowseAnswer, TellsItsPieceAndHowMuchThereIs) {
-    const auto answer = browseAnswer("<E><B><u:BrowseResponse xmlns:u=\"urn:x\"><Result>&lt;a/&gt;"
-                                     "</Result><NumberReturned>20</NumberReturned><TotalMatches>70"
-                                     "</TotalMatches></u:BrowseResponse></B></E>");
+    const auto answer =
+        browseAnswer("<E><B><u:BrowseResponse xmlns:u=\"urn:x\"><Result>&lt;a/&gt;"
+                     "</Result><NumberReturned>20</NumberReturned><TotalMatches>7000"
+                     "</TotalMatches></u:BrowseResponse></B></E>");
     ASSERT_TRUE(answer);
     EXPECT_EQ(answer->didl, "<a/>");
     EXPECT_EQ(answer->returned, 20u);
-    EXPECT_EQ(answer->total, 70u);
+    EXPECT_EQ(answer->total, 7000u);
     EXPECT_FALSE(browseAnswer("<E><Fault/></E>"));
     EXPECT_FALSE(browseAnswer("<E><BrowseResponse/></E>"));
     EXPECT_EQ(

@@ -230,6 +230,18 @@ TEST(AnM3uPlaylist, NamesItsTracksInOrder) {
     EXPECT_EQ(tracks[2].uri, "http://a/3.mp3");
 }
 
+TEST(AnM3uPlaylist, KeepsLettersThatShareBytesWithAByteOrderMark) {
+    const auto tracks = readPlaylist("\xEF\xBB\xBF#EXTM3U\n#EXTINF:5,Men\xC3\xBB\r\nhttp://a/1\n"
+                                     "\xEF\xBD\x81.mp3\n",
+                                     "http://a/l.m3u", "");
+    ASSERT_EQ(tracks.size(), 2u);
+    EXPECT_EQ(tracks[0].info.title, "Men\xC3\xBB");
+    EXPECT_EQ(tracks[1].info.title, "\xEF\xBD\x81.mp3");
+    const auto only = readPlaylist("\xEF\xBB\xBFhttp://a/1.mp3\n", "http://a/l.m3u", "");
+    ASSERT_EQ(only.size(), 1u);
+    EXPECT_EQ(only[0].uri, "http://a/1.mp3");
+}
+
 TEST(AnM3uPlaylist, CallsTracksThatItDoesNotNameByTheirFiles) {
     const auto tracks =
         readPlaylist("#EXTINF:5,\nmusic/My Song.mp3\nhttp://b/A%26B%20%C3%B6.mp3?c=d/e"
