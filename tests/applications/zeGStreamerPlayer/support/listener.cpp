@@ -7,7 +7,7 @@
 #include <mutex>
 #include <vector>
 
-#include <gst/base/gstbasesink.h>
+#include "support/test_sink.h"
 
 namespace test {
 namespace {
@@ -42,51 +42,18 @@ GstFlowReturn sayThatTheBufferIsEmpty(GstBaseSink* sink, GstBuffer*) {
     return GST_FLOW_OK;
 }
 
-void initClass(gpointer type, gpointer says) {
-    auto* const element = GST_ELEMENT_CLASS(type);
-    GstCaps* const caps =
-        gst_caps_from_string("audio/x-raw,format=S16LE,rate=48000,channels=1,layout=interleaved");
-    gst_element_class_add_pad_template(
-        element, gst_pad_template_new("sink", GST_PAD_SINK, GST_PAD_ALWAYS, caps));
-    gst_caps_unref(caps);
-    gst_element_class_set_static_metadata(element, "Listener", "Sink/Audio", "For tests", "Ketra");
-    GST_BASE_SINK_CLASS(type)->render = render;
-    if (says != nullptr) {
-        GST_BASE_SINK_CLASS(type)->preroll = sayThatTheBufferIsEmpty;
-    }
-}
-
-void initInstance(GTypeInstance* instance, gpointer) {
-    gst_base_sink_set_sync(GST_BASE_SINK(instance), TRUE);
-}
-
-bool registerSink(const char* name, const char* typeName, bool mistaken) {
-    gst_init(nullptr, nullptr);
-    const GTypeInfo info{sizeof(GstBaseSinkClass),
-                         nullptr,
-                         nullptr,
-                         initClass,
-                         nullptr,
-                         mistaken ? name : nullptr,
-                         sizeof(GstBaseSink),
-                         0,
-                         initInstance,
-                         nullptr};
-    const GType type =
-        g_type_register_static(GST_TYPE_BASE_SINK, typeName, &info, static_cast<GTypeFlags>(0));
-    return gst_element_register(nullptr, name, GST_RANK_NONE, type) != FALSE;
-}
+constexpr char kCaps[] = "audio/x-raw,format=S16LE,rate=48000,channels=1,layout=interleaved";
+constexpr TestSink kListener{"ketralistener", "Sink/Audio", kCaps, render};
+constexpr TestSink kMistaken{"ketramistaken", "Sink/Audio", kCaps, render, sayThatTheBufferIsEmpty};
 
 } // namespace
 
 const char* listeningSink() {
-    static const bool registered = registerSink("ketralistener", "KetraListener", false);
-    return registered ? "ketralistener" : "";
+    return registerSink(kListener);
 }
 
 const char* mistakenSink() {
-    static const bool registered = registerSink("ketramistaken", "KetraMistaken", true);
-    return registered ? "ketramistaken" : "";
+    return registerSink(kMistaken);
 }
 
 Tone hear() {

@@ -3,10 +3,10 @@
 #include <atomic>
 #include <mutex>
 
-#include <gst/base/gstbasesink.h>
 #include <gst/video/video.h>
 
 #include "support/frame_number.h"
+#include "support/test_sink.h"
 
 namespace test {
 namespace {
@@ -41,38 +41,13 @@ GstFlowReturn render(GstBaseSink* sink, GstBuffer* buffer) {
     return GST_FLOW_OK;
 }
 
-void finalize(GObject* sink) {
-    --gSinks;
-    G_OBJECT_CLASS(g_type_class_peek_parent(G_OBJECT_GET_CLASS(sink)))->finalize(sink);
-}
-
-void initInstance(GTypeInstance*, gpointer) {
-    ++gSinks;
-}
-
-void initClass(gpointer type, gpointer) {
-    auto* const element = GST_ELEMENT_CLASS(type);
-    GstCaps* const caps = gst_caps_from_string("video/x-raw,format=GRAY8");
-    gst_element_class_add_pad_template(
-        element, gst_pad_template_new("sink", GST_PAD_SINK, GST_PAD_ALWAYS, caps));
-    gst_caps_unref(caps);
-    gst_element_class_set_static_metadata(element, "Watcher", "Sink/Video", "For tests", "Ketra");
-    GST_BASE_SINK_CLASS(type)->render = render;
-    G_OBJECT_CLASS(type)->finalize = finalize;
-}
+const TestSink kWatcher{"ketrawatcher", "Sink/Video", "video/x-raw,format=GRAY8",
+                        render,         nullptr,      &gSinks};
 
 } // namespace
 
 const char* watchingSink() {
-    constexpr const char* kName = "ketrawatcher";
-    static const bool registered = [] {
-        gst_init(nullptr, nullptr);
-        const GType type = g_type_register_static_simple(
-            GST_TYPE_BASE_SINK, "KetraWatcher", sizeof(GstBaseSinkClass), initClass,
-            sizeof(GstBaseSink), initInstance, static_cast<GTypeFlags>(0));
-        return gst_element_register(nullptr, kName, GST_RANK_NONE, type) != FALSE;
-    }();
-    return registered ? kName : "";
+    return registerSink(kWatcher);
 }
 
 int watchingSinks() {
