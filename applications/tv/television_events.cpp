@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "statebus/visible_text.h"
 #include "tv/television.h"
 
@@ -84,6 +86,7 @@ void Television::onCompanions() {
         ready_ = true;
         companionsDeadline_.reset();
         report_.ready(now.name);
+        tellOfSettings();
     }
     if (!now.daemon && known_.daemon)
         permission_.answered(); // nobody is left to tell an answer to
@@ -91,6 +94,14 @@ void Television::onCompanions() {
     if (permission_.onPending(now.requests, now.newestRequest))
         report_.notice("the question is no longer open: it was withdrawn, or nobody answered in "
                        "time");
+}
+
+void Television::tellOfSettings() {
+    if (std::exchange(toldOfSettings_, true))
+        return; // a daemon that was renamed is ready once more
+    for (const std::string& line : errors_.last())
+        if (line.find(": warning: KETRA_") != std::string::npos)
+            report_.problem(line);
 }
 
 void Television::noticeEndedCompanions() {

@@ -137,6 +137,15 @@ class ARunningTelevision(unittest.TestCase):
         for program in ("Vantor2", "zeGStreamerPlayer"):
             until(lambda: not companion_pids(program), f"the end of {program}")
 
+    def test_at_a_terminal_tells_once_of_a_setting_that_makes_no_sense(self):
+        terminal = self.at_a_terminal(KETRA_SCREEN_SIZE="abc")
+        told = "problem zeGStreamerPlayer: warning: KETRA_SCREEN_SIZE=abc is no size"
+        terminal.until_said("ready name=")
+        terminal.until_said(told)
+        terminal.type("\x03")
+        self.assertEqual(terminal.ended(), 0, terminal.text)
+        self.assertEqual(terminal.text.count(told), 1, terminal.text)
+
     def check_end(self, tv, sock):
         said = []
         deadline = time.monotonic() + DEADLINE
