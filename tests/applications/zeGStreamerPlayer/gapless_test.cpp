@@ -281,6 +281,15 @@ INSTANTIATE_TEST_SUITE_P(BecauseOf, WhatCannotFollow,
                                          "/text/song.wav", "/silent", "/status/503", "/round"),
                          [](const auto& one) { return test::caseName(one.param); });
 
+TEST_F(GaplessPlayer, IsPlayedToItsEndByADeviceThatIsLate) {
+    makeBoth();
+    play("/good/one.wav", server_.address("/text/song.wav"));
+    ASSERT_TRUE(player_.waitUntil([] { return test::recordedCount() > kFirst - kRate / 2; }));
+    test::holdRecorder(seconds(1));
+    ASSERT_TRUE(waitForTheEnd()) << player_.log();
+    EXPECT_EQ(difference(test::recorded(), signal(0, kFirst)), "");
+}
+
 // Taken down in the usual order of states, what failed to open would be opened once more, only to
 // be given up at once: libsoup crashes when the server answers in that very moment.
 TEST_F(GaplessPlayer, OpensWhatCannotFollowOnlyOnce) {

@@ -14,6 +14,11 @@ namespace {
 constexpr std::array kContainers = {"application/ogg", "application/x-id3", "application/x-apetag",
                                     "video/quicktime"};
 
+/// What a converter of the sound may keep for itself.
+constexpr std::uint64_t kConvertersNs = 10 * GST_MSECOND;
+/// A device that is later than this will not play the rest.
+constexpr std::uint64_t kLateNs = 2 * GST_SECOND;
+
 bool mayBeSong(const std::string& capsName) {
     if (capsName.rfind("audio/", 0) == 0) {
         return true;
@@ -64,6 +69,15 @@ void leaveOut(const GValue* item, gpointer) {
     if (half) {
         gst_element_set_locked_state(opened, TRUE);
     }
+}
+
+/// The time at which a buffer ends, or none.
+GstClockTime endOf(const GstBuffer* buffer) {
+    if (!GST_BUFFER_PTS_IS_VALID(buffer)) {
+        return GST_CLOCK_TIME_NONE;
+    }
+    return GST_BUFFER_PTS(buffer) +
+           (GST_BUFFER_DURATION_IS_VALID(buffer) ? GST_BUFFER_DURATION(buffer) : 0);
 }
 
 /// How long it takes from the sink to the ear, in nanoseconds.
@@ -129,10 +143,23 @@ bool Succession::over() {
     const std::uint64_t latency = latencyOf(playbin_);
     const std::lock_guard<std::mutex> lock(mutex_);
     if ((state_ != State::kOpening && state_ != State::kHeld) || !GST_CLOCK_TIME_IS_VALID(now) ||
-        now < endNs_ + latency) {
+        now < endNs_ + latency || (now < endNs_ + latency + kLateNs && !deviceIsDone())) {
         return false;
     }
     state_ = State::kHeld;
+    return true;
+}
+
+/// Whether the device has been given all that is left of the present media, and is not busy with
+/// it. Under the mutex.
+bool Succession::deviceIsDone() const {
+    if (!device_ || deviceStopped_) {
+        return true;
+    }
+    if (deviceNs_ + kConvertersNs < endNs_ || !GST_PAD_STREAM_TRYLOCK(device_.get())) {
+        return false;
+    }
+    GST_PAD_STREAM_UNLOCK(device_.get());
     return true;
 }
 
@@ -193,11 +220,11 @@ void Succession::readAhead() {
 }
 
 void Succession::watchDevice(GstElement* sink) {
-    const GstOwner<GstPad> pad(sink == nullptr ? nullptr
-                                               : gst_element_get_static_pad(sink, "sink"));
-    if (pad) {
-        gst_pad_add_probe(pad.get(),
+    device_.reset(sink == nullptr ? nullptr : gst_element_get_static_pad(sink, "sink"));
+    if (device_) {
+        gst_pad_add_probe(device_.get(),
                           static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BLOCK |
+                                                       GST_PAD_PROBE_TYPE_BUFFER |
                                                        GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),
                           &Succession::onDevice, this, nullptr);
     }
@@ -255,14 +282,12 @@ GstPadProbeReturn Succession::onQueued(GstPad*, GstPadProbeInfo* info, gpointer 
     auto* const self = static_cast<Succession*>(data);
     const std::lock_guard<std::mutex> lock(self->mutex_);
     if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0) {
-        const GstBuffer* const buffer = GST_PAD_PROBE_INFO_BUFFER(info);
-        if (self->state_ == State::kNone && GST_BUFFER_PTS_IS_VALID(buffer)) {
-            const GstClockTime length =
-                GST_BUFFER_DURATION_IS_VALID(buffer) ? GST_BUFFER_DURATION(buffer) : 0;
-            const std::uint64_t end = gst_segment_to_running_time(&self->segment_, GST_FORMAT_TIME,
-                                                                  GST_BUFFER_PTS(buffer) + length);
-            const std::uint64_t position = gst_segment_to_stream_time(
-                &self->segment_, GST_FORMAT_TIME, GST_BUFFER_PTS(buffer) + length);
+        const GstClockTime place = endOf(GST_PAD_PROBE_INFO_BUFFER(info));
+        if (self->state_ == State::kNone && GST_CLOCK_TIME_IS_VALID(place)) {
+            const std::uint64_t end =
+                gst_segment_to_running_time(&self->segment_, GST_FORMAT_TIME, place);
+            const std::uint64_t position =
+                gst_segment_to_stream_time(&self->segment_, GST_FORMAT_TIME, place);
             if (GST_CLOCK_TIME_IS_VALID(end) && GST_CLOCK_TIME_IS_VALID(position)) {
                 self->endNs_ = end;
                 self->endMs_ = static_cast<std::int64_t>(position / GST_MSECOND);
@@ -281,10 +306,23 @@ GstPadProbeReturn Succession::onQueued(GstPad*, GstPadProbeInfo* info, gpointer 
 
 GstPadProbeReturn Succession::onDevice(GstPad*, GstPadProbeInfo* info, gpointer data) {
     auto* const self = static_cast<Succession*>(data);
-    if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) != GST_EVENT_STREAM_START) {
+    const std::lock_guard<std::mutex> lock(self->mutex_);
+    if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0) {
+        const GstClockTime place = endOf(GST_PAD_PROBE_INFO_BUFFER(info));
+        const std::uint64_t end =
+            gst_segment_to_running_time(&self->deviceSegment_, GST_FORMAT_TIME, place);
+        if (GST_CLOCK_TIME_IS_VALID(end)) {
+            self->deviceNs_ = end;
+        }
         return GST_PAD_PROBE_PASS;
     }
-    const std::lock_guard<std::mutex> lock(self->mutex_);
+    GstEvent* const event = GST_PAD_PROBE_INFO_EVENT(info);
+    if (GST_EVENT_TYPE(event) == GST_EVENT_SEGMENT) {
+        gst_event_copy_segment(event, &self->deviceSegment_);
+    }
+    if (GST_EVENT_TYPE(event) != GST_EVENT_STREAM_START) {
+        return GST_PAD_PROBE_PASS;
+    }
     switch (self->state_) {
     case State::kNone:
     case State::kTaken:
@@ -296,6 +334,7 @@ GstPadProbeReturn Succession::onDevice(GstPad*, GstPadProbeInfo* info, gpointer 
     case State::kHeld:
         break;
     }
+    self->deviceStopped_ = true;
     return GST_PAD_PROBE_OK; // it stays blocked until the playbin is taken down
 }
 

@@ -15,6 +15,7 @@
 
 #include <gst/gst.h>
 
+#include "engine/gst_handles.h"
 #include "engine/media_engine.h"
 
 namespace player {
@@ -83,6 +84,7 @@ private:
     static GstPadProbeReturn onQueued(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onDevice(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static void onStream(GstElement* demuxer, GstPad* pad, gpointer self);
+    bool deviceIsDone() const;
     bool mayGoOn(bool song);
     void readAhead();
 
@@ -97,9 +99,13 @@ private:
     std::optional<NextMedia> next_;  ///< offered
     std::optional<NextMedia> begun_; ///< under way
     GstElement* queue_ = nullptr;    ///< the playbin's, before its sound device
+    GstOwner<GstPad> device_;        ///< where the sound device takes its sound
+    bool deviceStopped_ = false;     ///< it is not given the next media
     GstSegment segment_{};           ///< of what goes into the queue
     std::int64_t endMs_ = 0;         ///< of the present media, what of it went there
     std::uint64_t endNs_ = 0;        ///< running time at which the queue will have been played
+    GstSegment deviceSegment_{};     ///< of what goes into the device
+    std::uint64_t deviceNs_ = 0;     ///< running time at which that will have been played
 };
 
 } // namespace player

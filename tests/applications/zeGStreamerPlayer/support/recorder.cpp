@@ -1,6 +1,7 @@
 #include "support/recorder.h"
 
 #include <mutex>
+#include <thread>
 
 #include "support/test_sink.h"
 
@@ -8,9 +9,16 @@ namespace test {
 namespace {
 
 std::mutex gMutex;
-Samples gSamples; // guarded by gMutex
+Samples gSamples;                                 // guarded by gMutex
+std::chrono::steady_clock::time_point gHeldUntil; // guarded by gMutex
+
+std::chrono::steady_clock::time_point heldUntil() {
+    const std::lock_guard<std::mutex> lock(gMutex);
+    return gHeldUntil;
+}
 
 GstFlowReturn render(GstBaseSink*, GstBuffer* buffer) {
+    std::this_thread::sleep_until(heldUntil());
     GstMapInfo map;
     if (!gst_buffer_map(buffer, &map, GST_MAP_READ)) {
         return GST_FLOW_ERROR;
@@ -46,6 +54,11 @@ std::size_t recordedCount() {
 void forgetRecord() {
     const std::lock_guard<std::mutex> lock(gMutex);
     gSamples.clear();
+}
+
+void holdRecorder(std::chrono::milliseconds time) {
+    const std::lock_guard<std::mutex> lock(gMutex);
+    gHeldUntil = std::chrono::steady_clock::now() + time;
 }
 
 } // namespace test

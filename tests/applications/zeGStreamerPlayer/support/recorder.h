@@ -1,6 +1,7 @@
 // A loudspeaker that keeps every sample it is given.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -17,5 +18,7 @@ const char* recordingSink();
 Samples recorded();
 std::size_t recordedCount();
 void forgetRecord();
+/// For as long as this the sink plays nothing, like a device that is late.
+void holdRecorder(std::chrono::milliseconds time);
 
 } // namespace test
