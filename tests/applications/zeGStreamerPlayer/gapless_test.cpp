@@ -33,6 +33,7 @@ using test::seconds;
 constexpr std::size_t kRate = 44100;
 constexpr std::size_t kFirst = kRate * 3 + 1237; ///< no whole number of any format's blocks
 constexpr std::size_t kSecond = kRate * 2 + 77;
+constexpr std::size_t kThird = kFirst + 6 * kRate + 5; ///< where a third song begins
 
 /// A count: no part of a second and a half is like another one.
 std::int16_t signalAt(std::size_t sample) {
@@ -106,6 +107,18 @@ protected:
     void makeBoth(const std::string& ending = "wav", const std::string& encoder = "wavenc") {
         make("one." + ending, 0, kFirst, encoder);
         make("two." + ending, kFirst, kFirst + kSecond, encoder);
+    }
+
+    /// Three songs, the second of which is long enough to be told of the third before it has been
+    /// read to its end; the second one plays, and the third is to follow.
+    void playSecondOfThree() {
+        make("one.wav", 0, kFirst);
+        make("two.wav", kFirst, kThird);
+        make("three.wav", kThird, kThird + kRate);
+        play("/good/one.wav", server_.address("/good/two.wav"));
+        ASSERT_TRUE(player_.waitUntil(
+            [this] { return player_.last().track.uri == server_.address("/good/two.wav"); }));
+        ASSERT_TRUE(player_->setNext(request(server_.address("/good/three.wav"))));
     }
 
     PlayRequest request(const std::string& address) const {
@@ -215,18 +228,9 @@ TEST_F(GaplessPlayer, JoinsBareSamplesToo) {
 }
 
 TEST_F(GaplessPlayer, JoinsSongAfterSong) {
-    // The second one is long enough to be told of the third before it has been read to its end.
-    const std::size_t two = kFirst + 6 * kRate + 5;
-    const std::size_t three = two + kRate;
-    make("one.wav", 0, kFirst);
-    make("two.wav", kFirst, two);
-    make("three.wav", two, three);
-    play("/good/one.wav", server_.address("/good/two.wav"));
-    ASSERT_TRUE(player_.waitUntil(
-        [this] { return player_.last().track.uri == server_.address("/good/two.wav"); }));
-    ASSERT_TRUE(player_->setNext(request(server_.address("/good/three.wav"))));
+    ASSERT_NO_FATAL_FAILURE(playSecondOfThree());
     ASSERT_TRUE(waitForTheEnd()) << player_.log();
-    EXPECT_EQ(difference(test::recorded(), signal(0, three)), "");
+    EXPECT_EQ(difference(test::recorded(), signal(0, kThird + kRate)), "");
 }
 
 TEST_F(GaplessPlayer, KeepsTheVolume) {
@@ -351,21 +355,13 @@ TEST_F(GaplessPlayer, CanBeMovedBackWhenTheNextSongIsReadyAlready) {
 }
 
 TEST_F(GaplessPlayer, CanBeMovedBackInASongThatHasFollowedAnother) {
-    const std::size_t two = kFirst + 6 * kRate + 5;
-    const std::size_t three = two + kRate;
-    make("one.wav", 0, kFirst);
-    make("two.wav", kFirst, two);
-    make("three.wav", two, three);
-    play("/good/one.wav", server_.address("/good/two.wav"));
-    ASSERT_TRUE(player_.waitUntil(
-        [this] { return player_.last().track.uri == server_.address("/good/two.wav"); }));
-    ASSERT_TRUE(player_->setNext(request(server_.address("/good/three.wav"))));
-    ASSERT_TRUE(player_.waitUntil([two] { return test::recordedCount() > two - kRate / 2; }));
+    ASSERT_NO_FATAL_FAILURE(playSecondOfThree());
+    ASSERT_TRUE(player_.waitUntil([] { return test::recordedCount() > kThird - kRate / 2; }));
     ASSERT_TRUE(player_->seek(4000));
     ASSERT_TRUE(waitForTheEnd()) << player_.log();
     const Samples found = test::recorded();
-    const Samples expected = signal(kFirst + 4 * kRate, three);
-    ASSERT_GT(found.size(), two + expected.size() - kRate);
+    const Samples expected = signal(kFirst + 4 * kRate, kThird + kRate);
+    ASSERT_GT(found.size(), kThird + expected.size() - kRate);
     EXPECT_EQ(
         difference(Samples(found.end() - static_cast<std::ptrdiff_t>(expected.size()), found.end()),
                    expected),
