@@ -117,8 +117,13 @@ void Television::noticeEndedCompanions() {
 void Television::onCompanionsMissing(const Companions& companions) {
     companionsDeadline_.reset();
     const std::string within = " within " + std::to_string(options_.patience.count()) + " seconds";
-    const auto missing = [&](const char* who, const char* program) {
-        const bool runs = runsCompanion(program);
+    const bool player = !companions.players.empty();
+    const bool daemon = companions.daemon && companions.daemonStarts > daemonStartsBefore_;
+    const bool playerEnded = !player && !runsCompanion(kPlayerPath);
+    const bool daemonEnded = !daemon && !runsCompanion(kDaemonPath);
+    // Beside one that has ended, one that is only not there yet is none of the reasons.
+    const bool allAreTold = !playerEnded && !daemonEnded;
+    const auto missing = [&](const char* who, const char* program, bool runs) {
         report_.problem(std::string(who) +
                         (runs ? " did not appear on the state bus" + within
                               : " ended before it appeared on the state bus") +
@@ -126,12 +131,10 @@ void Television::onCompanionsMissing(const Companions& companions) {
         // One that ended was there, and something kept it from starting: a setting, mostly.
         end(runs ? ExitCode::kNoCompanion : ExitCode::kNotStarted);
     };
-    const bool player = !companions.players.empty();
-    const bool daemon = companions.daemon && companions.daemonStarts > daemonStartsBefore_;
-    if (!player)
-        missing("the player", kPlayerPath);
-    if (!daemon)
-        missing("the renderer daemon", kDaemonPath);
+    if (playerEnded || (allAreTold && !player))
+        missing("the player", kPlayerPath, !playerEnded);
+    if (daemonEnded || (allAreTold && !daemon))
+        missing("the renderer daemon", kDaemonPath, !daemonEnded);
     if (player && daemon)
         report_.problem("the renderer daemon did not report itself visible" + within + "; " +
                         kDaemonPath);

@@ -102,10 +102,11 @@ class ARunningTelevision(unittest.TestCase):
             **self.command(KETRA_PORT=port), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
             stderr=subprocess.STDOUT, text=True, timeout=3 * DEADLINE, check=False,
         )
-        self.assertEqual(tv.returncode, 5, tv.stdout)
+        self.assertEqual(tv.returncode, 3, tv.stdout)
         address = os.environ["KETRA_TV_ADDRESS"]
         self.assertIn(f"cannot serve on {address} port {port}: ", tv.stdout)
         self.assertIn("the renderer daemon ended before it appeared", tv.stdout)
+        self.assertNotIn("the player", tv.stdout, "it is only not there yet")
 
     def at_a_terminal(self, **settings):
         """A television that a person starts at a terminal."""
@@ -123,7 +124,7 @@ class ARunningTelevision(unittest.TestCase):
         ):
             with self.subTest(setting=setting, value=value):
                 terminal = self.at_a_terminal(**{setting: value})
-                self.assertEqual(terminal.ended(), 5, terminal.text)
+                self.assertEqual(terminal.ended(), 3, terminal.text)
                 self.assertIn("the renderer daemon ended before it appeared", terminal.text)
                 self.assertRegex(terminal.text, f"problem Vantor2: error: .*{re.escape(reason)}")
 
