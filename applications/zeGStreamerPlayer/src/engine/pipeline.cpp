@@ -244,7 +244,7 @@ void Pipeline::takeNextStep() {
         report_(EnginePaused{});
     }
     followLeaps();
-    if (segmentEnded_ && state_ == GST_STATE_PLAYING) {
+    if (segmentEnded_ && plays()) {
         repeatSegment();
     }
     if (ended_ && saidPlaying_) {
@@ -414,6 +414,8 @@ void Pipeline::handle(GstMessage* message) {
         if (ours && step_ == Step::kChangeState && now == state_ &&
             pending == GST_STATE_VOID_PENDING) {
             end();
+        } else if (ours && segmentEnded_) {
+            wish(); // plays again after having been moved
         }
         break;
     }

@@ -142,6 +142,7 @@ private:
     static gboolean leapTimerFired(gpointer self);
     bool isOfNow(std::uint32_t number) const;
     void onSegmentEnd(std::uint32_t number);
+    bool plays() const;
     void repeatSegment();
     std::int64_t partStart() const;
     std::int64_t inPart(std::int64_t place) const;

@@ -233,8 +233,17 @@ void Pipeline::onSegmentEnd(std::uint32_t number) {
     }
 }
 
+/// Whether what is in the queues is on its way to the screen. Right after a move it is not yet: the
+/// pipeline is taken from the pause that a move is back to play by another thread.
+bool Pipeline::plays() const {
+    GstState now = GST_STATE_VOID_PENDING;
+    GstState pending = GST_STATE_VOID_PENDING;
+    gst_element_get_state(playbin_.get(), &now, &pending, 0);
+    return now == GST_STATE_PLAYING && pending == GST_STATE_VOID_PENDING;
+}
+
 /// Not before the step that is under way has ended, nor in a pause: such a seek waits until what
-/// has been read finds its place in the queues.
+/// has been read finds its place in the queues, and lets nobody end the pause.
 void Pipeline::repeatSegment() {
     segmentEnded_ = false;
     readAgain_ = markB_.has_value();
