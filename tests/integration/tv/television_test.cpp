@@ -2,6 +2,7 @@
 // ones: what it prints, what it survives, and how it ends.
 #include <dirent.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -115,6 +116,22 @@ protected:
         const std::vector<pid_t> found = companions(program);
         ASSERT_EQ(found.size(), 1U);
         kill(found[0], SIGKILL);
+    }
+    /// Returns when all its threads stand still: the signal stops the first one that runs, and
+    /// until then another may still answer.
+    static void freeze(pid_t process) {
+        kill(process, SIGSTOP);
+        const std::string tasks = "/proc/" + std::to_string(process) + "/task";
+        bool still = false;
+        for (int i = 0; i < 10000 && !still; ++i) {
+            usleep(1000);
+            still = true;
+            for (const auto& task : std::filesystem::directory_iterator(tasks)) {
+                const std::string stat = contentOf(task.path().string() + "/stat");
+                still = still && stat.find(") T ") != std::string::npos;
+            }
+        }
+        ASSERT_TRUE(still);
     }
     bool companionsEnd() const {
         for (int i = 0; i < 3000; ++i) {
@@ -373,7 +390,7 @@ TEST_F(TheTelevision, KillsTheDaemonThatStandsStillAndNotThePlayerThatPlays) {
     EXPECT_FALSE(event("MM_START_PLAY").is_null());
     const std::vector<pid_t> daemon = companions("Vantor2");
     ASSERT_EQ(daemon.size(), 1U);
-    kill(daemon[0], SIGSTOP);
+    freeze(daemon[0]);
     tv_->signal(SIGINT);
     EXPECT_EQ(tv_->waitForExit(), 0) << said();
     EXPECT_NE(said().find("Vantor2 does not react and was killed"), std::string::npos) << said();
@@ -431,7 +448,7 @@ TEST_F(TheTelevision, DoesNotWaitForEverToRenameADaemonThatStandsStill) {
     start();
     const std::vector<pid_t> daemon = companions("Vantor2");
     ASSERT_EQ(daemon.size(), 1U);
-    kill(daemon[0], SIGSTOP);
+    freeze(daemon[0]);
     tv_->say("rename Bed room");
     EXPECT_TRUE(noticed("notice", "renaming, waiting: the renderer daemon has not")) << said();
     EXPECT_TRUE(noticed("problem", "Vantor2 does not react and was killed")) << said();
@@ -440,7 +457,7 @@ TEST_F(TheTelevision, DoesNotWaitForEverToRenameADaemonThatStandsStill) {
     EXPECT_NE(textAt(answer, "text").find("did not react"), std::string::npos);
     EXPECT_FALSE(line("ready", "name", "Stand-in").is_null()) << said();
     tv_->say("rename Bed room");
-    EXPECT_FALSE(line("ready", "name", "Bed room").is_null()) << "the new one listens";
+    EXPECT_FALSE(line("ready", "name", "Bed room").is_null()) << "the new one listens: " << said();
     tv_->say("quit");
     EXPECT_EQ(tv_->waitForExit(), 0) << said();
     EXPECT_TRUE(companionsEnd());
