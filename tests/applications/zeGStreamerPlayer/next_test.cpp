@@ -34,6 +34,7 @@ protected:
         facts.mimeType = "audio/flac";
         facts.durationMs = 60000;
         facts.seekable = true;
+        facts.speeds = allSpeeds();
         return facts;
     }
 
@@ -112,6 +113,16 @@ TEST_F(TheNextMedia, CanItselfBeFollowed) {
     EXPECT_EQ(last().state, kPlaying);
     EXPECT_TRUE(player_.pause());
     EXPECT_EQ(engine_.taken(), "pause") << "of the session that plays now";
+}
+
+TEST_F(TheNextMedia, BeginsAtNormalSpeedThoughAnotherWasOrderedAsTheOneBeforeEnded) {
+    playSong();
+    ASSERT_TRUE(player_.setNext(song(kNext)));
+    ASSERT_TRUE(player_.setSpeed(*Speed::fromText("2")));
+    follow();
+    engine_.taken();
+    ASSERT_TRUE(player_.setSpeed(*Speed::fromText("2")));
+    EXPECT_EQ(engine_.taken(), "speed 2");
 }
 
 TEST_F(TheNextMedia, SaysWhatItsServerSaidWhenNobodyDescribesIt) {

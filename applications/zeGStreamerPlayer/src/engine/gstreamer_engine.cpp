@@ -233,34 +233,43 @@ void GStreamerEngine::onTimer() {
     settle();
 }
 
+void GStreamerEngine::carryOut(Session session, const std::function<void(Pipeline&)>& order,
+                               const std::function<void(Pipeline::Going&)>& orderForLater) {
+    if (pipeline_ && session_ == session) {
+        order(*pipeline_);
+    } else if (next_ && next_->session == session && next_->going) {
+        orderForLater(*next_->going);
+    }
+}
+
 void GStreamerEngine::withSession(Session session, const std::function<void(Pipeline&)>& order,
                                   const std::function<void(Pipeline::Going&)>& orderForLater) {
+    queue_.post([this, session, order, orderForLater] { carryOut(session, order, orderForLater); });
+}
+
+/// An order that comes as the next media begins is one about what sounds.
+void GStreamerEngine::withSounding(Session session, const std::function<void(Pipeline&)>& order,
+                                   const std::function<void(Pipeline::Going&)>& orderForLater) {
     queue_.post([this, session, order, orderForLater] {
-        if (pipeline_ && session_ == session) {
-            order(*pipeline_);
-        } else if (next_ && next_->session == session && next_->going) {
-            orderForLater(*next_->going);
-        }
+        const bool wasBefore = session_ != 0 && before_ == session;
+        carryOut(wasBefore ? session_ : session, order, orderForLater);
     });
 }
 
 void GStreamerEngine::play(Session session) {
-    withSession(
+    withSounding(
         session, [](Pipeline& pipeline) { pipeline.play(); },
         [](Pipeline::Going& going) { going.playing = true; });
 }
 
 void GStreamerEngine::pause(Session session) {
-    // A pause that comes as the next media begins is one of what sounds.
-    queue_.post([this, session] {
-        if (session_ != 0 && before_ == session) {
-            pipeline_->pause();
-        }
-    });
-    withSession(
+    withSounding(
         session, [](Pipeline& pipeline) { pipeline.pause(); },
         [](Pipeline::Going& going) { going.playing = false; });
 }
+
+// A place, a speed, a track and a part are those of one media: an order for the one before is not
+// carried out on the next.
 
 void GStreamerEngine::seek(Session session, std::int64_t positionMs) {
     withSession(

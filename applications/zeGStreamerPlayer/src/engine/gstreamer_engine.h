@@ -76,8 +76,12 @@ private:
     void renew();
     void tell(decltype(EngineEvent::what) what);
     void onTimer();
+    void carryOut(Session session, const std::function<void(Pipeline&)>& order,
+                  const std::function<void(Pipeline::Going&)>& orderForLater);
     void withSession(Session session, const std::function<void(Pipeline&)>& order,
                      const std::function<void(Pipeline::Going&)>& orderForLater);
+    void withSounding(Session session, const std::function<void(Pipeline&)>& order,
+                      const std::function<void(Pipeline::Going&)>& orderForLater);
     static gboolean timerFired(gpointer self);
 
     const Settings settings_;

@@ -105,6 +105,7 @@ public:
 
     /// Opens a media, paused. Ends the session before it.
     virtual void open(Session session, const MediaAddress& address) = 0;
+    /// This and pause also when the next media has taken the session's place meanwhile.
     virtual void play(Session session) = 0;
     virtual void pause(Session session) = 0;
     virtual void seek(Session session, std::int64_t positionMs) = 0;

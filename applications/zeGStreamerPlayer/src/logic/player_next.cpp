@@ -79,6 +79,7 @@ void Player::on(const EngineFollowed& followed) {
     adopt(std::move(request));
     opened_ = true;
     markedA_ = false;
+    wantedSpeed_ = Speed();
     wantedPositionMs_.reset();
     wantedAudioTrack_.reset();
     if (status_.track.protocolInfo.empty()) {
