@@ -369,6 +369,29 @@ TEST_F(GaplessPlayer, CanBeMovedBackInASongThatHasFollowedAnother) {
     EXPECT_EQ(player_.last().track.uri, server_.address("/good/three.wav"));
 }
 
+TEST_F(GaplessPlayer, TellsTheLengthOfASongThatItsServerMovesThoughTheOneBeforeWasLonger) {
+    makeBoth();
+    play("/timed/one.wav", server_.address("/timed/two.wav"));
+    ASSERT_TRUE(player_.waitUntil(
+        [this] { return player_.last().track.uri == server_.address("/timed/two.wav"); }));
+    EXPECT_EQ(player_.last().track.durationSec, 2u);
+}
+
+TEST_F(GaplessPlayer, AsksTheServerForAPartOfTheSongThatHasFollowed) {
+    make("one.wav", 0, kFirst);
+    make("two.wav", kFirst, kFirst + 21 * kRate);
+    make("two.wav.from20", kRate, 2 * kRate);
+    play("/timed/one.wav", server_.address("/timed/two.wav"));
+    ASSERT_TRUE(player_.waitUntil(
+        [this] { return player_.last().track.uri == server_.address("/timed/two.wav"); }));
+    ASSERT_TRUE(player_->seek(20000));
+    ASSERT_TRUE(waitForTheEnd()) << player_.log();
+    const Samples found = test::recorded();
+    ASSERT_GT(found.size(), kRate);
+    EXPECT_EQ(difference(Samples(found.end() - kRate, found.end()), signal(kRate, 2 * kRate)), "");
+    EXPECT_EQ(player_.last().track.uri, server_.address("/timed/two.wav"));
+}
+
 TEST_F(GaplessPlayer, CanBeMovedAndPausedAtOnceWhenTheNextSongIsReadyAlready) {
     makeBoth();
     play("/good/one.wav", server_.address("/good/two.wav"));

@@ -59,6 +59,7 @@ void Pipeline::onFollowed(const NextMedia& next) {
     answersRanges_ = std::exchange(nextAnswersRanges_, false);
     copyWhole_ = false;
     contentFeatures_ = nextAnswer_ ? nextAnswer_->contentFeatures : "";
+    wholeMs_ = -1;
     opened_ = false; // what can be asked of its server is found out as of any media that opens
     known_ = facts();
     opened_ = true;
