@@ -5,6 +5,7 @@
 #include <iterator>
 #include <string>
 
+#include <gio/gio.h>
 #include <gtest/gtest.h>
 
 #include "support/colours.h"
@@ -18,13 +19,45 @@ using player::PlayerError;
 using player::PlayerState;
 using player::Speed;
 
+/// A sanitizer takes memory of its own, and keeps what was given back.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kPlainMemory = false;
+#else
+constexpr bool kPlainMemory = true;
+#endif
+
+/// How much memory this process takes at most while something happens.
+class Peak {
+public:
+    Peak() : before_(now("VmRSS:")) {
+        std::ofstream("/proc/self/clear_refs") << "5"; // the highest is the present one from now on
+    }
+
+    std::size_t bytes() const { return now("VmHWM:") - before_; }
+
+private:
+    static std::size_t now(const std::string& name) {
+        std::ifstream status("/proc/self/status");
+        std::string word;
+        std::size_t kilobytes = 0;
+        while (status >> word && word != name) {
+        }
+        status >> kilobytes;
+        return kilobytes << 10;
+    }
+
+    std::size_t before_;
+};
+
 class AMonster : public testing::Test {
 protected:
-    /// Serves `content` under a name and plays it; the error with which that ends.
-    PlayerError errorOf(const std::string& name, const std::string& content) {
+    /// Serves `content` under a name, in a manner of the server's, and plays it; the error with
+    /// which that ends.
+    PlayerError errorOf(const std::string& name, const std::string& content,
+                        const std::string& manner = "good") {
         std::ofstream(folder_.path() + "/" + name, std::ios::binary) << content;
         test::MediaServer server(folder_.path());
-        EXPECT_TRUE(player_.setMedia(server.address("/good/" + name)));
+        EXPECT_TRUE(player_.setMedia(server.address("/" + manner + "/" + name)));
         EXPECT_TRUE(player_->play(Speed()));
         EXPECT_TRUE(player_.waitUntil([this] { return player_.last().error != PlayerError::kNone; },
                                       test::seconds(60)))
@@ -89,8 +122,8 @@ TEST_F(AMonster, ThatIsAListOfItselfIsNotFollowed) {
         << static_cast<int>(error);
 }
 
-/// The test's song with this title in front of it.
-std::string songCalled(const std::string& title) {
+/// The test's song with this frame of a tag in front of it.
+std::string songWith(const char* name, const std::string& content) {
     std::ifstream file(KETRA_TEST_MEDIA "/song.mp3", std::ios::binary);
     std::string song{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     const auto sizeAt = [](const std::string& tag, std::size_t at) {
@@ -108,8 +141,7 @@ std::string songCalled(const std::string& title) {
         }
         return bytes;
     };
-    const std::string frame = "TIT2" + bigEndian(title.size() + 1, 7) + std::string(2, '\0') +
-                              std::string(1, '\3') + title; // 3: UTF-8
+    const std::string frame = name + bigEndian(content.size(), 7) + std::string(2, '\0') + content;
     return std::string("ID3\4\0\0", 6) + bigEndian(frame.size(), 7) + frame + song;
 }
 
@@ -118,13 +150,76 @@ TEST_F(AMonster, IsNotMadeByAnEndlessTitle) {
     while (title.size() < 300000) {
         title += "\xE2\x99\xAB";
     }
-    std::ofstream(folder_.path() + "/song.mp3", std::ios::binary) << songCalled(title);
+    std::ofstream(folder_.path() + "/song.mp3", std::ios::binary)
+        << songWith("TIT2", "\3" + title); // 3: UTF-8
     test::MediaServer server(folder_.path());
     ASSERT_TRUE(player_.setMedia(server.address("/good/song.mp3")));
     ASSERT_TRUE(player_->play(Speed()));
     ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying)) << player_.log();
     const std::string& shown = player_.last().track.title;
     EXPECT_EQ(shown, title.substr(0, 1 + (4096 - 1) / 3 * 3)) << shown.size();
+}
+
+/// Its tag alone is larger than most songs, its cover no cover any more.
+TEST_F(AMonster, IsNotMadeByAnEndlessCover) {
+    constexpr std::size_t kSize = 32 << 20;
+    player::Settings settings = test::RecordedPlayer::plainSettings(folder_.path());
+    settings.snapshotDir = folder_.path();
+    test::RecordedPlayer player(folder_.path(), settings);
+    const std::string cover =
+        std::string("\0image/jpeg\0\3\0\xFF\xD8\xFF", 17) + std::string(kSize, 'x');
+    std::ofstream(folder_.path() + "/song.mp3", std::ios::binary) << songWith("APIC", cover);
+    test::MediaServer server(folder_.path());
+    const Peak peak;
+    ASSERT_TRUE(player.setMedia(server.address("/good/song.mp3")));
+    ASSERT_TRUE(player->play(Speed()));
+    ASSERT_TRUE(player.waitForState(PlayerState::kPlaying)) << player.log();
+    EXPECT_EQ(player.last().albumArtUri, "");
+    if (kPlainMemory) {
+        EXPECT_LT(peak.bytes(), 4 * kSize);
+    }
+}
+
+/// Pictures of one pixel on a large screen: each of them shown whole would be 36 megabytes.
+TEST_F(AMonster, OfManyPicturesIsShownOneByOne) {
+    constexpr std::size_t kPictures = 20000;
+    std::string gif("GIF89a\xB8\x0B\xB8\x0B\x80\0\0\0\xFF\0\0\xFF\0", 19);
+    for (std::size_t index = 0; index < kPictures; ++index) {
+        gif += std::string("\x21\xF9\4\4\2\0\0\0\x2C\0\0\0\0\1\0\1\0\0\2\2\x44\1\0", 23);
+    }
+    gif += ";";
+    std::ofstream(folder_.path() + "/many.gif", std::ios::binary) << gif;
+    test::MediaServer server(folder_.path());
+    const Peak peak;
+    ASSERT_TRUE(player_.setMedia(server.address("/good/many.gif")));
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(player_.waitForState(PlayerState::kFinished)) << player_.log();
+    if (kPlainMemory) {
+        EXPECT_LT(peak.bytes(), std::size_t{256} << 20);
+    }
+}
+
+std::string packed(const std::string& content) {
+    std::string result(content.size() + 1000, '\0');
+    GZlibCompressor* const packer = g_zlib_compressor_new(G_ZLIB_COMPRESSOR_FORMAT_GZIP, -1);
+    gsize read = 0;
+    gsize written = 0;
+    EXPECT_EQ(g_converter_convert(G_CONVERTER(packer), content.data(), content.size(),
+                                  result.data(), result.size(), G_CONVERTER_INPUT_AT_END, &read,
+                                  &written, nullptr),
+              G_CONVERTER_FINISHED);
+    g_object_unref(packer);
+    result.resize(written);
+    return result;
+}
+
+/// Nobody asked for that; what would unfold without end never does.
+TEST_F(AMonster, ThatItsServerPackedIsNotUnpacked) {
+    std::ifstream file(KETRA_TEST_MEDIA "/photo.png", std::ios::binary);
+    const std::string photo{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    const PlayerError error = errorOf("photo.png", packed(photo), "packed");
+    EXPECT_TRUE(error == PlayerError::kUnknownFormat || error == PlayerError::kNoDecoder)
+        << static_cast<int>(error);
 }
 
 TEST_F(AMonster, OfAnEmptyFileIsNoMedia) {

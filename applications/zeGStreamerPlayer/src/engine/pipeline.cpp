@@ -501,6 +501,12 @@ void Pipeline::handleHeaders(const GstStructure& structure) {
         ledAstray_ = scheme && !isSupportedAddress(location);
         return;
     }
+    const std::string encoding = header(headers, "Content-Encoding");
+    if (!encoding.empty() && encoding != "identity" && !succession_.underWay()) {
+        // The library would unpack it, without end if need be, into a copy of another size.
+        fail(PlayerError::kUnknownFormat, "the server packed the media: " + encoding);
+        return;
+    }
     const EngineAnswered answer{header(headers, "Content-Type"),
                                 header(headers, "contentFeatures.dlna.org"),
                                 header(headers, "CaptionInfo.sec")};

@@ -203,6 +203,9 @@ void MediaServer::answerWithFile(SoupServerMessage* message, const std::string& 
     if (manner == "dlna") {
         soup_message_headers_append(headers, "ContentFeatures.DLNA.org", kFeatures);
     }
+    if (manner == "packed") {
+        soup_message_headers_append(headers, "Content-Encoding", "gzip");
+    }
     const char* const asked = soup_message_headers_get_one(
         soup_server_message_get_request_headers(message), "getCaptionInfo.sec");
     if (manner == "captioned" && asked != nullptr && std::string(asked) == "1") {
