@@ -109,6 +109,14 @@ protected:
         make("two." + ending, kFirst, kFirst + kSecond, encoder);
     }
 
+    /// The first of both, of which two seconds are left: as long as an order may be on its way.
+    void playUntilTheNextIsRead() {
+        play("/good/one.wav", server_.address("/good/two.wav"));
+        ASSERT_TRUE(player_.waitUntil([this] {
+            return server_.wasAsked("/good/two.wav") && test::recordedCount() > kFirst - 2 * kRate;
+        }));
+    }
+
     /// Three songs, the second of which is long enough to be told of the third before it has been
     /// read to its end; the second one plays, and the third is to follow.
     void playSecondOfThree() {
@@ -311,8 +319,7 @@ TEST_F(GaplessPlayer, OpensWhatCannotFollowOnlyOnce) {
 
 TEST_F(GaplessPlayer, PlaysNothingThatWasTakenBackLate) {
     makeBoth();
-    play("/good/one.wav", server_.address("/good/two.wav"));
-    ASSERT_TRUE(player_.waitUntil([] { return test::recordedCount() > kFirst - kRate / 2; }));
+    ASSERT_NO_FATAL_FAILURE(playUntilTheNextIsRead());
     ASSERT_TRUE(player_->setNext(std::nullopt));
     ASSERT_TRUE(waitForTheEnd()) << player_.log();
     EXPECT_EQ(difference(test::recorded(), signal(0, kFirst)), "");
@@ -321,8 +328,7 @@ TEST_F(GaplessPlayer, PlaysNothingThatWasTakenBackLate) {
 
 TEST_F(GaplessPlayer, PlaysNothingOfWhatWasReplacedLate) {
     makeBoth();
-    play("/good/one.wav", server_.address("/good/two.wav"));
-    ASSERT_TRUE(player_.waitUntil([] { return test::recordedCount() > kFirst - kRate / 2; }));
+    ASSERT_NO_FATAL_FAILURE(playUntilTheNextIsRead());
     ASSERT_TRUE(player_->setNext(request(server_.address("/good/one.wav"))));
     ASSERT_TRUE(waitForTheEnd()) << player_.log();
     EXPECT_EQ(difference(test::recorded(), signal(0, kFirst)), "");
