@@ -1,5 +1,6 @@
 // What the viewer's adjustments do to the pixels of the screen, which is 640 by 360 here.
 
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -228,5 +229,33 @@ TEST_P(APausedFilm, IsZoomed) {
 
 INSTANTIATE_TEST_SUITE_P(ThatStandsStill, APausedFilm, testing::Values("/good/corners.mp4"),
                          [](const auto& one) { return test::caseName(one.param); });
+
+/// A PNG of three pixels: white that is not there, white that is half there, and green.
+constexpr char kGlass[] =
+    "89504e470d0a1a0a0000000d49484452000000030000000108060000001be014b400000012494441"
+    "5478da63f8ffff3f031037300029003c5308794652c1370000000049454e44ae426082";
+
+TEST(AGlassPhoto, IsShownOverBlack) {
+    const test::TemporaryFolder folder;
+    std::ofstream file(folder.path() + "/glass.png", std::ios::binary);
+    const std::string digits(kGlass);
+    for (std::size_t at = 0; at < digits.size(); at += 2) {
+        file.put(static_cast<char>(std::stoi(digits.substr(at, 2), nullptr, 16)));
+    }
+    file.close();
+    const test::MediaServer server(folder.path());
+    test::RecordedPlayer player(folder.path());
+    ASSERT_TRUE(player.setMedia(server.address("/good/glass.png")));
+    ASSERT_TRUE(player->play(Speed()));
+    ASSERT_TRUE(player.waitForState(PlayerState::kFinished)) << player.log();
+    const test::Picture screen = player.screen();
+    ASSERT_EQ(screen.width, test::kScreenWidth);
+    const int middle = screen.height / 2;
+    EXPECT_EQ(test::colourOf(screen.at(20, middle)), 'k');
+    EXPECT_EQ(test::colourOf(screen.at(620, middle)), 'g');
+    for (const int part : {screen.middle().red, screen.middle().green, screen.middle().blue}) {
+        EXPECT_NEAR(part, 128, 20);
+    }
+}
 
 } // namespace

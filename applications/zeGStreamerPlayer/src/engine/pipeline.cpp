@@ -12,6 +12,7 @@
 #include "engine/facts_reader.h"
 #include "engine/gstreamer_errors.h"
 #include "engine/image_type.h"
+#include "engine/over_black.h"
 #include "engine/sinks.h"
 #include "engine/transport_stream.h"
 #include "logic/play_request.h"
@@ -76,6 +77,7 @@ GstElement* makeUpright() {
         g_object_set(flip, "video-direction", GST_VIDEO_ORIENTATION_AUTO, nullptr);
         // It copies every picture until it has heard of a direction for the first time.
         gst_base_transform_set_passthrough(GST_BASE_TRANSFORM(flip), TRUE);
+        showOverBlack(flip);
     }
     return flip;
 }
