@@ -87,6 +87,16 @@ Canvas turned(Canvas from, int quarterTurns) {
     return to;
 }
 
+/// Pictures may lie in memory as their decoder likes it; otherwise it would copy each.
+GstPadProbeReturn answerAllocation(GstPad*, GstPadProbeInfo* info, gpointer) {
+    GstQuery* const query = GST_PAD_PROBE_INFO_QUERY(info);
+    if (GST_QUERY_TYPE(query) != GST_QUERY_ALLOCATION) {
+        return GST_PAD_PROBE_OK;
+    }
+    gst_query_add_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr);
+    return GST_PAD_PROBE_HANDLED;
+}
+
 } // namespace
 
 Screen::Screen(const Settings& settings) : settings_(settings), fullScreen_(settings.fullScreen) {
@@ -113,6 +123,9 @@ GstElement* Screen::sinkForNewMedia() {
     const GstOwner<GstCaps> raw(gst_caps_new_empty_simple("video/x-raw"));
     g_object_set(sink, "caps", raw.get(), "sync", TRUE, "qos", TRUE, "max-buffers", 1, "drop", TRUE,
                  "enable-last-sample", FALSE, nullptr);
+    const GstOwner<GstPad> pad(gst_element_get_static_pad(sink, "sink"));
+    gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM, answerAllocation, nullptr,
+                      nullptr);
     g_object_set_data(G_OBJECT(sink), kMedia, GUINT_TO_POINTER(media_));
     GstAppSinkCallbacks callbacks{};
     callbacks.new_preroll = &Screen::onPreroll;
