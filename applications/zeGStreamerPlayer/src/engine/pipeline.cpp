@@ -6,13 +6,13 @@
 #include <utility>
 
 #include <gst/audio/streamvolume.h>
-#include <gst/base/gstbasetransform.h>
 #include <gst/video/video.h>
 
 #include "engine/facts_reader.h"
 #include "engine/gstreamer_errors.h"
 #include "engine/image_type.h"
 #include "engine/over_black.h"
+#include "engine/picture_chain.h"
 #include "engine/sinks.h"
 #include "engine/transport_stream.h"
 #include "logic/play_request.h"
@@ -70,18 +70,6 @@ void steady(MediaFacts& facts, const MediaFacts& told) {
     }
 }
 
-/// Turns photos and films the way in which the camera says that it was held.
-GstElement* makeUpright() {
-    GstElement* const flip = gst_element_factory_make("videoflip", "upright");
-    if (flip != nullptr) {
-        g_object_set(flip, "video-direction", GST_VIDEO_ORIENTATION_AUTO, nullptr);
-        // It copies every picture until it has heard of a direction for the first time.
-        gst_base_transform_set_passthrough(GST_BASE_TRANSFORM(flip), TRUE);
-        showOverBlack(flip);
-    }
-    return flip;
-}
-
 } // namespace
 
 Pipeline::Pipeline(const Settings& settings, const MediaAddress& address,
@@ -109,11 +97,15 @@ Pipeline::Pipeline(const Settings& settings, const MediaAddress& address,
     saidPlaying_ = going && going->toldPlaying;
     GstElement* const audioSink = makeAudioSink(settings);
     succession_.watchDevice(audioSink);
+    GstElement* const pictureSink = screen.sinkForNewMedia();
+    if (pictureSink != nullptr) {
+        showOverBlack(pictureSink);
+    }
+    shortenPictureChain(playbin_.get(), !address.subtitleUri.empty());
     unsigned flags = 0;
     g_object_get(playbin_.get(), "flags", &flags, nullptr);
     g_object_set(playbin_.get(), "uri", address.uri.c_str(), "flags", flags | kPlayFlagDownload,
-                 "video-sink", screen.sinkForNewMedia(), "video-filter", makeUpright(),
-                 "audio-sink", audioSink, nullptr);
+                 "video-sink", pictureSink, "audio-sink", audioSink, nullptr);
     if (!address.subtitleUri.empty()) {
         g_object_set(playbin_.get(), "suburi", address.subtitleUri.c_str(), nullptr);
     }

@@ -8,6 +8,7 @@
 #include <gio/gio.h>
 
 #include "engine/image_type.h"
+#include "engine/picture_chain.h"
 #include "engine/pipeline.h"
 #include "engine/transport_stream.h"
 #include "process/log.h"
@@ -200,6 +201,7 @@ void Pipeline::onElementSetup(GstElement*, GstElement* element, gpointer self) {
         return; // what it says is not said about the media
     }
     pipeline->succession_.onElement(element);
+    watchPictureNeeds(pipeline->playbin_.get(), element);
     if (factory == "typefind") {
         g_signal_connect(element, "have-type", G_CALLBACK(&Pipeline::onHaveType), self);
     } else if (factory == "downloadbuffer") {
