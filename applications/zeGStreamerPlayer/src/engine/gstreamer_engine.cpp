@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "engine/gif_decoder.h"
+#include "engine/large_blocks.h"
 #include "engine/sink_formats.h"
 #include "process/log.h"
 
@@ -78,6 +79,7 @@ void GStreamerEngine::run() {
         setRank(element, rank);
     }
     registerGifDecoder();
+    provideLargeBlocks();
     logDebug("GStreamer is ready");
     screen_ = std::make_unique<Screen>(settings_);
     writer_ = std::make_unique<PictureWriter>();
@@ -190,10 +192,12 @@ void GStreamerEngine::settle() {
         timer_ = g_timeout_source_new(kTimerMs);
         g_source_set_callback(timer_, &GStreamerEngine::timerFired, this, nullptr);
         g_source_attach(timer_, context_);
-    } else if (!pipeline_ && timer_ != nullptr) {
+        keepLargeBlocks(true);
+    } else if (!pipeline_ && keptBytes() == 0 && timer_ != nullptr) {
         g_source_destroy(timer_);
         g_source_unref(timer_);
         timer_ = nullptr;
+        keepLargeBlocks(false); // nobody would give them back
     }
     if (!pipeline_ && quitting_) {
         g_main_loop_quit(loop_);
@@ -230,6 +234,7 @@ void GStreamerEngine::onTimer() {
     if (pipeline_) {
         pipeline_->onTimer();
     }
+    giveBackLargeBlocks();
     settle();
 }
 

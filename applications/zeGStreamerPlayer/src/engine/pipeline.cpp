@@ -146,6 +146,19 @@ Pipeline::~Pipeline() {
     gst_bus_set_sync_handler(bus_.get(), nullptr, nullptr, nullptr);
     g_source_destroy(busWatch_);
     g_source_unref(busWatch_);
+    letGo();
+}
+
+/// The playbin forgets one reference to the element that sets its volume: four kilobytes a media.
+void Pipeline::letGo() {
+    playbin_.reset();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (const GstOwner<GstElement>& volume : volumes_) {
+        constexpr int kOursAndTheForgotten = 2;
+        if (GST_OBJECT_REFCOUNT_VALUE(volume.get()) == kOursAndTheForgotten) {
+            gst_object_unref(volume.get());
+        }
+    }
 }
 
 // Orders.

@@ -169,6 +169,7 @@ private:
     bool followsPart() const;
     void followPart();
     void setUpDownload(GstElement* element);
+    void letGo();
     bool keepsCopy() const;
 
     const Settings& settings_;
@@ -244,12 +245,13 @@ private:
     std::atomic<std::uint64_t> bytesArrived_{0};
     std::atomic<bool> unhurried_{true}; ///< until the media is open, see onData
     mutable std::mutex mutex_;
-    std::string capsName_;             // guarded by mutex_
-    std::string timeSeekHeader_;       ///< what is asked; guarded by mutex_
-    std::string playSpeedHeader_;      // guarded by mutex_
-    GstOwner<GstElement> copy_;        ///< of what arrived; guarded by mutex_
-    std::vector<std::uint8_t> header_; // the media's first bytes; guarded by mutex_
-    bool imageTooLarge_ = false;       // guarded by mutex_
+    std::string capsName_;                      // guarded by mutex_
+    std::string timeSeekHeader_;                ///< what is asked; guarded by mutex_
+    std::string playSpeedHeader_;               // guarded by mutex_
+    GstOwner<GstElement> copy_;                 ///< of what arrived; guarded by mutex_
+    std::vector<std::uint8_t> header_;          // the media's first bytes; guarded by mutex_
+    bool imageTooLarge_ = false;                // guarded by mutex_
+    std::vector<GstOwner<GstElement>> volumes_; // guarded by mutex_
 };
 
 } // namespace player

@@ -206,6 +206,9 @@ void Pipeline::onElementSetup(GstElement*, GstElement* element, gpointer self) {
         g_signal_connect(element, "have-type", G_CALLBACK(&Pipeline::onHaveType), self);
     } else if (factory == "downloadbuffer") {
         pipeline->setUpDownload(element);
+    } else if (factory == "volume") {
+        const std::lock_guard<std::mutex> lock(pipeline->mutex_);
+        pipeline->volumes_.emplace_back(GST_ELEMENT(gst_object_ref(element)));
     }
 }
 
