@@ -232,7 +232,7 @@ void Pipeline::takeNextStep() {
         }
     }
     const bool moves = (wantPlaying_ && !leaps_) || animated_;
-    const GstState target = moves && buffered_ >= 100 ? GST_STATE_PLAYING : GST_STATE_PAUSED;
+    const GstState target = moves && !starves() ? GST_STATE_PLAYING : GST_STATE_PAUSED;
     if (state_ != target) {
         changeState(target);
         return;
@@ -260,6 +260,12 @@ void Pipeline::takeNextStep() {
             report_(EngineEnded{endMs()});
         }
     }
+}
+
+/// Whether it has to wait for data. A buffer is empty for a moment after every seek, and a pause in
+/// that moment would have GStreamer forget that its time begins anew there.
+bool Pipeline::starves() const {
+    return buffered_ < 100 && (state_ != GST_STATE_PLAYING || Clock::now() - emptySince_ > kBreath);
 }
 
 void Pipeline::changeState(GstState target) {
@@ -356,6 +362,9 @@ void Pipeline::onTimer() {
         return;
     }
     followBuffer();
+    if (starves() && state_ == GST_STATE_PLAYING) {
+        wish();
+    }
     followPart();
     followCopy();
     permitNext();
@@ -429,6 +438,9 @@ void Pipeline::handle(GstMessage* message) {
     case GST_MESSAGE_BUFFERING:
         if (succession_.underWay()) {
             break; // the present media is complete
+        }
+        if (buffered_ >= 100) {
+            emptySince_ = Clock::now();
         }
         gst_message_parse_buffering(message, &buffered_);
         if (!leaps_) {

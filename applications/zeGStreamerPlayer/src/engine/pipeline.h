@@ -35,6 +35,9 @@ public:
     /// A step that takes longer than this will never end, though data arrive all the time.
     static constexpr std::chrono::minutes kSlowStepLimit{5};
 
+    /// A buffer that is empty for less is none that runs dry.
+    static constexpr std::chrono::milliseconds kBreath{200};
+
     /// Where and how a media goes on in another pipeline.
     struct Going {
         std::int64_t positionMs = 0;
@@ -171,6 +174,7 @@ private:
     void setUpDownload(GstElement* element);
     void letGo();
     bool keepsCopy() const;
+    bool starves() const;
 
     const Settings& settings_;
     const MediaAddress address_; ///< of the first media
@@ -201,6 +205,7 @@ private:
     bool ledAstray_ = false; ///< redirected to an address that is not opened
     bool factsStale_ = false;
     int buffered_ = 100;
+    Clock::time_point emptySince_; ///< when that is less
     MediaFacts known_;
     GstOwner<GstTagList> tags_; ///< of the whole
     std::unique_ptr<Cover> cover_;
