@@ -193,7 +193,7 @@ void GStreamerEngine::settle() {
         g_source_set_callback(timer_, &GStreamerEngine::timerFired, this, nullptr);
         g_source_attach(timer_, context_);
         keepLargeBlocks(true);
-    } else if (!pipeline_ && keptBytes() == 0 && timer_ != nullptr) {
+    } else if (!pipeline_ && (keptBytes() == 0 || quitting_) && timer_ != nullptr) {
         g_source_destroy(timer_);
         g_source_unref(timer_);
         timer_ = nullptr;

@@ -34,6 +34,7 @@ public:
                 kept_.erase(std::next(found).base());
                 return data;
             }
+            makeRoom(size);
         }
         return std::aligned_alloc(kPage, size);
     }
@@ -61,11 +62,7 @@ public:
         const auto young =
             std::find_if(kept_.begin(), kept_.end(),
                          [now, unwanted](const Kept& one) { return now - one.since < unwanted; });
-        std::for_each(kept_.begin(), young, [this](const Kept& one) {
-            bytes_ -= one.size;
-            std::free(one.data);
-        });
-        kept_.erase(kept_.begin(), young);
+        free(young);
     }
 
     std::size_t bytes() {
@@ -79,6 +76,23 @@ private:
         std::size_t size;
         Clock::time_point since;
     };
+
+    /// What is wanted has changed: no more is held than there was. Under the mutex.
+    void makeRoom(std::size_t size) {
+        auto end = kept_.begin();
+        for (std::size_t room = 0; room < size && end != kept_.end(); ++end) {
+            room += end->size;
+        }
+        free(end);
+    }
+
+    void free(std::vector<Kept>::iterator end) {
+        std::for_each(kept_.begin(), end, [this](const Kept& one) {
+            bytes_ -= one.size;
+            std::free(one.data);
+        });
+        kept_.erase(kept_.begin(), end);
+    }
 
     std::mutex mutex_;
     std::vector<Kept> kept_; ///< in the order in which they came
