@@ -23,8 +23,6 @@ constexpr std::size_t kPiece = 100;
 constexpr std::size_t kBefore = 50;
 // All pieces together: as long as a playlist may be, and as many items.
 constexpr std::size_t kLongestDidl = 1024 * 1024;
-// What was told by then is played. The viewer has been waiting since the server was looked for.
-constexpr std::chrono::seconds kLongestBrowse{10};
 
 std::string textOf(const xmlNode* parent, std::string_view name) {
     for (xmlNode* node = firstElement(parent); node != nullptr; node = elementFrom(node->next)) {
@@ -47,6 +45,13 @@ template <class Fits> xmlNode* findInside(const xmlNode* node, const Fits& fits)
         }
     }
     return nullptr;
+}
+
+bool hasItem(const std::string& didl) {
+    const XmlDocument document = parseStrictXml(didl);
+    return document && findInside(xmlDocGetRootElement(document.get()), [](const xmlNode* node) {
+                           return nodeName(node) == "item";
+                       }) != nullptr;
 }
 
 bool isOnSameHost(const std::string& left, const std::string& right) {
@@ -77,8 +82,8 @@ std::string browseBody(const ContainerAddress& address, const std::string& servi
 
 } // namespace
 
-ContainerBrowser::ContainerBrowser(OwnAddresses ownAddresses)
-    : search_(std::move(ownAddresses)), limit_([this] {
+ContainerBrowser::ContainerBrowser(OwnAddresses ownAddresses, std::chrono::milliseconds longest)
+    : search_(std::move(ownAddresses)), longest_(longest), limit_([this] {
           transfer_.giveUp();
           finish();
       }) {}
@@ -101,6 +106,7 @@ void ContainerBrowser::giveUp() {
     transfer_.giveUp();
     limit_.stop();
     pieces_.clear();
+    leftOut_.clear();
     skipped_ = 0;
     next_ = 0;
     done_ = nullptr;
@@ -117,7 +123,7 @@ void ContainerBrowser::describe(const std::string& location) {
                             return;
                         }
                         service_ = *service;
-                        limit_.start(kLongestBrowse);
+                        limit_.start(longest_);
                         ask();
                     });
 }
@@ -174,13 +180,26 @@ bool ContainerBrowser::skipToNamed(std::size_t total, bool full) {
     if (skipped_ != 0 || named <= kBefore || !isThere || reachable) {
         return false;
     }
-    pieces_.clear();
+    leftOut_ = std::exchange(pieces_, {});
     skipped_ = next_ = named - kBefore;
     return true;
 }
 
+// Servers that do not know how much they have are asked beyond their end, and some refuse what
+// stands far behind.
+void ContainerBrowser::takeBackLeftOut() {
+    const bool skippedInVain =
+        skipped_ != 0 && std::none_of(pieces_.begin(), pieces_.end(), hasItem);
+    if (skippedInVain) {
+        pieces_ = std::move(leftOut_);
+        skipped_ = 0;
+    }
+    leftOut_.clear();
+}
+
 void ContainerBrowser::finish() {
     limit_.stop();
+    takeBackLeftOut();
     const Done done = std::exchange(done_, nullptr);
     const std::vector<std::string> pieces = std::exchange(pieces_, {});
     if (done) {

@@ -4,6 +4,7 @@
 // Main thread.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -24,12 +25,16 @@ struct FoundService {
 
 class ContainerBrowser {
 public:
-    explicit ContainerBrowser(OwnAddresses ownAddresses);
+    /// `longest` after the first question what was told by then is the answer: the viewer has been
+    /// waiting since the server was looked for.
+    explicit ContainerBrowser(OwnAddresses ownAddresses,
+                              std::chrono::milliseconds longest = std::chrono::seconds(10));
 
     /// The container's items as one DIDL-Lite document, at most kMostItems children of it, asked
     /// for piece by piece; what was told when a later piece does not come. Nothing when the first
     /// one does not. They are those from the first child on, or from a little before the one that
-    /// the address names when that would not be among them. Gives up an earlier one.
+    /// the address names when that would not be among them and the server tells items there. Gives
+    /// up an earlier one.
     using Done = PlaylistPort::Fetched;
     void browse(const ContainerAddress& address, Done done);
     void giveUp();
@@ -39,16 +44,19 @@ private:
     void ask();
     void answered(const std::optional<std::string>& answer);
     bool skipToNamed(std::size_t total, bool full);
+    void takeBackLeftOut();
     void finish();
 
     ServerSearch search_;
+    std::chrono::milliseconds longest_;
     HttpTransfer transfer_;
     ContainerAddress address_;
     Done done_;
     FoundService service_;
     std::vector<std::string> pieces_;
-    std::size_t skipped_ = 0; // children before the first of the pieces
-    std::size_t next_ = 0;    // index of the first child that was not told yet
+    std::vector<std::string> leftOut_; // told before the children up to the named one were skipped
+    std::size_t skipped_ = 0;          // children before the first of the pieces
+    std::size_t next_ = 0;             // index of the first child that was not told yet
     Timer limit_;
 };
 

@@ -123,6 +123,9 @@ std::string ownAddress() {
     return "dlna-playcontainer://uuid%3Aof-test-" + std::to_string(getpid());
 }
 
+/// What a server does when it is asked for children that it does not tell.
+enum class Refusal { kHangUp, kError, kSilence };
+
 /// Answers searches and requests on 127.0.0.1, each request on a connection of its own.
 class MediaServer {
 public:
@@ -190,6 +193,7 @@ public:
     bool tellsTotal = true;
     bool alwaysFromTheStart = false;
     std::size_t silentFrom = 99999; ///< the first child that it is never heard to tell
+    Refusal refusal = Refusal::kHangUp;
 
 private:
     void answerSearches() {
@@ -220,15 +224,20 @@ private:
         } else {
             return; // not whole yet
         }
-        if (body.empty()) {
+        if (!body.empty()) {
+            answer(fd, "200 OK", body);
+        } else if (refusal == Refusal::kError) {
+            answer(fd, "500 Internal Server Error", "<Envelope><Body><Fault/></Body></Envelope>");
+        } else if (refusal == Refusal::kHangUp) {
             shutdown(fd, SHUT_RDWR);
-            return;
         }
-        const std::string answer =
-            "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(body.size()) +
-            "\r\nConnection: close\r\n\r\n" + body;
-        EXPECT_EQ(send(fd, answer.data(), answer.size(), MSG_NOSIGNAL),
-                  static_cast<ssize_t>(answer.size()));
+    }
+    static void answer(int fd, const std::string& status, const std::string& body) {
+        const std::string whole = "HTTP/1.1 " + status +
+                                  "\r\nContent-Length: " + std::to_string(body.size()) +
+                                  "\r\nConnection: close\r\n\r\n" + body;
+        EXPECT_EQ(send(fd, whole.data(), whole.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(whole.size()));
         shutdown(fd, SHUT_WR);
     }
     std::size_t numberIn(const std::string& argument) const {
@@ -262,12 +271,16 @@ private:
 
 class AContainer : public testing::Test {
 protected:
+    void arrived(const std::optional<FetchedPlaylist>& playlist) {
+        ++answers;
+        received = playlist ? std::optional<std::string>(playlist->text) : std::nullopt;
+        skipped = playlist ? playlist->skipped : 0;
+    }
     void fetch(const std::string& uri) {
-        fetcher.fetch(uri, [this](const std::optional<FetchedPlaylist>& playlist) {
-            ++answers;
-            received = playlist ? std::optional<std::string>(playlist->text) : std::nullopt;
-            skipped = playlist ? playlist->skipped : 0;
-        });
+        fetcher.fetch(uri, [this](const auto& playlist) { arrived(playlist); });
+        waitForAnswer();
+    }
+    void waitForAnswer() {
         ASSERT_TRUE(runUntil(
             [&] {
                 server.serve();
@@ -283,15 +296,19 @@ protected:
     std::string firstId(const std::string& query) {
         answers = 0;
         fetch(kContainer + query);
+        return firstIdReceived(query);
+    }
+    std::string firstIdReceived(const std::string& query) const {
         const auto tracks =
             received ? readPlaylist(*received, "dlna-playcontainer://", "") : std::vector<Track>();
         return tracks.empty() ? "" : tracks[firstTrackOf(tracks, kContainer + query, skipped)].id;
     }
     const std::string kContainer = ownAddress() + "?cid=1";
     MediaServer server;
-    PlaylistFetcher fetcher{[] {
+    const OwnAddresses kLoopback = [] {
         return std::vector<std::string>{"127.0.0.1", "::1"};
-    }};
+    };
+    PlaylistFetcher fetcher{kLoopback};
     int answers = 0;
     std::optional<std::string> received;
     std::size_t skipped = 0;
@@ -367,6 +384,44 @@ TEST_F(AContainer, BeginsWithTheNamedItemAlsoWhenTheServerTellsOneAtATime) {
 TEST_F(AContainer, BeginsWithItsLastItemWhenItHasFewerThanItsAddressSays) {
     server.children = 25;
     EXPECT_EQ(firstId("&fii=5000"), "31");
+}
+
+TEST_F(AContainer, IsPlayedAsFarAsItWasToldWhenNothingIsThatFarBehind) {
+    server.children = 25;
+    server.tellsTotal = false;
+    EXPECT_EQ(firstId("&fii=5000"), "16");
+    EXPECT_EQ(firstId("&fii=5000&fid=9"), "9");
+    EXPECT_EQ(skipped, 0u);
+}
+
+TEST_F(AContainer, IsPlayedAsFarAsItWasToldWhenTheServerRefusesToTellWhatIsFarBehind) {
+    server.children = 5000;
+    server.silentFrom = 1000;
+    for (const Refusal refusal : {Refusal::kError, Refusal::kHangUp}) {
+        server.refusal = refusal;
+        EXPECT_EQ(firstId("&fii=1500"), "16");
+        EXPECT_EQ(skipped, 0u);
+    }
+}
+
+TEST_F(AContainer, IsPlayedAsFarAsItWasToldWhenTheTimeEndsBeforeWhatIsFarBehind) {
+    server.children = 5000;
+    server.silentFrom = 1000;
+    server.refusal = Refusal::kSilence;
+    ContainerBrowser browser(kLoopback, std::chrono::seconds(2));
+    browser.browse(*readContainerAddress(kContainer + "&fii=1500"),
+                   [this](const auto& playlist) { arrived(playlist); });
+    waitForAnswer();
+    EXPECT_EQ(server.questions, 2u);
+    EXPECT_EQ(firstIdReceived("&fii=1500"), "16");
+    EXPECT_EQ(skipped, 0u);
+}
+
+TEST_F(AContainer, IsPlayedFromFarBehindAsFarAsTheServerToldIt) {
+    server.children = 5000;
+    server.silentFrom = 1480;
+    EXPECT_EQ(firstId("&fii=1500"), "1486");
+    EXPECT_EQ(skipped, 1450u);
 }
 
 TEST_F(AContainer, IsPlayedAsFarAsTheServerToldIt) {
