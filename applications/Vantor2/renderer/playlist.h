@@ -19,8 +19,8 @@ std::vector<Track> readPlaylist(const std::string& text, const std::string& base
                                 const std::string& formats);
 
 /// The track with which a container's playback begins: the one that its address names, else the one
-/// with the index that it names, else the first. `skipped` tracks stand before those that are
-/// there.
+/// with the index that it names, else the first. `skipped` children of the container, which
+/// are what that index counts, stand before those that are there.
 std::size_t firstTrackOf(const std::vector<Track>& tracks, const std::string& uri,
                          std::size_t skipped = 0);
 
