@@ -51,8 +51,10 @@ TEST_P(AProgram, TellsItsVersion) {
 }
 
 TEST_P(AProgram, RefusesAnOptionThatItDoesNotKnow) {
-    for (const std::string option : {"--nonsense", "--nonsense=1"}) {
-        const auto [output, error] = said({option}, 2);
+    const std::vector<std::vector<std::string>> wrong{
+        {"--nonsense"}, {"--nonsense=1"}, {"--nonsense", "--help"}};
+    for (const auto& arguments : wrong) {
+        const auto [output, error] = said(arguments, 2);
         EXPECT_EQ(output, "");
         EXPECT_NE(error.find("--nonsense"), std::string::npos) << error;
         EXPECT_NE(error.find("--help"), std::string::npos) << error;
