@@ -272,6 +272,8 @@ TEST(AFormat, TellsWhetherItsPicturesMayConsistOfHalves) {
     EXPECT_FALSE(may("video/x-h265"));
     EXPECT_TRUE(may("video/x-h265, interlace-mode=(string)alternate"));
     EXPECT_FALSE(may("image/jpeg"));
+    EXPECT_FALSE(may("image/jpeg, framerate=(fraction)1/1"));
+    EXPECT_TRUE(may("image/jpeg, framerate=(fraction)25/1"));
     EXPECT_TRUE(may("EMPTY"));
 }
 

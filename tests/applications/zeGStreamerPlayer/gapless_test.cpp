@@ -297,7 +297,7 @@ TEST_F(GaplessPlayer, IsPlayedToItsEndByADeviceThatIsLate) {
     makeBoth();
     play("/good/one.wav", server_.address("/text/song.wav"));
     ASSERT_TRUE(player_.waitUntil([] { return test::recordedCount() > kFirst - kRate / 2; }));
-    test::holdRecorder(seconds(1));
+    test::holdRecorder(milliseconds(700));
     ASSERT_TRUE(waitForTheEnd()) << player_.log();
     EXPECT_EQ(difference(test::recorded(), signal(0, kFirst)), "");
 }

@@ -21,6 +21,7 @@ protected:
     ALargeBlock() {
         gst_init(nullptr, nullptr);
         player::provideLargeBlocks();
+        player::giveBackLargeBlocks(std::chrono::milliseconds(0));
         player::keepLargeBlocks(true);
     }
     ~ALargeBlock() override {

@@ -222,6 +222,24 @@ TEST_F(AMonster, ThatItsServerPackedIsNotUnpacked) {
         << static_cast<int>(error);
 }
 
+TEST_F(AMonster, ThatItsServerPackedDoesNotFollowASong) {
+    std::ifstream file(KETRA_TEST_MEDIA "/song.wav", std::ios::binary);
+    const std::string song{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::ofstream(folder_.path() + "/song.wav", std::ios::binary) << song;
+    std::ofstream(folder_.path() + "/packed.wav", std::ios::binary) << packed(song);
+    test::MediaServer server(folder_.path());
+    ASSERT_TRUE(player_.setMedia(server.address("/good/song.wav")));
+    ASSERT_TRUE(player_->play(Speed()));
+    std::string complaints;
+    ASSERT_TRUE(player_->setNext(
+        player::makePlayRequest(server.address("/packed/packed.wav"), "", "", "", &complaints)));
+    ASSERT_TRUE(player_.waitUntil([this] {
+        return player_.last().state == PlayerState::kFinished && player_.last().trackCount == 1;
+    })) << player_.log();
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING FINISHED");
+    EXPECT_EQ(player_.last().track.uri, server.address("/good/song.wav"));
+}
+
 TEST_F(AMonster, OfAnEmptyFileIsNoMedia) {
     EXPECT_EQ(errorOf("empty.bin", " "), PlayerError::kUnknownFormat) << player_.log();
 }

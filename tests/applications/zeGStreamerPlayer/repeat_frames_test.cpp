@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -79,21 +80,45 @@ protected:
         ASSERT_TRUE(waitForFrame(number - 5, number + 20));
     }
 
-    /// Complete rounds, so many of them at least.
-    std::vector<std::vector<int>> watchRounds(std::size_t count) {
-        std::vector<std::vector<int>> rounds;
+    using Rounds = std::vector<std::vector<int>>;
+
+    /// Complete rounds, as many as it takes.
+    Rounds watchRounds(const std::function<bool(const Rounds&)>& enough) {
+        Rounds rounds;
         test::watchAnew();
         EXPECT_TRUE(player_.waitUntil(
             [&] {
                 rounds = roundsOf(seenNumbers());
-                return rounds.size() >= count + 2;
+                if (rounds.size() <= 2) {
+                    return false;
+                }
+                rounds.erase(rounds.begin());
+                rounds.pop_back();
+                return enough(rounds);
             },
             seconds(30)));
-        if (rounds.size() > 2) {
-            rounds.erase(rounds.begin());
-            rounds.pop_back();
-        }
         return rounds;
+    }
+
+    /// So many of them at least.
+    Rounds watchRounds(std::size_t count) {
+        return watchRounds([count](const Rounds& rounds) { return rounds.size() >= count; });
+    }
+
+    /// Until two of three or more were without a gap.
+    Rounds watchUntilWhole() {
+        return watchRounds([](const Rounds& rounds) {
+            const std::vector<int> whole = longestOf(rounds);
+            return rounds.size() >= 3 &&
+                   whole.back() - whole.front() + 1 == static_cast<int>(whole.size()) &&
+                   std::count(rounds.begin(), rounds.end(), whole) >= 2;
+        });
+    }
+
+    static std::vector<int> longestOf(const Rounds& rounds) {
+        return *std::max_element(
+            rounds.begin(), rounds.end(),
+            [](const auto& one, const auto& other) { return one.size() < other.size(); });
     }
 
     static player::Settings watched(const std::string& folder, std::uint64_t copyLimit) {
@@ -120,12 +145,9 @@ TEST_P(ARepeatedFile, ShowsEveryFrameOfThePartInEveryRound) {
         const Speed wanted = *Speed::fromText(speed);
         ASSERT_TRUE(player_->play(wanted));
         ASSERT_TRUE(player_.waitUntil([&] { return player_.last().speed == wanted; }));
-        const auto rounds = watchRounds(3);
+        const auto rounds = watchUntilWhole();
         ASSERT_FALSE(rounds.empty());
-        const std::vector<int> whole =
-            *std::max_element(rounds.begin(), rounds.end(), [](const auto& one, const auto& other) {
-                return one.size() < other.size();
-            });
+        const std::vector<int> whole = longestOf(rounds);
         EXPECT_GE(whole.size(), 20u);
         EXPECT_EQ(whole.back() - whole.front() + 1, static_cast<int>(whole.size()))
             << listOf(whole);
@@ -143,11 +165,11 @@ TEST_P(ARepeatedFile, ShowsEveryFrameOfThePartInEveryRound) {
 /// The part has been read once more by then.
 TEST_P(ARepeatedFile, GoesOnBeyondItsEndFromItsLastMoments) {
     ASSERT_NO_FATAL_FAILURE(play(GetParam()));
-    ASSERT_NO_FATAL_FAILURE(repeatFrom(500, 25));
+    ASSERT_NO_FATAL_FAILURE(repeatFrom(500, 60));
     const auto rounds = watchRounds(1);
     ASSERT_FALSE(rounds.empty());
     const int last = rounds.back().back();
-    ASSERT_TRUE(waitForFrame(last - 12, last));
+    ASSERT_TRUE(waitForFrame(last - 40, last - 25));
     ASSERT_TRUE(player_->repeat(Repeat::kNone));
     ASSERT_TRUE(player_.waitUntil([last] { return seenNumbers().back() > last + 20; }));
     const std::vector<int> numbers = seenNumbers();

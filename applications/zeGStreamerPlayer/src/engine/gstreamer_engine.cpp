@@ -198,6 +198,7 @@ void GStreamerEngine::settle() {
         g_source_unref(timer_);
         timer_ = nullptr;
         keepLargeBlocks(false); // nobody would give them back
+        giveBackLargeBlocks(std::chrono::milliseconds(0));
     }
     if (!pipeline_ && quitting_) {
         g_main_loop_quit(loop_);

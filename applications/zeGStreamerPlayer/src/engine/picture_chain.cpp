@@ -7,6 +7,7 @@
 
 #include <gst/video/video.h>
 
+#include "engine/element_kind.h"
 #include "engine/gst_handles.h"
 
 namespace player {
@@ -27,11 +28,6 @@ void changeFlags(GstElement* playbin, unsigned added, unsigned removed) {
     g_object_set(playbin, "flags", (flags | added) & ~removed, nullptr);
 }
 
-bool isOfKind(GstElement* element, const char* kind) {
-    const char* const kinds = gst_element_get_metadata(element, GST_ELEMENT_METADATA_KLASS);
-    return kinds != nullptr && std::strstr(kinds, kind) != nullptr;
-}
-
 /// Turns photos and films the way in which the camera says that it was held.
 GstElement* makeUpright() {
     GstElement* const flip = gst_element_factory_make("videoflip", "upright");
@@ -48,7 +44,17 @@ bool isTurned(const GstTagList* tags) {
     return orientation && std::strcmp(orientation.get(), "rotate-0") != 0;
 }
 
-GstPadProbeReturn onDecoderEvent(GstPad*, GstPadProbeInfo* info, gpointer data) {
+/// Turned once, it follows whatever is said later by itself.
+void turn(GstElement* playbin) {
+    GstElement* raw = nullptr;
+    g_object_get(playbin, "video-filter", &raw, nullptr);
+    const GstOwner<GstElement> filter(raw);
+    if (!filter) {
+        g_object_set(playbin, "video-filter", makeUpright(), nullptr);
+    }
+}
+
+GstPadProbeReturn onEvent(GstPad*, GstPadProbeInfo* info, gpointer data) {
     auto* const playbin = GST_ELEMENT(data);
     GstEvent* const event = GST_PAD_PROBE_INFO_EVENT(info);
     if (GST_EVENT_TYPE(event) == GST_EVENT_CAPS) {
@@ -61,17 +67,22 @@ GstPadProbeReturn onDecoderEvent(GstPad*, GstPadProbeInfo* info, gpointer data) 
         GstTagList* tags = nullptr;
         gst_event_parse_tag(event, &tags);
         if (isTurned(tags)) {
-            g_object_set(playbin, "video-filter", makeUpright(), nullptr);
+            turn(playbin);
         }
     }
     return GST_PAD_PROBE_OK;
 }
 
-/// What is neither picture nor sound is writing, or may be.
+void listen(GstPad* pad, gpointer playbin) {
+    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, onEvent, playbin, nullptr);
+}
+
+/// Pictures that no decoder will see, and writing: what is neither picture nor sound may be that.
 void onStream(GstElement*, GstPad* pad, gpointer playbin) {
-    const GstOwner<GstCaps> caps(gst_pad_get_current_caps(pad));
-    const std::string format =
-        caps ? gst_structure_get_name(gst_caps_get_structure(caps.get(), 0)) : "";
+    const std::string format = formatOf(pad);
+    if (format == "video/x-raw") {
+        listen(pad, playbin);
+    }
     for (const char* const other : {"video/", "image/", "audio/"}) {
         if (format.rfind(other, 0) == 0) {
             return;
@@ -92,8 +103,7 @@ void watchPictureNeeds(GstElement* playbin, GstElement* element) {
     } else if (isOfKind(element, "Decoder/Video") || isOfKind(element, "Decoder/Image")) {
         const GstOwner<GstPad> pad(gst_element_get_static_pad(element, "sink"));
         if (pad) {
-            gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, onDecoderEvent,
-                              playbin, nullptr);
+            listen(pad.get(), playbin);
         }
     }
 }
@@ -116,7 +126,14 @@ bool mayBeInterlaced(const GstCaps* caps) {
             return false;
         }
     }
-    return std::strncmp(name, "image/", std::strlen("image/")) != 0;
+    if (std::strncmp(name, "image/", std::strlen("image/")) != 0) {
+        return true;
+    }
+    // A photo has one picture, a second at the most; Motion-JPEG out of a recorder has more.
+    int pictures = 0;
+    int seconds = 1;
+    return gst_structure_get_fraction(format, "framerate", &pictures, &seconds) != FALSE &&
+           pictures > seconds;
 }
 
 } // namespace player

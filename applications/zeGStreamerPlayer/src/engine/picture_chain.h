@@ -11,7 +11,7 @@ namespace player {
 /// playbin opens anything. `subtitles`: there are some beside the media.
 void shortenPictureChain(GstElement* playbin, bool subtitles);
 
-/// On a streaming thread, when an element has been added to the playbin: a demuxer or decoder that
+/// On whatever thread adds an element to the playbin: a demuxer or decoder that
 /// comes upon a need (subtitles, lines to be put together, a camera that was held on its side) has
 /// it seen to before the pictures are connected to the screen.
 void watchPictureNeeds(GstElement* playbin, GstElement* element);

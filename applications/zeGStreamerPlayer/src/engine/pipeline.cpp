@@ -155,7 +155,8 @@ void Pipeline::letGo() {
     const std::lock_guard<std::mutex> lock(mutex_);
     for (const GstOwner<GstElement>& volume : volumes_) {
         constexpr int kOursAndTheForgotten = 2;
-        if (GST_OBJECT_REFCOUNT_VALUE(volume.get()) == kOursAndTheForgotten) {
+        if (GST_OBJECT_PARENT(volume.get()) == nullptr &&
+            GST_OBJECT_REFCOUNT_VALUE(volume.get()) == kOursAndTheForgotten) {
             gst_object_unref(volume.get());
         }
     }
@@ -326,7 +327,13 @@ void Pipeline::onError(GstMessage* message) {
                                errorText(message)};
     if (!succession_.failedNext()) {
         fail(failure.error, failure.detail);
-    } else if (!nextFailure_) {
+    } else {
+        failNext(failure);
+    }
+}
+
+void Pipeline::failNext(const EngineFailed& failure) {
+    if (!nextFailure_) {
         logInfo("the next media cannot follow: " + cutText(failure.detail));
         nextFailure_ = failure;
         succession_.fail();
@@ -507,23 +514,23 @@ void Pipeline::handleHeaders(const GstStructure& structure) {
     unsigned status = 0;
     gst_structure_get_uint(&structure, "http-status-code", &status);
     takeRangeAnswer(status, header(headers, "Accept-Ranges"));
+    const bool redirects = status >= 300 && status < 400;
+    const std::string encoding = header(headers, "Content-Encoding");
+    if (!redirects && !encoding.empty() && encoding != "identity") {
+        refusePacked(encoding);
+        return;
+    }
     if (answered_ && !succession_.underWay()) {
         return;
     }
     if (gst_structure_n_fields(headers) == 0) {
         return; // what a request without a connection leaves
     }
-    if (status >= 300 && status < 400) {
+    if (redirects) {
         // The one who is asked next answers; nobody is asked whose address is none of ours.
         const std::string location = header(headers, "Location");
         const GstOwner<char> scheme(g_uri_parse_scheme(location.c_str()));
         ledAstray_ = scheme && !isSupportedAddress(location);
-        return;
-    }
-    const std::string encoding = header(headers, "Content-Encoding");
-    if (!encoding.empty() && encoding != "identity" && !succession_.underWay()) {
-        // The library would unpack it, without end if need be, into a copy of another size.
-        fail(PlayerError::kUnknownFormat, "the server packed the media: " + encoding);
         return;
     }
     const EngineAnswered answer{header(headers, "Content-Type"),
@@ -536,6 +543,17 @@ void Pipeline::handleHeaders(const GstStructure& structure) {
     answered_ = true;
     contentFeatures_ = answer.contentFeatures;
     report_(answer);
+}
+
+/// The library would unpack it, without end if need be, into a copy of another size.
+void Pipeline::refusePacked(const std::string& encoding) {
+    const EngineFailed failure{PlayerError::kUnknownFormat,
+                               "the server packed the media: " + cutText(encoding)};
+    if (succession_.underWay()) {
+        failNext(failure);
+    } else {
+        fail(failure.error, failure.detail);
+    }
 }
 
 // Helpers.

@@ -151,6 +151,8 @@ private:
     std::int64_t inPart(std::int64_t place) const;
     void changeState(GstState target);
     void fail(PlayerError error, const std::string& detail);
+    void failNext(const EngineFailed& failure);
+    void refusePacked(const std::string& encoding);
     void applySound();
     MediaFacts facts();
     std::int64_t place() const;

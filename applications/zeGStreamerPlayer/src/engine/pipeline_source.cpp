@@ -201,7 +201,9 @@ void Pipeline::onElementSetup(GstElement*, GstElement* element, gpointer self) {
         return; // what it says is not said about the media
     }
     pipeline->succession_.onElement(element);
-    watchPictureNeeds(pipeline->playbin_.get(), element);
+    if (!pipeline->succession_.underWay()) { // which is a song if it is anything
+        watchPictureNeeds(pipeline->playbin_.get(), element);
+    }
     if (factory == "typefind") {
         g_signal_connect(element, "have-type", G_CALLBACK(&Pipeline::onHaveType), self);
     } else if (factory == "downloadbuffer") {

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "engine/element_kind.h"
 #include "engine/gst_handles.h"
 
 namespace player {
@@ -32,15 +33,8 @@ bool mayBeSong(const std::string& capsName) {
 }
 
 bool isPicture(GstPad* pad) {
-    const GstOwner<GstCaps> caps(gst_pad_get_current_caps(pad));
-    const std::string name =
-        caps ? gst_structure_get_name(gst_caps_get_structure(caps.get(), 0)) : "";
-    return name.rfind("video/", 0) == 0 || name.rfind("image/", 0) == 0;
-}
-
-bool isDemuxer(GstElement* element) {
-    const char* const kind = gst_element_get_metadata(element, GST_ELEMENT_METADATA_KLASS);
-    return kind != nullptr && std::strstr(kind, "Demux") != nullptr;
+    const std::string format = formatOf(pad);
+    return format.rfind("video/", 0) == 0 || format.rfind("image/", 0) == 0;
 }
 
 /// What comes is thrown away, and whoever sends it is told to end. Nobody is made to wait: a thread
@@ -191,7 +185,7 @@ void Succession::giveUp() {
 }
 
 void Succession::onElement(GstElement* element) {
-    if (isDemuxer(element)) {
+    if (isOfKind(element, "Demux")) {
         g_signal_connect(element, "pad-added", G_CALLBACK(&Succession::onStream), this);
     }
     const GstOwner<char> name(gst_element_get_name(element));
