@@ -220,6 +220,7 @@ class Suite:
             shown = STOPPED if state == FAILED else state
             self.check(self.events["AVTransport"].await_latest("TransportState", shown),
                        f"no event of {shown}")
+            self.hear_of_media(state)
             self.readings(state)
             self.sound_in_every_state(state)
             self.refusals(state)
@@ -231,6 +232,15 @@ class Suite:
                 self.accepted(state, action, arguments, codes, after, evented)
                 there = after is None
         self.transport("Stop")
+
+    def hear_of_media(self, state):
+        """The state alone may be the one that was told before."""
+        events = self.events["AVTransport"]
+        uri = self.transport("GetMediaInfo").get("CurrentURI")
+        self.check(events.await_latest("AVTransportURI", uri), f"{state}: no event of {uri}")
+        if state == FAILED:
+            self.check(events.await_latest("TransportStatus", "ERROR_OCCURRED"),
+                       f"{state}: no event of the failure")
 
     def accepted(self, state, action, arguments, codes, after, evented):
         """Something that is possible, what becomes of it, and what the events tell of that."""
