@@ -3,6 +3,7 @@
 #include <string>
 
 #include "check.h"
+#include "common/address_title.h"
 #include "input.h"
 #include "logic/play_request.h"
 #include "metadata/didl.h"
@@ -10,10 +11,10 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace player;
-    const std::string_view text = fuzz::bytes(data, size);
-    const std::size_t end = text.find('\n');
-    const std::string line(text.substr(0, end));
-    const std::string rest(end == std::string_view::npos ? "" : text.substr(end + 1));
+    const std::string_view input = fuzz::bytes(data, size);
+    const std::size_t end = input.find('\n');
+    const std::string line(input.substr(0, end));
+    const std::string rest(end == std::string_view::npos ? "" : input.substr(end + 1));
 
     std::string complaints;
     for (const bool ofTrack : {false, true}) {
@@ -26,7 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                        kindNamedIn(media->protocolInfo) != MediaKind::kUnknown);
         }
     }
-    FUZZ_CHECK(titleFromAddress(line).size() <= line.size());
+    FUZZ_CHECK(text::titleFromAddress(line).size() <= line.size());
     const std::string answered = protocolInfoFromAnswer(line, rest);
     FUZZ_CHECK(answered.empty() || kindNamedIn(answered) != MediaKind::kUnknown);
     for (const MediaKind kind : {MediaKind::kVideo, MediaKind::kAudio, MediaKind::kImage}) {
