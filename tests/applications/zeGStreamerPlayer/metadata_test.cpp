@@ -371,8 +371,8 @@ std::vector<std::uint8_t> table(unsigned programs) {
     return bytes;
 }
 
-std::optional<unsigned> programsOf(const std::vector<std::vector<std::uint8_t>>& packets,
-                                   std::size_t before = 0, std::size_t behind = 0) {
+std::vector<std::uint8_t> streamOf(const std::vector<std::vector<std::uint8_t>>& packets,
+                                   std::size_t before, std::size_t behind) {
     std::vector<std::uint8_t> bytes;
     std::vector<std::uint8_t> other(188, 0xFF); // of another table, and stuffing
     other[0] = 0x47;
@@ -388,6 +388,12 @@ std::optional<unsigned> programsOf(const std::vector<std::vector<std::uint8_t>>&
         add(other);
     }
     add(other);
+    return bytes;
+}
+
+std::optional<unsigned> programsOf(const std::vector<std::vector<std::uint8_t>>& packets,
+                                   std::size_t before = 0, std::size_t behind = 0) {
+    const std::vector<std::uint8_t> bytes = streamOf(packets, before, behind);
     return programsIn(bytes.data(), bytes.size());
 }
 
@@ -397,6 +403,21 @@ TEST(ATransportStream, SaysHowManyProgrammesItCarries) {
     EXPECT_EQ(programsOf({tablePacket(true, table(2))}, 0, 16), 2u);
     EXPECT_EQ(programsOf({}), std::nullopt);
     EXPECT_EQ(programsIn(nullptr, 0), std::nullopt);
+}
+
+TEST(ATransportStream, IsNotTakenForOneOfShorterPacketsThatBeginLater) {
+    std::vector<std::uint8_t> bytes = streamOf({tablePacket(true, table(5))}, 4, 0);
+    for (const std::size_t place : {150, 150 + 188, 150 + 2 * 188}) {
+        ASSERT_NE(place % 192, 4u);
+        bytes[place] = 0x47; // what is carried may be anything
+    }
+    std::optional<unsigned> known;
+    for (std::size_t size = 0; size <= bytes.size(); ++size) {
+        const std::optional<unsigned> programs = programsIn(bytes.data(), size);
+        ASSERT_TRUE(!known || programs == known) << size;
+        known = programs;
+    }
+    EXPECT_EQ(known, 5u);
 }
 
 TEST(ATransportStream, HasATableThatMayBeLongerThanAPacket) {

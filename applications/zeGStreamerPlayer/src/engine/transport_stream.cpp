@@ -1,6 +1,6 @@
 #include "engine/transport_stream.h"
 
-#include <algorithm>
+#include <array>
 #include <vector>
 
 namespace player {
@@ -9,8 +9,10 @@ namespace {
 constexpr std::uint8_t kSync = 0x47;
 constexpr std::size_t kPacket = 188;
 constexpr std::size_t kHeader = 4;
-/// This many packets in a row begin with the sync byte by no accident.
-constexpr std::size_t kEnough = 3;
+/// Bare, with a time before, with a checksum behind.
+constexpr std::array<std::size_t, 3> kLengths = {kPacket, 192, 204};
+/// Three packets in a row begin with the sync byte by no accident.
+constexpr std::size_t kLongest = 3 * kLengths.back();
 
 /// Of the section's part that says how long it is, of the whole part before the programmes, of the
 /// checksum behind them, and of each programme.
@@ -24,10 +26,12 @@ struct Packets {
     std::size_t step;  ///< from one to the next; 0: there are none
 };
 
+/// The packets that begin first. Where they begin no length is tried before all of them can be:
+/// what a piece of a stream is taken for stays the same when more of the stream arrives.
 Packets findPackets(const std::uint8_t* bytes, std::size_t size) {
-    for (const std::size_t step : {kPacket, std::size_t{192}, std::size_t{204}}) {
-        for (std::size_t first = 0; first < step && first + kEnough * step <= size; ++first) {
-            if (bytes[first] == kSync && bytes[first + step] == kSync &&
+    for (std::size_t first = 0; first < kLengths.back() && first + kLongest <= size; ++first) {
+        for (const std::size_t step : kLengths) {
+            if (first < step && bytes[first] == kSync && bytes[first + step] == kSync &&
                 bytes[first + 2 * step] == kSync) {
                 return {first, step};
             }
