@@ -317,6 +317,20 @@ TEST_F(GaplessPlayer, OpensWhatCannotFollowOnlyOnce) {
     EXPECT_EQ(test::openingsOf(text), 1u);
 }
 
+// Much of the next song is in the queue by then; where the first one ended is another matter.
+TEST_F(GaplessPlayer, IsNotTakenForDamagedWhenTheNextSongIsLookedAtSlowly) {
+    const std::string encoder = "flacenc ! flacparse ! matroskamux"; // says exactly how long it is
+    make("one.mka", 0, kFirst, encoder);
+    make("two.mka", kFirst, kFirst + kRate, encoder);
+    play("/good/one.mka", server_.address("/good/two.mka"));
+    ASSERT_TRUE(player_.waitUntil([] { return test::recordedCount() > kFirst - kRate / 2; }));
+    test::slowDownAnswers(milliseconds(300));
+    ASSERT_TRUE(waitForTheEnd()) << player_.log();
+    EXPECT_EQ(player_.last().error, player::PlayerError::kNone);
+    EXPECT_EQ(difference(test::recorded(), signal(0, kFirst + kRate)), "");
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING FINISHED LOADING PLAYING FINISHED");
+}
+
 TEST_F(GaplessPlayer, PlaysNothingThatWasTakenBackLate) {
     makeBoth();
     ASSERT_NO_FATAL_FAILURE(playUntilTheNextIsRead());

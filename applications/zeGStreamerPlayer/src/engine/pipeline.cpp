@@ -386,8 +386,8 @@ void Pipeline::handle(GstMessage* message) {
         wish();
         break;
     case GST_MESSAGE_STREAM_START:
-        if (const auto next = succession_.taken(); next && !retired_ && !renewing_) {
-            onFollowed(*next);
+        if (const auto taken = succession_.taken(); taken && !retired_ && !renewing_) {
+            onFollowed(*taken);
         }
         break;
     case GST_MESSAGE_EOS:

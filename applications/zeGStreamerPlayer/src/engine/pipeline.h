@@ -125,7 +125,7 @@ private:
     void onEnd(std::uint32_t number);
     void goOn(const Going& going);
     void onError(GstMessage* message);
-    void onFollowed(const NextMedia& next);
+    void onFollowed(const Succession::Taken& taken);
     void followSuccession();
     void permitNext();
     bool renewed(bool needed);

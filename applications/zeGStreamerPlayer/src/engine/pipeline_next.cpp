@@ -50,8 +50,8 @@ bool Pipeline::renewed(bool needed) {
     return needed;
 }
 
-void Pipeline::onFollowed(const NextMedia& next) {
-    present_ = next.address;
+void Pipeline::onFollowed(const Succession::Taken& taken) {
+    present_ = taken.next.address;
     answered_ = nextAnswer_.has_value();
     tags_.reset();
     cover_ = std::make_unique<Cover>(settings_.snapshotDir);
@@ -66,7 +66,7 @@ void Pipeline::onFollowed(const NextMedia& next) {
     factsStale_ = true;
     sampledMs_ = 0;
     sampledAt_ = positionReported_ = Clock::now();
-    EngineFollowed followed{next.session, known_, {}, succession_.endMs()};
+    EngineFollowed followed{taken.next.session, known_, {}, taken.endedMs};
     if (nextAnswer_) {
         followed.answered = *std::exchange(nextAnswer_, std::nullopt);
     }

@@ -116,14 +116,16 @@ bool Succession::opening() const {
     return state_ == State::kOpening;
 }
 
-std::optional<NextMedia> Succession::taken() {
+std::optional<Succession::Taken> Succession::taken() {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (state_ != State::kTaken) {
         return std::nullopt;
     }
     state_ = State::kNone;
     presentFailed_ = std::exchange(nextFailed_, false);
-    return std::exchange(begun_, std::nullopt);
+    Taken taken{std::move(*begun_), std::exchange(end_, nextEnd_).ms};
+    begun_.reset();
+    return taken;
 }
 
 bool Succession::over() {
@@ -137,7 +139,7 @@ bool Succession::over() {
     const std::uint64_t latency = latencyOf(playbin_);
     const std::lock_guard<std::mutex> lock(mutex_);
     if ((state_ != State::kOpening && state_ != State::kHeld) || !GST_CLOCK_TIME_IS_VALID(now) ||
-        now < endNs_ + latency || (now < endNs_ + latency + kLateNs && !deviceIsDone())) {
+        now < end_.ns + latency || (now < end_.ns + latency + kLateNs && !deviceIsDone())) {
         return false;
     }
     state_ = State::kHeld;
@@ -150,16 +152,11 @@ bool Succession::deviceIsDone() const {
     if (!device_ || deviceStopped_) {
         return true;
     }
-    if (deviceNs_ + kConvertersNs < endNs_ || !GST_PAD_STREAM_TRYLOCK(device_.get())) {
+    if (deviceNs_ + kConvertersNs < end_.ns || !GST_PAD_STREAM_TRYLOCK(device_.get())) {
         return false;
     }
     GST_PAD_STREAM_UNLOCK(device_.get());
     return true;
-}
-
-std::int64_t Succession::endMs() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return endMs_;
 }
 
 void Succession::fail() {
@@ -277,14 +274,14 @@ GstPadProbeReturn Succession::onQueued(GstPad*, GstPadProbeInfo* info, gpointer 
     const std::lock_guard<std::mutex> lock(self->mutex_);
     if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0) {
         const GstClockTime place = endOf(GST_PAD_PROBE_INFO_BUFFER(info));
-        if (self->state_ == State::kNone && GST_CLOCK_TIME_IS_VALID(place)) {
+        if (GST_CLOCK_TIME_IS_VALID(place)) {
             const std::uint64_t end =
                 gst_segment_to_running_time(&self->segment_, GST_FORMAT_TIME, place);
             const std::uint64_t position =
                 gst_segment_to_stream_time(&self->segment_, GST_FORMAT_TIME, place);
             if (GST_CLOCK_TIME_IS_VALID(end) && GST_CLOCK_TIME_IS_VALID(position)) {
-                self->endNs_ = end;
-                self->endMs_ = static_cast<std::int64_t>(position / GST_MSECOND);
+                (self->state_ == State::kNone ? self->end_ : self->nextEnd_) = {
+                    static_cast<std::int64_t>(position / GST_MSECOND), end};
             }
         }
         return GST_PAD_PROBE_OK;
@@ -294,6 +291,7 @@ GstPadProbeReturn Succession::onQueued(GstPad*, GstPadProbeInfo* info, gpointer 
         gst_event_copy_segment(event, &self->segment_);
     } else if (GST_EVENT_TYPE(event) == GST_EVENT_STREAM_START && self->state_ == State::kOpening) {
         self->state_ = State::kWaiting;
+        self->nextEnd_ = {0, self->end_.ns};
     }
     return GST_PAD_PROBE_OK;
 }

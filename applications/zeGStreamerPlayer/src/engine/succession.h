@@ -46,12 +46,14 @@ public:
     bool unsettled() const;
     /// The next media is being opened, which is no time to stop it.
     bool opening() const;
+    struct Taken {
+        NextMedia next;
+        std::int64_t endedMs; ///< where the media before it ended
+    };
     /// The next media sounds: it, once, after which it is the present one.
-    std::optional<NextMedia> taken();
+    std::optional<Taken> taken();
     /// The present media has been played to its end, and none will follow: holds the next one back.
     bool over();
-    /// Where the present media ends, as far as it has been read; still so when the next is taken.
-    std::int64_t endMs() const;
     /// The next media cannot be played.
     void fail();
     /// The playbin is about to be taken down.
@@ -81,6 +83,12 @@ private:
         kHeld,    ///< none of it shall be heard
     };
 
+    /// Where a media ends, of what of it went into the queue.
+    struct End {
+        std::int64_t ms = 0;  ///< of the media
+        std::uint64_t ns = 0; ///< running time at which the queue will have been played
+    };
+
     static GstPadProbeReturn onQueued(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onDevice(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static void onStream(GstElement* demuxer, GstPad* pad, gpointer self);
@@ -102,8 +110,8 @@ private:
     GstOwner<GstPad> device_;        ///< where the sound device takes its sound
     bool deviceStopped_ = false;     ///< it is not given the next media
     GstSegment segment_{};           ///< of what goes into the queue
-    std::int64_t endMs_ = 0;         ///< of the present media, what of it went there
-    std::uint64_t endNs_ = 0;        ///< running time at which the queue will have been played
+    End end_;                        ///< of the present media
+    End nextEnd_;                    ///< of the next one, from when it waits
     GstSegment deviceSegment_{};     ///< of what goes into the device
     std::uint64_t deviceNs_ = 0;     ///< running time at which that will have been played
 };

@@ -11,6 +11,7 @@ namespace {
 std::mutex gMutex;
 Samples gSamples;                                 // guarded by gMutex
 std::chrono::steady_clock::time_point gHeldUntil; // guarded by gMutex
+std::chrono::milliseconds gAnswerTime;            // guarded by gMutex
 
 std::chrono::steady_clock::time_point heldUntil() {
     const std::lock_guard<std::mutex> lock(gMutex);
@@ -32,8 +33,20 @@ GstFlowReturn render(GstBaseSink*, GstBuffer* buffer) {
     return GST_FLOW_OK;
 }
 
-constexpr TestSink kRecorder{"ketrarecorder", "Sink/Audio",
-                             "audio/x-raw,format=S16LE,layout=interleaved", render};
+std::chrono::milliseconds answerTime() {
+    const std::lock_guard<std::mutex> lock(gMutex);
+    return gAnswerTime;
+}
+
+void ask(GstQuery* query) {
+    if (GST_QUERY_TYPE(query) == GST_QUERY_SEEKING) {
+        std::this_thread::sleep_for(answerTime());
+    }
+}
+
+constexpr TestSink kRecorder{
+    "ketrarecorder", "Sink/Audio", "audio/x-raw,format=S16LE,layout=interleaved", render, nullptr,
+    nullptr,         ask};
 
 } // namespace
 
@@ -54,11 +67,17 @@ std::size_t recordedCount() {
 void forgetRecord() {
     const std::lock_guard<std::mutex> lock(gMutex);
     gSamples.clear();
+    gAnswerTime = {};
 }
 
 void holdRecorder(std::chrono::milliseconds time) {
     const std::lock_guard<std::mutex> lock(gMutex);
     gHeldUntil = std::chrono::steady_clock::now() + time;
+}
+
+void slowDownAnswers(std::chrono::milliseconds time) {
+    const std::lock_guard<std::mutex> lock(gMutex);
+    gAnswerTime = time;
 }
 
 } // namespace test

@@ -17,8 +17,11 @@ const char* recordingSink();
 /// All samples since the last forgetRecord, of all channels in turn.
 Samples recorded();
 std::size_t recordedCount();
+/// Answers are quick again, too.
 void forgetRecord();
 /// For as long as this the sink plays nothing, like a device that is late.
 void holdRecorder(std::chrono::milliseconds time);
+/// So long it takes from now on to hear from the sink whether the media can be moved.
+void slowDownAnswers(std::chrono::milliseconds time);
 
 } // namespace test

@@ -13,6 +13,12 @@ void finalize(GObject* sink) {
     G_OBJECT_CLASS(g_type_class_peek_parent(G_OBJECT_GET_CLASS(sink)))->finalize(sink);
 }
 
+gboolean query(GstElement* sink, GstQuery* query) {
+    kindOf(sink)->ask(query);
+    return GST_ELEMENT_CLASS(g_type_class_peek_parent(G_OBJECT_GET_CLASS(sink)))
+        ->query(sink, query);
+}
+
 void initInstance(GTypeInstance* instance, gpointer) {
     if (std::atomic<int>* const count = kindOf(instance)->count) {
         ++*count;
@@ -30,6 +36,9 @@ void initClass(gpointer type, gpointer data) {
     GST_BASE_SINK_CLASS(type)->render = kind.render;
     if (kind.preroll != nullptr) {
         GST_BASE_SINK_CLASS(type)->preroll = kind.preroll;
+    }
+    if (kind.ask != nullptr) {
+        element->query = query;
     }
     if (kind.count != nullptr) {
         G_OBJECT_CLASS(type)->finalize = finalize;

@@ -10,6 +10,7 @@ namespace test {
 /// A kind of sink; lives as long as the program does.
 struct TestSink {
     using Take = GstFlowReturn (*)(GstBaseSink*, GstBuffer*);
+    using Ask = void (*)(GstQuery*);
 
     const char* name;
     const char* classes; ///< "Sink/Audio" or "Sink/Video"
@@ -17,6 +18,7 @@ struct TestSink {
     Take render;         ///< a buffer whose time has come
     Take preroll = nullptr;
     std::atomic<int>* count = nullptr; ///< of the sinks of this kind that there are
+    Ask ask = nullptr;                 ///< hears of a query before it is answered
 };
 
 /// Initialises GStreamer and makes a kind of sink known to it, once; its name, for the sinks of
