@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -12,12 +11,12 @@
 #include <gtest/gtest.h>
 
 #include "engine/gst_handles.h"
-#include "engine/picture_chain.h"
 #include "engine/sink_formats.h"
 #include "support/case_name.h"
 #include "support/colours.h"
 #include "support/media_server.h"
 #include "support/recorded_player.h"
+#include "support/shown_media.h"
 #include "support/temporary_folder.h"
 
 namespace {
@@ -36,37 +35,7 @@ std::ostream& operator<<(std::ostream& out, const Sort& sort) {
     return out << sort.file;
 }
 
-class AMedia : public testing::Test {
-protected:
-    void show(const std::string& path, const std::string& didl = "") {
-        ASSERT_TRUE(player_.setMedia(server_.address(path), didl));
-        ASSERT_TRUE(player_->play(Speed()));
-        ASSERT_TRUE(player_.waitUntil([this] {
-            return player_.last().state == PlayerState::kFinished ||
-                   player_.last().state == PlayerState::kPlaying ||
-                   player_.last().error != player::PlayerError::kNone;
-        })) << player_.states();
-        ASSERT_EQ(player_.last().error, player::PlayerError::kNone) << player_.log();
-    }
-
-    /// Whether there is writing in the lower third of a green picture.
-    bool seesSubtitles() {
-        const test::Picture picture = player_.screen();
-        for (int y = picture.height * 2 / 3; y < picture.height; ++y) {
-            for (int x = 0; x < picture.width; ++x) {
-                // Small white letters take on some green; the picture has no red at all.
-                if (picture.at(x, y).red > 120) {
-                    return true;
-                }
-            }
-        }
-        return false;
-    }
-
-    test::TemporaryFolder folder_;
-    test::MediaServer server_{KETRA_TEST_MEDIA};
-    test::RecordedPlayer player_{folder_.path()};
-};
+class AMedia : public test::ShownMedia {};
 
 class OfASort : public AMedia, public testing::WithParamInterface<Sort> {};
 
@@ -180,103 +149,6 @@ TEST_F(AMedia, FromACameraStandsUpright) {
     }
 }
 
-/// Notes in a film that its camera was held on its side.
-void turn(const std::string& film, const std::string& turned) {
-    std::ifstream in(film, std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(in)), {});
-    const std::size_t header = bytes.find("tkhd");
-    ASSERT_NE(header, std::string::npos);
-    ASSERT_EQ(bytes[header + 4], 0) << "another version of the header";
-    constexpr std::size_t kMatrix = 44;
-    // Clockwise by a quarter: 0 1 0, -1 0 0, 0 0 1, in fixed point.
-    constexpr char kQuarter[] = "\0\0\0\0\0\1\0\0\0\0\0\0\xff\xff\0\0";
-    bytes.replace(header + kMatrix, 16, std::string(kQuarter, 16));
-    bytes.replace(header + kMatrix + 16, 4, std::string(4, '\0'));
-    std::ofstream(turned, std::ios::binary) << bytes;
-}
-
-TEST_F(AMedia, FromACameraStandsUprightAsAFilmToo) {
-    ASSERT_NO_FATAL_FAILURE(
-        turn(std::string(KETRA_TEST_MEDIA) + "/camera.mp4", folder_.path() + "/camera.mp4"));
-    const test::MediaServer server(folder_.path());
-    ASSERT_TRUE(player_.setMedia(server.address("/good/camera.mp4")));
-    ASSERT_TRUE(player_->play(Speed()));
-    ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying)) << player_.log();
-    const test::Picture screen = player_.screen();
-    EXPECT_EQ(test::colourOf(screen.at(250, 180)), 'b');
-    EXPECT_EQ(test::colourOf(screen.at(390, 180)), 'r');
-    EXPECT_EQ(test::colourOf(screen.at(200, 180)), 'k');
-}
-
-/// Where a line differs from the next and is like the one after it.
-int teethIn(const test::Picture& picture) {
-    const auto differ = [](const test::Pixel& one, const test::Pixel& other) {
-        return std::abs(one.red - other.red) + std::abs(one.green - other.green) +
-                   std::abs(one.blue - other.blue) >
-               60;
-    };
-    int teeth = 0;
-    for (int y = 0; y < picture.height / 2; ++y) {
-        for (int x = 0; x < picture.width; ++x) {
-            const test::Pixel here = picture.at(x, y);
-            teeth += differ(here, picture.at(x, y + 1)) && !differ(here, picture.at(x, y + 2));
-        }
-    }
-    return teeth;
-}
-
-/// A picture out of the middle of a film, as it is in the film.
-test::Picture takenFrom(const std::string& film, const std::string& folder) {
-    gst_init(nullptr, nullptr);
-    const std::string path = folder + "/taken.png";
-    const player::GstOwner<GstElement> pipeline(gst_parse_launch(
-        ("filesrc location=" + film + " ! tsdemux ! h264parse ! avdec_h264 ! videoconvert ! " +
-         "videoscale method=nearest-neighbour ! video/x-raw,width=640,height=360 ! " +
-         "identity eos-after=30 ! pngenc ! multifilesink location=" + path)
-            .c_str(),
-        nullptr));
-    const player::GstOwner<GstBus> bus(gst_element_get_bus(pipeline.get()));
-    gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
-    const player::GstOwner<GstMessage> end(gst_bus_timed_pop_filtered(
-        bus.get(), 30 * GST_SECOND,
-        static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR)));
-    EXPECT_TRUE(end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS);
-    gst_element_set_state(pipeline.get(), GST_STATE_NULL);
-    return test::readPicture(path);
-}
-
-TEST_F(AMedia, OfHalvesTakenOneAfterTheOtherHasNoTeeth) {
-    const int teeth =
-        teethIn(takenFrom(std::string(KETRA_TEST_MEDIA) + "/halves.ts", folder_.path()));
-    ASSERT_GT(teeth, 1000) << "in the film itself";
-    show("/good/halves.ts");
-    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec >= 1; }));
-    const test::Picture screen = player_.screen();
-    ASSERT_EQ(screen.width, test::kScreenWidth);
-    EXPECT_LT(teethIn(screen), teeth / 10);
-}
-
-TEST(AFormat, TellsWhetherItsPicturesMayConsistOfHalves) {
-    gst_init(nullptr, nullptr);
-    const auto may = [](const char* caps) {
-        const player::GstOwner<GstCaps> format(gst_caps_from_string(caps));
-        return player::mayBeInterlaced(format.get());
-    };
-    EXPECT_FALSE(may("video/x-h264, interlace-mode=(string)progressive"));
-    EXPECT_TRUE(may("video/x-h264, interlace-mode=(string)mixed"));
-    EXPECT_TRUE(may("video/x-h264, interlace-mode=(string)interleaved"));
-    EXPECT_TRUE(may("video/x-h264"));
-    EXPECT_TRUE(may("video/mpeg, mpegversion=2"));
-    EXPECT_TRUE(may("video/mpeg, mpegversion=4"));
-    EXPECT_FALSE(may("video/x-vp8"));
-    EXPECT_FALSE(may("video/x-h265"));
-    EXPECT_TRUE(may("video/x-h265, interlace-mode=(string)alternate"));
-    EXPECT_FALSE(may("image/jpeg"));
-    EXPECT_FALSE(may("image/jpeg, framerate=(fraction)1/1"));
-    EXPECT_TRUE(may("image/jpeg, framerate=(fraction)25/1"));
-    EXPECT_TRUE(may("EMPTY"));
-}
-
 TEST_F(AMedia, MovesWhenItIsAnAnimation) {
     show("/good/moving.gif");
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING FINISHED"); // a photo like others
@@ -339,38 +211,6 @@ TEST_F(AMedia, PublishesItsCoverAsAFileWhileItPlays) {
     ASSERT_TRUE(player->stop());
     EXPECT_TRUE(
         player.waitUntil([&pictures] { return std::filesystem::is_empty(pictures.path()); }));
-}
-
-TEST_F(AMedia, ShowsTheSubtitlesThatItContains) {
-    show("/good/subtitled.mkv");
-    EXPECT_TRUE(player_.waitUntil([this] { return seesSubtitles(); }, test::seconds(5)));
-}
-
-std::string withSubtitles(const std::string& film, const std::string& subtitles) {
-    return "<DIDL-Lite xmlns='urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/'><item>"
-           "<res protocolInfo='http-get:*:video/mp4:*'>" +
-           film + "</res><res protocolInfo='http-get:*:text/srt:*'>" + subtitles +
-           "</res></item></DIDL-Lite>";
-}
-
-TEST_F(AMedia, ShowsTheSubtitlesBesideIt) {
-    show("/good/film.h265.mp4");
-    EXPECT_FALSE(seesSubtitles());
-    ASSERT_TRUE(player_->stop());
-    show("/good/film.h265.mp4",
-         withSubtitles(server_.address("/good/film.h265.mp4"), server_.address("/good/film.srt")));
-    EXPECT_TRUE(player_.waitUntil([this] { return seesSubtitles(); }, test::seconds(5)));
-}
-
-TEST_F(AMedia, ShowsTheSubtitlesThatItsServerNames) {
-    show("/captioned/film.h265.mp4");
-    EXPECT_TRUE(player_.waitUntil([this] { return seesSubtitles(); }, test::seconds(5)));
-}
-
-TEST_F(AMedia, IsPlayedWithoutSubtitlesThatAreNotThere) {
-    show("/good/film.h265.mp4", withSubtitles(server_.address("/good/film.h265.mp4"),
-                                              server_.address("/good/missing.srt")));
-    EXPECT_EQ(test::colourOf(player_.screen().middle()), 'g');
 }
 
 } // namespace
