@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "statebus/publisher.h"
+#include "statebus/quiet_reading.h"
 #include "tv/metadata_items.h"
 
 namespace tv {

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "statebus/publisher.h"
+#include "statebus/quiet_reading.h"
 #include "tv/renderer.h"
 
 namespace tv {

@@ -13,6 +13,8 @@ cat >"$there/middleware.cpp" <<'END'
 #include "KetraSrv_DLNA_Common.h"
 #include "ServiceCommands.h"
 #include "ServiceRecords.h"
+#include "middleware/event_loop.h"
+#include "statebus/quiet_reading.h"
 #include "ze/zeConsole.h"
 #include "ze/zeTools.h"
 int main() {}

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "statebus/delivering.h"
 #include "statebus/published_state.h"
 #include "statebus/publisher.h"
-#include "statebus/quiet_reading.h"
 #include "statebus/subscriptions.h"
 #include "ze/zeConsole.h"
 

@@ -3,7 +3,7 @@
 #include <condition_variable>
 #include <mutex>
 
-#include "statebus/publisher.h"
+#include "statebus/delivering.h"
 
 namespace statebus {
 

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "statebus/connection.h"
+#include "statebus/delivering.h"
 #include "statebus/engine.h"
-#include "statebus/quiet_reading.h"
 #include "statebus/requests.h"
 #include "statebus/work_queue.h"
 #include "ze/zeConsole.h"

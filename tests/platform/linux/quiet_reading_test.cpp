@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "statebus/publisher.h"
+#include "statebus/delivering.h"
 
 using statebus::Delivering;
 using statebus::QuietReading;

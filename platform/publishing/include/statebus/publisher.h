@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "statebus/quiet_reading.h"
 #include "statebus/record.h"
 #include "ze/zeMultiMBusEngine.h"
 
@@ -70,16 +71,5 @@ std::unique_ptr<Publication> publish(zeMultiMBusEngine& engine, PublicationSpec 
 /// Tells when the bus goes away (false) and comes back (true), on the delivery thread. One listener
 /// per engine; before Open.
 void setConnectionListener(zeMultiMBusEngine& engine, std::function<void(bool connected)> listener);
-
-/// Holds delivery to this process back while it lives, so that what the change handlers write can
-/// be read from another thread. Recursive. Keep it short and never across anything that waits for a
-/// delivery. Waits for a handler that is running, unless it runs on this very thread.
-class QuietReading {
-public:
-    QuietReading();
-    ~QuietReading();
-    QuietReading(const QuietReading&) = delete;
-    QuietReading& operator=(const QuietReading&) = delete;
-};
 
 } // namespace statebus
