@@ -4,7 +4,8 @@
 // A singleton without a lock of its own, by design: interface operations run on the middleware's
 // thread, the three event callbacks on the bus engine's delivery thread, and the plain fields are
 // written by the one and read by the other. What waits for a report of the daemon or the player
-// (shutting down, killing, renaming) must never run on the delivery thread.
+// (shutting down, killing, renaming) must never run on the delivery thread. docs/middleware.md goes
+// through the life of a service, and what it does to the process that it lives in.
 #pragma once
 
 #include <cstdint>
@@ -187,28 +188,44 @@ public:
 
     /// The service, created by the first call. Not guarded against two first calls at once.
     static KetraSrv_DLNADMR* GetInstance();
-    /// Shuts the renderer down and destroys the service; nothing happens when there is none.
+    /// Shuts the renderer down as MediaPlayer_Finalize does and destroys the service; nothing
+    /// happens when there is none. Of a service whose player was not started, by MM_Interface_Init
+    /// or another service, a mistake that ends the process.
     static void DestroyInstance();
     ~KetraSrv_DLNADMR() override;
 
+    /// Connects to the state bus, in the given role, and begins to hear of players and daemons;
+    /// starts no process. A part of MM_Interface_Init, which is what the middleware calls. Once: a
+    /// second call before ServicesTerminate loses the first connection. FALSE: there is no bus, or
+    /// (before anything was connected) `aDevice` is no role.
     BOOL ServicesInitialize(EN_DLNA_DEV aDevice);
+    /// Ends the connection; nothing is reported or sent any more. Never on the delivery thread. A
+    /// part of DestroyInstance.
     void ServicesTerminate();
     /// Refuses controllers, stops playback, ends both companion processes. Waits without a limit
-    /// for the player to stop and for the daemon to report itself invisible.
+    /// for the player to stop and for the daemon to report itself invisible. A part of
+    /// DestroyInstance, which takes back one more start of the player: who calls this alone must
+    /// not destroy the service. FALSE when no daemon was started.
     BOOL MediaPlayer_Finalize();
     BOOL MM_Interface_Init(UN_MM_INTERFACE_INIT const* aInit) override;
 
     // ---- daemon.cpp: the renderer daemon
 
-    /// TRUE when it was started, FALSE when it runs already.
+    /// TRUE when a process was forked for it, whatever becomes of that; FALSE when one was before.
+    /// When none can be forked the program ends with status 1.
     BOOL DMR_LaunchVantor2();
-    /// Hides it, waits until it reports so, kills it. FALSE when none runs.
+    /// Hides it, waits without a limit until it reports so, kills it. FALSE when none was started.
+    /// From then on SIGCHLD is ignored in this process.
     BOOL DMR_KillVantor2();
-    /// Gives the device a new name, for which the daemon is restarted. `aUnused` is ignored.
+    /// Gives the device a new name, for which the daemon is killed, as above, and started anew.
+    /// FALSE when none was started. `aUnused` is ignored.
     BOOL DMR_SetDeviceName(const std::string& aName, char* aUnused);
+    /// As the daemon reported it last; "" before.
     void DMR_GetDeviceName(std::string& aName);
     void DMR_MNG_set_DMR_Show();
     void DMR_MNG_set_DMR_Hide();
+    /// As the daemon reported it last, after a rename as it was before; FALSE until the first
+    /// report. TRUE is the first sign that the daemon runs.
     BOOL DMR_MNG_Get_DMRVisibleFlag();
     /// The TV no longer shows the renderer: the next controller is asked about again.
     void LeaveDMRUI();
@@ -218,7 +235,11 @@ public:
     EN_DMR_AUTH_STATE GetCurrentAuthState();
     /// Returns the stored state, which differs from `aState` when that is 2 or out of range.
     EN_DMR_AUTH_STATE ChangeAuthState(EN_DMR_AUTH_STATE aState);
+    /// Lets in who asked last, which is not always whom the viewer saw: compare the request's
+    /// number while delivery is held back. Until LeaveDMRUI everybody else is let in, too, and no
+    /// request is posted.
     void DMR_MNG_authorizeDMRSrv();
+    /// Turns away who asked last.
     void DMR_MNG_refuseDMRSrv();
     static void MediaRendererServiceEventCallback(const void* aService, void* aUser);
 

@@ -5,11 +5,17 @@
 //
 // The middleware calls, on its own thread, one operation at a time; services for local media and
 // the renderer carry out. What is said here of "the renderer" is what libKetraDMR does. Its
-// operations that change something ask the player over the state bus and wait for its answer, five
-// seconds at most; TRUE says that the request was made, not that the player obeyed. What became of
-// it is told by events. Its queries answer from what was reported last and wait for nothing.
+// operations that change something ask the player over the state bus. They make one request, unless
+// a number stands beside them, and wait for the answer to each, which the bus limits to five
+// seconds; a player that stands still costs that once a request. Where more than one player is on
+// the bus, each request first asks on the console which of them is meant, and waits for a valid
+// answer without a limit. TRUE says that the operation came as far as its requests, not that
+// anybody was there or obeyed; what became of them is told by events. Queries answer from what was
+// reported last and wait for nothing.
 //
-// Every operation that is told a media type refers to the media of that type. Texts and records
+// Every operation that is told a media type refers to the media of that type. The renderer has one
+// player: it looks whether the type is one that the operation has, never whether it is that of what
+// plays, and carries out on or answers of what plays. Texts and records
 // that an operation is handed stay the caller's and are not kept. A media type that an operation
 // does not have, or a value outside its enumeration, is a mistake of the calling program: the
 // renderer prints it and ends the process, unless something else is said. What renderers have no
@@ -35,20 +41,24 @@ public:
     virtual BOOL MM_Interface_PlayNextFile(EN_MM_INTERFACE_MEDIA_TYPE aMediaType) = 0;
     /// The file before it. Not for renderers (ends the process).
     virtual BOOL MM_Interface_PlayPrevFile(EN_MM_INTERFACE_MEDIA_TYPE aMediaType) = 0;
-    /// The speed, or pause. While a slow speed holds the renderer ends the process; deliberate.
+    /// The speed, or pause. Unless it is paused the renderer ends the process while a slow speed
+    /// holds, and while no speed is known: before the player reported one, and after a report
+    /// without one. Deliberate; a caller that cannot rule that out asks
+    /// KetraSrv_DLNADMR::MediaPlayer_GetPlayerSpeed.
     virtual EN_MM_INTERFACE_TRICK_MODE
     MM_Interface_GetTrickMode(EN_MM_INTERFACE_MEDIA_TYPE aMediaType) = 0;
     /// How the playlist is repeated. Not for renderers (ends the process).
     virtual EN_MM_INTERFACE_REPEAT_MODE
     MM_Interface_GetRepeatMode(EN_MM_INTERFACE_MEDIA_TYPE aMediaType) = 0;
-    /// Moves the part of a zoomed film or photo that is seen, by pixels of the screen. Always TRUE.
+    /// Moves the part of a zoomed film or photo that is seen, by pixels of the screen. Three
+    /// requests. Always TRUE.
     virtual BOOL MM_Interface_MoveView(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
                                        EN_MM_INTERFACE_MOVE_DIRECTION aDirection, U32 aOffset) = 0;
     /// Goes into a folder. Not for renderers (ends the process).
     virtual BOOL MM_Interface_EnterFolder(U32 aIndex, EN_MM_INTERFACE_FILE_INDEX_TYPE aIndexType,
                                           unsigned int aOption) = 0;
-    /// Another speed; normal resumes, pause pauses. FALSE when nothing plays or is paused, and when
-    /// it plays at normal speed and should.
+    /// Another speed; normal resumes, pause pauses. FALSE when nothing plays or is paused; to
+    /// normal also when it plays at normal speed, to pause also when it is paused or a photo.
     virtual BOOL MM_Interface_ChangeTrickMode(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
                                               EN_MM_INTERFACE_TRICK_MODE aMode) = 0;
     /// Not for renderers (ends the process).
@@ -57,13 +67,16 @@ public:
     /// Turns a film or photo clockwise, from how it came. TRUE, also without a player.
     virtual BOOL MM_Interface_Rotate(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
                                      EN_MM_INTERFACE_DEGREE aDegree) = 0;
-    /// As it was asked for last, of films and photos; new media begins with 0.
+    /// As it was asked for last, of films and photos. 0 again once the player reports a stop (of
+    /// one with an error the second report counts) or the end of a film or song. Ends the process
+    /// when MediaPlayer_Rotate was asked last, for a rotation that there is not.
     virtual EN_MM_INTERFACE_DEGREE
     MM_Interface_GetRotateDegree(EN_MM_INTERFACE_MEDIA_TYPE aMediaType) = 0;
     /// Zooms a film or photo, measured by its usual size. TRUE, also without a player.
     virtual BOOL MM_Interface_Zoom(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
                                    EN_MM_INTERFACE_ZOOM_SCALE aScale) = 0;
-    /// As it was asked for last, of films and photos; new media begins with X1.
+    /// As it was asked for last, of films and photos. X1 again when GetRotateDegree is 0 again.
+    /// Ends the process when MediaPlayer_Zoom was asked last, for a scale that there is not.
     virtual EN_MM_INTERFACE_ZOOM_SCALE
     MM_Interface_GetZoomScale(EN_MM_INTERFACE_MEDIA_TYPE aMediaType) = 0;
     /// Of films: marks A here, marks B here and repeats the part between, or ends that. TRUE.
@@ -85,7 +98,7 @@ public:
     /// Place in the playlist. Not for renderers (ends the process).
     virtual U32 MM_Interface_GetPlayingFileIndex(EN_MM_INTERFACE_MEDIA_TYPE aMediaType) = 0;
     /// Of films: sound track, from 0. FALSE, with a printed line, for other media types and for a
-    /// track that there is not.
+    /// track that there is not; silently while it is not known how many there are.
     virtual BOOL MM_Interface_ChangeAudioTrack(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
                                                U32 aTrackIndex) = 0;
     /// Programme of a transport stream. Not for renderers (FALSE).
@@ -142,9 +155,13 @@ public:
     /// Not for renderers (ends the process).
     virtual BOOL MM_Interface_EnableSubtitle(EN_MM_INTERFACE_MEDIA_TYPE aMediaType, U32 aTrackIndex,
                                              unsigned char aEnable) = 0;
-    /// Starts the service: the renderer connects to the state bus, starts its player and its
-    /// daemon. `aInit` is not read, may be null. FALSE when it runs already, there is no bus, or
-    /// the daemon cannot be started.
+    /// Starts the service: the renderer connects to the state bus, forks its player and its daemon
+    /// and does not wait for them. `aInit` is not read, may be null. FALSE when the daemon was
+    /// started already and when the bus cannot be connected to; nothing is started then. TRUE does
+    /// not say that a program could be executed or runs: a process that could not be is gone
+    /// unnoticed. That the daemon runs is known when KetraSrv_DLNADMR::DMR_MNG_Get_DMRVisibleFlag
+    /// turns TRUE. When a process cannot be forked the whole program ends with status 1; a third
+    /// service that starts the same player is a mistake that ends it, too.
     virtual BOOL MM_Interface_Init(UN_MM_INTERFACE_INIT const* aInit) = 0;
     /// Pages of the list of files. Not for renderers (ends the process), nor are the next four.
     virtual U32 MM_Interface_GetTotalPageNum() = 0;
@@ -180,8 +197,8 @@ public:
     virtual BOOL MM_Interface_ChangeDrive(U32 aIndex) = 0;
     virtual BOOL MM_Interface_GetDriveInfo(void* aInfo, U32 aIndex) = 0;
     /// Shows `aCrop`, in pixels of the picture, at `aDisplay`, in pixels of the screen. Flags: 0
-    /// no, any other yes; muted is black. The media type is not read. FALSE without a connection to
-    /// the bus.
+    /// no, any other yes; muted is black. The media type is not read. Eleven requests. TRUE, also
+    /// without a player.
     virtual BOOL MM_Interface_SetCropDisplayRectangle(EN_MM_INTERFACE_MEDIA_TYPE aMediaType,
                                                       ST_MM_INTERFACE_RECT const& aCrop,
                                                       ST_MM_INTERFACE_RECT const& aDisplay,
