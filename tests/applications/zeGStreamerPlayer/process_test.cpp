@@ -1,6 +1,5 @@
 // The player as a process of its own on a bus of its own.
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -16,6 +15,7 @@
 #include "process/sound_store.h"
 #include "support/bus_watcher.h"
 #include "support/colours.h"
+#include "support/environment.h"
 #include "support/media_server.h"
 #include "support/private_bus.h"
 #include "support/program.h"
@@ -35,11 +35,11 @@ constexpr char kFullName[] = "ContentPlayerService$main";
 class ThePlayerProcess : public testing::Test {
 protected:
     ThePlayerProcess() {
-        setenv("KETRA_VIDEO_SINK", "fakesink", 1);
-        setenv("KETRA_AUDIO_SINK", "fakesink", 1);
-        setenv("KETRA_SNAPSHOT_DIR", folder_.path().c_str(), 1);
-        setenv("KETRA_DOWNLOAD_DIR", folder_.path().c_str(), 1);
-        setenv("KETRA_STATE_DIR", folder_.path().c_str(), 1);
+        environment_.set("KETRA_VIDEO_SINK", "fakesink");
+        environment_.set("KETRA_AUDIO_SINK", "fakesink");
+        environment_.set("KETRA_SNAPSHOT_DIR", folder_.path());
+        environment_.set("KETRA_DOWNLOAD_DIR", folder_.path());
+        environment_.set("KETRA_STATE_DIR", folder_.path());
     }
 
     void start() {
@@ -164,6 +164,7 @@ protected:
         return server_.wasAsked(path);
     }
 
+    testing_support::Environment environment_;
     test::TemporaryFolder folder_;
     testing_support::PrivateBus bus_;
     test::MediaServer server_{KETRA_TEST_MEDIA};
@@ -425,9 +426,9 @@ TEST_F(ThePlayerProcess, SaysAloudThatAnotherPlayerHasItsPlaceOnTheBus) {
 }
 
 TEST_F(ThePlayerProcess, NamesASinkThatDoesNotExistAndWhatItTakesInstead) {
-    setenv("KETRA_AUDIO_SINK", "nosuchsink", 1);
-    unsetenv("PULSE_SERVER");
-    setenv("XDG_RUNTIME_DIR", folder_.path().c_str(), 1);
+    environment_.set("KETRA_AUDIO_SINK", "nosuchsink");
+    environment_.unset("PULSE_SERVER");
+    environment_.set("XDG_RUNTIME_DIR", folder_.path());
     startPlaying();
     EXPECT_TRUE(player_->waitForError("KETRA_AUDIO_SINK=nosuchsink cannot be used; ", seconds(10)))
         << player_->error();
@@ -435,9 +436,8 @@ TEST_F(ThePlayerProcess, NamesASinkThatDoesNotExistAndWhatItTakesInstead) {
 }
 
 TEST_F(ThePlayerProcess, NamesANonsensicalSettingOnceAndRuns) {
-    setenv("KETRA_SCREEN_SIZE", "abc", 1);
+    environment_.set("KETRA_SCREEN_SIZE", "abc");
     start();
-    unsetenv("KETRA_SCREEN_SIZE");
     player_->signal(SIGTERM);
     ASSERT_EQ(player_->waitForExit(), 0);
     const std::string warning = "zeGStreamerPlayer: warning: KETRA_SCREEN_SIZE=abc is no size from "

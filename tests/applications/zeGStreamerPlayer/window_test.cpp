@@ -1,6 +1,5 @@
 // The player with a display: an X server without a screen stands for one.
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -12,6 +11,7 @@
 
 #include "support/bus_watcher.h"
 #include "support/colours.h"
+#include "support/environment.h"
 #include "support/media_server.h"
 #include "support/private_bus.h"
 #include "support/program.h"
@@ -26,21 +26,20 @@ using testing_support::Program;
 class ThePlayersWindow : public testing::Test {
 protected:
     ThePlayersWindow() {
-        setenv("KETRA_AUDIO_SINK", "fakesink", 1);
-        setenv("KETRA_DOWNLOAD_DIR", folder_.path().c_str(), 1);
-        setenv("KETRA_STATE_DIR", folder_.path().c_str(), 1);
-        setenv("KETRA_SNAPSHOT_DIR", folder_.path().c_str(), 1);
+        environment_.set("KETRA_AUDIO_SINK", "fakesink");
+        for (const char* folder : {"KETRA_DOWNLOAD_DIR", "KETRA_STATE_DIR", "KETRA_SNAPSHOT_DIR"}) {
+            environment_.set(folder, folder_.path());
+        }
         for (const char* variable : {"KETRA_VIDEO_SINK", "WAYLAND_DISPLAY"}) {
-            unsetenv(variable);
+            environment_.unset(variable);
         }
     }
-    ~ThePlayersWindow() override { unsetenv("DISPLAY"); }
 
     void SetUp() override {
         const auto number = server_.waitForLine([](const std::string&) { return true; });
         ASSERT_TRUE(number) << server_.error();
         display_ = ":" + *number;
-        setenv("DISPLAY", display_.c_str(), 1);
+        environment_.set("DISPLAY", display_);
         gst_init(nullptr, nullptr);
         ASSERT_TRUE(watcher_.start());
         player_ = std::make_unique<Program>(std::vector<std::string>{KETRA_PLAYER_PROGRAM});
@@ -98,6 +97,7 @@ protected:
         return text;
     }
 
+    testing_support::Environment environment_;
     test::TemporaryFolder folder_;
     // Without -noreset it begins anew when its only client goes, and turns away who comes
     // meanwhile: the player tries a sink out before it uses it.
