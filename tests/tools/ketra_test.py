@@ -61,6 +61,8 @@ class TheScript(unittest.TestCase):
             self.assert_usage(usage, command, "--help")
             self.assert_usage(usage, command, "-h")
             self.assert_usage(usage, "help", command)
+        self.assert_usage("usage: ./ketra push", "push", "--he")
+        self.assert_usage("usage: ./ketra push", "push", "-lh")
         self.assert_usage("usage: ./ketra COMMAND", "help")
         self.assert_usage("usage: ./ketra COMMAND")
 
@@ -73,12 +75,37 @@ class TheScript(unittest.TestCase):
         self.assert_refused("--nonsense", "run", "--json", "--nonsense")
         self.assert_refused("film.mp4", "run", "film.mp4")
         self.assert_refused("--nonsense", "push", "--nonsense", "film.mp4")
-        self.assert_refused("-x", "push", "film.mp4", "-x")
+        self.assert_refused("option -- 'x'", "push", "film.mp4", "-x")
         self.assert_refused("--to", "push", "film.mp4", "--to")
         self.assert_refused("--script", "run", "--script")
         self.assert_refused("--script=x", "run", "--script=x")
-        self.assert_refused("--list=x", "push", "--list=x")
-        self.assert_refused("file", "push")
+        self.assert_refused("'--list'", "push", "--list=x")
+        self.assert_refused("push needs a file; ./ketra push --help", "push")
+        self.assert_refused("one file at a time, not also b", "push", "a", "b")
+        self.assert_refused("--list takes no file", "push", "--list", "film.mp4")
+        self.assert_refused("option '--t' is ambiguous", "push", "film.mp4", "--t", "a")
+        self.assert_refused("option -- 'x'", "push", "-lx")
+        self.assert_refused("argument -- 't'", "push", "-lt")
+        self.assert_refused("--js", "run", "--js")
+        self.assert_refused("-hx", "run", "-hx")
+
+    def test_refuses_what_its_program_refuses(self):
+        """So that wrong use is told before something is built, and right use is not refused."""
+        push = os.environ["KETRA_PUSH_PROGRAM"]
+        for wrong in (["--t", "a", "f"], ["-lx"], ["-lt"], ["--list=x"], ["--nonsense"], ["-l=x"],
+                      ["f", "g"], ["--list", "f"], [], ["--to"], ["--", "-l", "f"], ["-x", "f"]):
+            done = subprocess.run([push, *wrong], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                  stdin=subprocess.DEVNULL, timeout=30, check=False)
+            self.assertEqual(done.returncode, 2, wrong)
+            self.assertEqual(self.ketra("push", *wrong)[0], 2, wrong)
+        nowhere = "/nonexistent/film.mp4"
+        for right in (["--li", "--vers"], ["-li", "lo", "--version"], ["--version", "--interf=lo"],
+                      ["-lilo", "--version"], ["--tim", "2", "-ta", "--version"],
+                      [nowhere, "--ke", "--por=80", "--v"], ["--version", "--", "-l"]):
+            done = subprocess.run([push, *right], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                  stdin=subprocess.DEVNULL, timeout=30, check=False)
+            self.assertEqual(done.returncode, 0, (right, done.stderr))
+            self.assert_accepted("push", *right)
 
     def assert_accepted(self, *arguments):
         status, output, error = self.ketra(*arguments)
@@ -99,7 +126,8 @@ class TheScript(unittest.TestCase):
                 if option != "--help": # the one that shows the usage
                     self.assertIn(option, usage)
                     self.assert_accepted(command, option, *(["5"] if takes_value else []),
-                                         *(["film.mp4"] if command == "push" else []))
+                                         *(["film.mp4"] if command == "push" and
+                                           option not in ("--list", "--version") else []))
 
 
 if __name__ == "__main__":

@@ -3,10 +3,12 @@
 # answered before anything is installed or built. Sourced by ./ketra.
 
 # The options of ketra-tv and ketra-push, once more; a test compares them with what the programs say.
-# Those with ":" behind them take the next word as their value, those with "=" also what stands in the
-# same one: --to=NAME, -tNAME.
+# ketra-tv takes each as it stands; those with ":" behind them take the next word as their value.
+# ketra-push reads its line with getopt_long, and getopt does the same here: --to=NAME, --interf NAME,
+# -tNAME and -lt NAME mean what they mean there.
 run_options=(--ask --allow --deny --json --verbose --script: --trace: --patience: --version)
-push_options=(--list --keep --to= --interface= --timeout= --as= --port= --version -l -t= -i=)
+push_options=list,keep,to:,interface:,timeout:,as:,port:,version,help
+push_letters=hlt:i:
 
 demo_help() {
     cat <<'END'
@@ -87,74 +89,75 @@ wants_help() {
     return 1
 }
 
-# known_option WORD OPTION..: prints the option that WORD is, as it stands in the list.
-known_option() {
-    local word=$1 option
-    shift
-    case $word in
-    --*=*) word=${word%%=*}= ;;
-    -[!-]?*) word=${word:0:2}= ;;
-    esac
-    for option in "$@"; do
-        case $option in
-        "$word" | "$word=" | "$word:")
-            echo "$option"
-            return 0
-            ;;
-        esac
-    done
-    return 1
-}
-
-# check_options COMMAND FILES OPTION.. -- ARG..: FILES is how many words that are no option may be
-# there. Leaves their number in `files` and whether an option stands for one in `fileless`.
-check_options() {
-    local command=$1 most=$2 options=() option word ended=
-    shift 2
-    while [ "$1" != -- ]; do
-        options+=("$1")
-        shift
-    done
-    shift
-    files=0
-    fileless=
+# check_run ARG..: whether ketra-tv knows these options.
+check_run() {
+    local word option
     while [ $# -gt 0 ]; do
         word=$1
         shift
-        if [ -z "$ended" ] && [ "$word" = -- ]; then
-            ended=yes
-        elif [ -z "$ended" ] && [ "$word" != - ] && [ "${word#-}" != "$word" ]; then
-            option=$(known_option "$word" "${options[@]}") ||
-                refuse "$command" "unknown option: $word" || return 2
+        for option in "${run_options[@]}"; do
             case $option in
-            --list | -l | --version) fileless=yes ;;
-            esac
-            if [ "${option%[=:]}" = "$word" ] && [ "$option" != "$word" ]; then
-                [ $# -gt 0 ] || refuse "$command" "$word needs a value" || return 2
+            "$word") continue 2 ;;
+            "$word:")
+                [ $# -gt 0 ] || refuse run "$word needs a value" || return 2
                 shift
-            fi
-        else
-            files=$((files + 1))
-            [ "$files" -le "$most" ] || refuse "$command" "too many arguments: $word" || return 2
-        fi
+                continue 2
+                ;;
+            esac
+        done
+        case $word in
+        -*) refuse run "unknown option: $word" ;;
+        *) refuse run "too many arguments: $word" ;;
+        esac
+        return 2
     done
+}
+
+# check_push ARG..: the same for ketra-push. As there, the last of --list, --version and --help holds.
+check_push() {
+    local words complaint action=push
+    words=$(LC_ALL=C getopt -q -o "$push_letters" -l "$push_options" -- "$@") || {
+        complaint=$(LC_ALL=C getopt -Q -n ketra -o "$push_letters" -l "$push_options" -- "$@" 2>&1) || :
+        complaint=${complaint%%$'\n'*}
+        refuse push "${complaint#ketra: }"
+        return 2
+    }
+    eval set -- "$words"
+    while [ "$1" != -- ]; do
+        case $1 in
+        --list | -l) action=list ;;
+        --version) action=version ;;
+        --help | -h) action=help ;;
+        --keep) ;;
+        *) shift ;; # the value
+        esac
+        shift
+    done
+    shift
+    case $action-$# in
+    help-*)
+        push_help
+        exit 0
+        ;;
+    push-0) refuse push "push needs a file" ;;
+    push-1 | list-0 | version-[01]) ;;
+    list-1) refuse push "--list takes no file: $1" ;;
+    *) refuse push "one file at a time, not also $2" ;;
+    esac
 }
 
 # check_line COMMAND ARG..: 0 when the command can go on, 2 when it was refused; --help is answered
 # and ends ./ketra.
 check_line() {
-    local command=$1 files fileless
+    local command=$1
     shift
     if wants_help "$@"; then
         "${command}_help"
         exit 0
     fi
     case $command in
-    demo) check_options demo 0 -- "$@" ;;
-    run) check_options run 0 "${run_options[@]}" -- "$@" ;;
-    push)
-        check_options push 1 "${push_options[@]}" -- "$@" || return 2
-        [ "$files" = 1 ] || [ -n "$fileless" ] || refuse push "which file?"
-        ;;
+    demo) [ $# -eq 0 ] || refuse demo "demo takes no argument: $1" ;;
+    run) check_run "$@" ;;
+    push) check_push "$@" ;;
     esac
 }
