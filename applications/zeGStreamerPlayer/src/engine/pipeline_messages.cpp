@@ -1,6 +1,7 @@
-// What the pipeline's messages mean: the answers of the media's server, its errors and its end.
+// What becomes of a pipeline's messages, among them its errors and what the media's server says.
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "engine/gstreamer_errors.h"
 #include "engine/pipeline.h"
@@ -41,6 +42,110 @@ std::string errorText(GstMessage* message) {
 }
 
 } // namespace
+
+gboolean Pipeline::onMessage(GstBus*, GstMessage* message, gpointer self) {
+    static_cast<Pipeline*>(self)->handle(message);
+    return G_SOURCE_CONTINUE;
+}
+
+void Pipeline::handle(GstMessage* message) {
+    const bool ours = GST_MESSAGE_SRC(message) == GST_OBJECT(playbin_.get());
+    switch (GST_MESSAGE_TYPE(message)) {
+    case GST_MESSAGE_ERROR:
+        if (!goOnUnasked()) {
+            onError(message);
+        }
+        break;
+    case GST_MESSAGE_ASYNC_DONE:
+        if (ours && step_ == Step::kOpen) {
+            onOpened();
+        } else if (ours && step_ == Step::kMove && !goOnUnasked()) {
+            if (asked_) {
+                asked_->firstMs = playbinPositionMs();
+                if (!asked_->granted) {
+                    asked_->fromMs = 0; // it sends all that there is
+                    refused_ = true;
+                }
+            }
+            report_(EngineMoved{!std::exchange(refused_, false), positionMs(), speed_});
+            positionReported_ = Clock::now();
+            samplePosition();
+            end();
+        } else if (ours && step_ == Step::kLeap) {
+            leaps_->shownMs = playbinPositionMs();
+            end();
+        }
+        break;
+    case GST_MESSAGE_STATE_CHANGED: {
+        GstState now = GST_STATE_VOID_PENDING;
+        GstState pending = GST_STATE_VOID_PENDING;
+        gst_message_parse_state_changed(message, nullptr, &now, &pending);
+        if (ours && step_ == Step::kChangeState && now == state_ &&
+            pending == GST_STATE_VOID_PENDING) {
+            end();
+        } else if (ours && segmentEnded_) {
+            wish(); // plays again after having been moved
+        }
+        break;
+    }
+    case GST_MESSAGE_BUFFERING:
+        if (succession_.underWay()) {
+            break; // the present media is complete
+        }
+        if (buffered_ >= 100) {
+            emptySince_ = Clock::now();
+        }
+        gst_message_parse_buffering(message, &buffered_);
+        if (!leaps_) {
+            report_(EngineBuffering{buffered_});
+        }
+        wish();
+        break;
+    case GST_MESSAGE_STREAM_START:
+        if (const auto taken = succession_.taken(); taken && !retired_ && !renewing_) {
+            onFollowed(*taken);
+        }
+        break;
+    case GST_MESSAGE_EOS:
+        onEnd(gst_message_get_seqnum(message));
+        break;
+    case GST_MESSAGE_SEGMENT_DONE:
+        onSegmentEnd(gst_message_get_seqnum(message));
+        break;
+    case GST_MESSAGE_TAG: {
+        GstTagList* list = nullptr;
+        gst_message_parse_tag(message, &list);
+        const GstOwner<GstTagList> tags(list);
+        // Those of the streams their pads keep.
+        if (gst_tag_list_get_scope(list) == GST_TAG_SCOPE_GLOBAL) {
+            tags_.reset(gst_tag_list_merge(tags_.get(), list, GST_TAG_MERGE_REPLACE));
+        }
+        cover_->take(list);
+        factsStale_ = true;
+        break;
+    }
+    case GST_MESSAGE_DURATION_CHANGED:
+        factsStale_ = true;
+        break;
+    case GST_MESSAGE_LATENCY:
+        gst_bin_recalculate_latency(GST_BIN(playbin_.get()));
+        break;
+    case GST_MESSAGE_CLOCK_LOST:
+        if (idle() && state_ == GST_STATE_PLAYING) {
+            changeState(GST_STATE_PAUSED); // and on again, with the clock that there is now
+        }
+        break;
+    case GST_MESSAGE_ELEMENT:
+        if (gst_message_has_name(message, "http-headers") &&
+            !(GST_IS_ELEMENT(GST_MESSAGE_SRC(message)) &&
+              isSubtitles(GST_ELEMENT(GST_MESSAGE_SRC(message))))) {
+            handleHeaders(*gst_message_get_structure(message));
+        }
+        break;
+    default:
+        break;
+    }
+}
 
 void Pipeline::onEnd(std::uint32_t number) {
     // There may be nothing where the media is moved to, and then its end comes before the move's.
