@@ -250,49 +250,4 @@ TEST(TheSandbox, KeepsCachesWhereTheUserWantsThem) {
     EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
-TEST(TheWorkersFolder, GoesWithItsPlayer) {
-    const test::TemporaryFolder downloads;
-    std::string path;
-    {
-        const WorkerFolder folder(downloads.path());
-        path = folder.path();
-        ASSERT_TRUE(std::filesystem::is_directory(path));
-        std::ofstream(path + "/copy") << "a film";
-    }
-    EXPECT_FALSE(std::filesystem::exists(path));
-}
-
-TEST(TheWorkersFolder, OfAPlayerThatWasKilledGoesWhenTheNextBegins) {
-    const test::TemporaryFolder downloads;
-    const std::string abandoned = downloads.path() + "/zeGStreamerPlayer-killed";
-    std::filesystem::create_directory(abandoned);
-    std::ofstream(abandoned + "/copy") << "a film";
-    std::filesystem::create_directory(downloads.path() + "/holidays");
-    const WorkerFolder running(downloads.path());
-    EXPECT_FALSE(std::filesystem::exists(abandoned));
-    const WorkerFolder another(downloads.path());
-    EXPECT_TRUE(std::filesystem::exists(running.path()));
-    EXPECT_TRUE(std::filesystem::exists(downloads.path() + "/holidays"));
-}
-
-TEST(ACover, IsRemovedWhenItsWorkerIsGone) {
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        _exit(0);
-    }
-    ASSERT_EQ(waitpid(child, nullptr, 0), child);
-    const test::TemporaryFolder folder;
-    const std::string gone = folder.path() + "/cover-" + std::to_string(child) + "-1.jpg";
-    const std::string mine = folder.path() + "/cover-" + std::to_string(getpid()) + "-1.jpg";
-    const std::string other = folder.path() + "/cover-of-a-book.jpg";
-    for (const std::string& file : {gone, mine, other}) {
-        std::ofstream(file) << "a picture";
-    }
-    removeOrphanedCovers(folder.path());
-    EXPECT_FALSE(std::filesystem::exists(gone));
-    EXPECT_TRUE(std::filesystem::exists(mine));
-    EXPECT_TRUE(std::filesystem::exists(other));
-}
-
 } // namespace

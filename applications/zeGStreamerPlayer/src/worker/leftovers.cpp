@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "engine/cover.h"
 #include "logic/numbers.h"
@@ -21,15 +23,27 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kPrefix[] = "zeGStreamerPlayer-";
+/// More players than that do not begin at once.
+constexpr int kAttempts = 100;
 
-/// The folder's descriptor, locked; -1 when somebody else has it or it is none of ours.
+/// The folder's descriptor, locked; -1 and errno when somebody else has it or it is none of ours.
 int lockFolder(const fs::path& folder) {
     const int place = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (place >= 0 && flock(place, LOCK_EX | LOCK_NB) != 0) {
+        const int error = errno;
         close(place);
+        errno = error;
         return -1;
     }
     return place;
+}
+
+/// Whether a folder is still the one that was opened.
+bool isThere(const std::string& folder, int place) {
+    struct stat named {};
+    struct stat opened {};
+    return stat(folder.c_str(), &named) == 0 && fstat(place, &opened) == 0 &&
+           named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
 }
 
 bool beginsWith(const fs::path& path, const char* prefix) {
@@ -51,13 +65,25 @@ void removeAbandoned(const fs::path& parent) {
 
 WorkerFolder::WorkerFolder(const std::string& parent) {
     removeAbandoned(parent);
-    std::string name = parent + "/" + kPrefix + "XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) {
-        logWarning("no folder for copies in " + parent + ": " + std::strerror(errno));
-        return;
+    // Before it is locked, a folder is an abandoned one for another player that begins just now:
+    // then that player has it, or has removed it, and another folder is needed.
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        std::string name = parent + "/" + kPrefix + "XXXXXX";
+        if (mkdtemp(name.data()) == nullptr) {
+            break;
+        }
+        lock_ = lockFolder(name);
+        const bool taken =
+            lock_ >= 0 ? !isThere(name, lock_) : errno == EWOULDBLOCK || errno == ENOENT;
+        if (!taken) {
+            path_ = name; // locked, or nobody can lock anything here
+            return;
+        }
+        if (lock_ >= 0) {
+            close(std::exchange(lock_, -1));
+        }
     }
-    path_ = name;
-    lock_ = lockFolder(path_);
+    logWarning("no folder for copies in " + parent + ": " + std::strerror(errno));
 }
 
 WorkerFolder::~WorkerFolder() {
