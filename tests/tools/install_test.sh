@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# install_test.sh BUILD COMPILER: installs a build aside, builds a middleware of one line with its
-# headers and its libraries, and starts the programs from there.
+# install_test.sh BUILD COMPILER: installs a build aside, builds the middleware of docs/middleware.md
+# with its headers and its libraries, and starts the programs from there.
 set -euo pipefail
 build=$1 compiler=$2
 there=$(mktemp -d)
@@ -23,6 +23,22 @@ END
     "$there/middleware.cpp" -L "$there/lib" -Wl,--no-as-needed -lKetraDMR -lketra-platform \
     -Wl,-rpath,"$there/lib"
 LD_BIND_NOW=1 "$there/middleware"
+
+# The page's program, built with its own line, which has this installation and compiler in it. Without
+# a bus it says so, whatever a machine has at the companions' place.
+middleware=$(dirname "$0")/../../docs/middleware.md
+sed -n '/^```cpp$/,/^```$/{//!p}' "$middleware" >"$there/small_middleware.cpp"
+line=$(sed -n '/^g++ .*\\$/,/[^\]$/p' "$middleware" | sed 's/\\$//' | tr '\n' ' ')
+[ -n "$line" ] || { echo "there is no line to build with in $middleware" >&2; exit 1; }
+line=$(printf '%s' "$line" | sed "s|^g++|$compiler -Wall -Wextra -Werror|; s|DIR|$there|g")
+(cd "$there" && eval "$line")
+status=0
+said=$(cd "$there" && env -u KETRA_BUS_ADDRESS -u DBUS_SESSION_BUS_ADDRESS LD_BIND_NOW=1 \
+    ./small_middleware 2>&1 >/dev/null) || status=$?
+[ "$status" = 1 ] && [ "$said" = "no state bus" ] || {
+    echo "without a bus the middleware said \"$said\" and ended with status $status" >&2
+    exit 1
+}
 for program in ketra-tv ketra-push sbus; do
     "$there/bin/$program" --help >/dev/null
 done
