@@ -106,9 +106,11 @@ The state bus is the one that KETRA_BUS_ADDRESS names, else
 DBUS_SESSION_BUS_ADDRESS. Pictures go to the folder KETRA_SNAPSHOT_DIR, else
 into the one where ketra-tv was started. The companions have further settings
 in KETRA_... variables.
-Exit status: 0 ended as asked, 2 wrong use or a line that is no command, 3 the
-renderer did not start, 4 no state bus, 5 a companion is missing, 6 a wait of
-the script was in vain, 7 a command of the --script was refused.
+Exit status: 0 ended as asked, 2 wrong use or a line that is no command, 3 a
+companion ended by itself (it says why), another television has the bus, or the
+library did not start, 4 no state bus, 5 a companion is not installed, or runs
+but did not appear within the patience, 6 a wait of the script was in vain, 7 a
+command of the --script was refused.
 )";
 
 } // namespace

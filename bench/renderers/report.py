@@ -150,6 +150,9 @@ as root, or as a user who may make namespaces. It installs the two others.
 {machine}; load of the machine when the run ended: {load} (1 minute).
 
 {table}
+"At most" is the limit that Vantor2 is held to: its median shall not be above it, and `compare` names
+the lines where it is. Lines without a limit are there to be compared.
+
 The renderers take turns, one at a time: in each round every one is started and measured alone, then
 started again and measured with a film; who was first in one round is last in the next.
 
@@ -167,6 +170,9 @@ started again and measured with a film; who was first in one round is last in th
   (`bench/renderers/picture_witness.cpp`). The film is 640x360 H.264 with AAC in MP4, over HTTP from
   the controller's host; four are played in a row, and the first of a process, for which GStreamer
   loads its plugins, has a line of its own. gmediarender says PLAYING before it plays.
+- Memory is the proportional set size (PSS): a page that several processes share counts in parts. Of
+  "the process" only the daemon runs; of "the whole renderer" the player's two processes run beside
+  it, which share libraries with it, and all three are added up.
 - Idle: for seven seconds, nobody connected. The processor's time is the kernel's for the process;
   context switches are those of all its threads.
 - Endurance, one run each: polls over eight connections; subscriptions sixteen at once, each waits for
