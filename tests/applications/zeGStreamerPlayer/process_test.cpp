@@ -2,8 +2,11 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <iterator>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <poll.h>
@@ -109,8 +112,63 @@ protected:
         EXPECT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
     }
 
+    void play(const std::string& path) {
+        ASSERT_TRUE(watcher_.command("seturi", kInstance, server_.address(path).c_str()));
+        ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+    }
+
+    /// Replaces the media worker by one that was stopped before it had a thread of its own, so
+    /// before it could answer anything. 0 when none is caught in time.
+    pid_t haveOneStandStillAtItsStart() const {
+        const auto end = std::chrono::steady_clock::now() + seconds(20);
+        pid_t before = worker();
+        if (before == 0) {
+            return 0;
+        }
+        kill(before, SIGKILL);
+        while (std::chrono::steady_clock::now() < end) {
+            const pid_t now = worker();
+            const std::string process = "/proc/" + std::to_string(now);
+            std::string arguments;
+            std::getline(std::ifstream(process + "/cmdline"), arguments);
+            if (now == 0 || now == before ||
+                arguments.find("--media-worker") == std::string::npos) {
+                continue;
+            }
+            kill(now, SIGSTOP);
+            const std::filesystem::directory_iterator threads(process + "/task");
+            if (std::distance(begin(threads), std::filesystem::end(threads)) == 1) {
+                return now;
+            }
+            before = now; // too late
+            kill(before, SIGKILL);
+        }
+        return 0;
+    }
+
     /// Waits until the middle of the screen has this colour.
     bool screenIs(char colour) {
+        return screenShows([colour](const test::Picture& picture) {
+            return test::colourOf(picture.middle()) == colour;
+        });
+    }
+
+    /// Waits until the left half of the screen has these colours in its corners, row by row, and
+    /// the right one is black.
+    bool leftHalfIs(const std::string& corners) {
+        return screenShows([&corners](const test::Picture& picture) {
+            std::string colours;
+            for (const int y : {60, 1020}) {
+                for (const int x : {60, 900}) {
+                    colours += test::colourOf(picture.at(x, y));
+                }
+            }
+            return colours == corners && test::colourOf(picture.at(1000, 540)) == 'k' &&
+                   test::colourOf(picture.at(1900, 540)) == 'k';
+        });
+    }
+
+    bool screenShows(const std::function<bool(const test::Picture&)>& looks) {
         gst_init(nullptr, nullptr);
         const std::string file = folder_.path() + "/idle.png";
         const auto end = std::chrono::steady_clock::now() + seconds(40);
@@ -121,7 +179,7 @@ protected:
                 poll(nullptr, 0, 10);
             }
             const test::Picture picture = test::readPicture(file);
-            if (picture.width > 0 && test::colourOf(picture.middle()) == colour) {
+            if (picture.width == 1920 && looks(picture)) {
                 return true;
             }
         }
@@ -259,6 +317,36 @@ TEST_F(ThePlayerProcess, ReplacesAMediaWorkerThatIsKilled) {
     EXPECT_EQ(player::loadSound(folder_.path()).volume, 60u);
 }
 
+TEST_F(ThePlayerProcess, ShowsThePictureInANewMediaWorkerAsTheViewerWantsIt) {
+    start();
+    for (const auto& [word, value] : {std::pair{"DispRect_u16Width", "960"},
+                                      {"DispRect_u16Height", "1080"},
+                                      {"SetCropDisplayRectangle", ""},
+                                      {"DisplayAspectRatio", "1"}}) {
+        ASSERT_TRUE(custom(word, value)) << word;
+    }
+    play("/good/corners.mp4");
+    ASSERT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
+    ASSERT_TRUE(custom("Rotate", "180"));
+    ASSERT_TRUE(leftHalfIs("wbgr"));
+    const pid_t first = worker();
+    ASSERT_NE(first, 0);
+    kill(first, SIGKILL);
+    expectLossAndRecovery(first);
+    // What is the viewer's holds, what was the media's went with it.
+    play("/good/corners.mp4");
+    EXPECT_TRUE(leftHalfIs("rgbw")) << player_->error();
+    // What is said of a media while it waits for a new worker is said of that media.
+    const pid_t second = worker();
+    ASSERT_NE(second, 0);
+    kill(second, SIGSTOP);
+    play("/good/corners.mp4");
+    ASSERT_TRUE(custom("Rotate", "090"));
+    ASSERT_TRUE(player_->waitForError("the media worker stands still", seconds(20)));
+    ASSERT_NE(replacementOf(second), 0);
+    EXPECT_TRUE(leftHalfIs("brwg")) << player_->error();
+}
+
 TEST_F(ThePlayerProcess, LosesTheSongThatPlaysWithAWorkerThatPreparesTheNextOne) {
     start();
     int round = 0;
@@ -344,6 +432,28 @@ TEST_F(ThePlayerProcess, ReplacesAMediaWorkerThatStandsStillForTenSeconds) {
     kill(old, SIGSTOP);
     expectLossAndRecovery(old);
     EXPECT_GE(std::chrono::steady_clock::now() - began, seconds(9));
+}
+
+TEST_F(ThePlayerProcess, ReplacesAMediaWorkerThatStandsStillRightAtItsStart) {
+    start();
+    const pid_t still = haveOneStandStillAtItsStart();
+    ASSERT_NE(still, 0);
+    EXPECT_TRUE(player_->waitForError("the media worker stands still", seconds(20)));
+    EXPECT_NE(replacementOf(still), 0);
+    play("/good/film.mp4");
+    EXPECT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
+    EXPECT_EQ(states(), (std::vector<int>{1, 5, 4}));
+}
+
+TEST_F(ThePlayerProcess, PlaysWhatIsPushedWhileItsMediaWorkerStandsStillAtItsStart) {
+    start();
+    const pid_t still = haveOneStandStillAtItsStart();
+    ASSERT_NE(still, 0);
+    play("/good/film.mp4");
+    EXPECT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
+    EXPECT_EQ(states(), (std::vector<int>{1, 5, 4}));
+    EXPECT_NE(worker(), still);
+    EXPECT_TRUE(screenIs('r')) << player_->error();
 }
 
 TEST_F(ThePlayerProcess, LimitsTheMemoryOfItsMediaWorker) {

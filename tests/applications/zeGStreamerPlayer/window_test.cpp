@@ -1,8 +1,12 @@
 // The player with a display: an X server without a screen stands for one.
 
+#include <csignal>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <poll.h>
 #include <unistd.h>
@@ -160,6 +164,24 @@ TEST_F(ThePlayersWindow, CoversTheWholeDisplayOnRequest) {
     ASSERT_TRUE(custom("FullScreen", "0"));
     EXPECT_TRUE(waitForPixel(500, 180, test::isBlack)) << player_->error();
     EXPECT_TRUE(waitForWindow(test::isGreen));
+}
+
+TEST_F(ThePlayersWindow, CoversTheWholeDisplayInANewMediaWorkerToo) {
+    play("/good/photo.png");
+    ASSERT_TRUE(waitForWindow(test::isGreen)) << player_->error() << told();
+    ASSERT_TRUE(custom("FullScreen", "1"));
+    ASSERT_TRUE(waitForPixel(500, 180, test::isGreen)) << player_->error() << told();
+    const std::string self = std::to_string(player_->pid());
+    pid_t worker = 0;
+    std::ifstream("/proc/" + self + "/task/" + self + "/children") >> worker;
+    ASSERT_GT(worker, 0);
+    kill(worker, SIGKILL);
+    ASSERT_TRUE(
+        watcher_.waitFor([](const std::vector<Notice>& notices) { return notices.back().error; }));
+    ASSERT_TRUE(waitForPixel(500, 180, test::isBlack)) << told(); // the window went with it
+    play("/good/photo.png");
+    EXPECT_TRUE(waitForPixel(500, 180, test::isGreen)) << player_->error() << told();
+    EXPECT_TRUE(waitForPixel(20, 10, test::isBlack)); // 2:1 on 16:9
 }
 
 } // namespace
