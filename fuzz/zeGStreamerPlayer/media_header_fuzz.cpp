@@ -1,6 +1,7 @@
-// The first bytes of a photo or of a transport stream, looked at before any decoder.
+// The first bytes of a photo, a transport stream or a Matroska film, looked at before any decoder.
 #include "check.h"
 #include "engine/image_type.h"
+#include "engine/matroska.h"
 #include "engine/transport_stream.h"
 #include "input.h"
 
@@ -14,5 +15,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // What is known stays known when more arrives.
     const auto early = programsIn(data, size / 2);
     FUZZ_CHECK(!early || programs == early);
+    const auto length = statesLength(data, size);
+    const auto earlyLength = statesLength(data, size / 2);
+    FUZZ_CHECK(!earlyLength || length == earlyLength);
     return 0;
 }

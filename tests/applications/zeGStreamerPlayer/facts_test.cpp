@@ -202,4 +202,40 @@ TEST_F(WhatIsTold, CallsAFilmWhatItsFileCallsIt) {
     EXPECT_TRUE(waitForItem("title:The Film")) << items();
 }
 
+/// Recorders and browsers write so: how long it becomes is not known when it begins.
+TEST_F(WhatIsTold, OfAFilmThatDoesNotSayHowLongItIsIsWhereItIs) {
+    const test::MediaServer server(KETRA_TEST_MEDIA);
+    for (const char* const manner : {"/stream/", "/good/"}) {
+        const std::string address = server.address(std::string(manner) + "endless.webm");
+        open(address);
+        EXPECT_EQ(player_.last().track.durationSec, 0u);
+        ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec >= 2; }))
+            << manner;
+        EXPECT_EQ(player_.last().track.durationSec, 0u) << manner;
+        EXPECT_EQ(player_.last().positionPercent, 0u) << manner;
+        if (player_.last().supportedSeekModes.empty()) {
+            EXPECT_EQ(manner, std::string("/stream/"));
+        } else {
+            ASSERT_TRUE(player_->seek(1000));
+            EXPECT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 1; }));
+            ASSERT_TRUE(player_->seek(2000));
+            EXPECT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 2; }));
+            ASSERT_TRUE(player_->setSpeed(*Speed::fromText("-2")));
+            EXPECT_TRUE(player_.waitUntil([this] {
+                return player_.last().positionSec < 2 && player_.last().speed.isBackward();
+            })) << player_.log();
+        }
+        ASSERT_TRUE(player_.setMedia(
+            address, "<DIDL-Lite xmlns='urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/'><item>"
+                     "<res duration='0:00:04' protocolInfo='http-get:*:video/webm:*'>" +
+                         address + "</res></item></DIDL-Lite>"));
+        ASSERT_TRUE(player_->play(Speed()));
+        ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
+        ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec >= 1; }));
+        EXPECT_EQ(player_.last().track.durationSec, 4u) << "as the description says";
+        EXPECT_TRUE(player_.waitForState(PlayerState::kFinished));
+        EXPECT_EQ(player_.last().error, player::PlayerError::kNone) << player_.log();
+    }
+}
+
 } // namespace

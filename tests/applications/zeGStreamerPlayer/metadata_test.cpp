@@ -8,6 +8,7 @@
 
 #include "engine/gstreamer_errors.h"
 #include "engine/image_type.h"
+#include "engine/matroska.h"
 #include "engine/transport_stream.h"
 #include "logic/numbers.h"
 #include "logic/play_request.h"
@@ -431,6 +432,44 @@ TEST(ATransportStream, HasATableThatMayBeLongerThanAPacket) {
     EXPECT_EQ(programsOf({first}), std::nullopt);
     EXPECT_EQ(programsOf({first, second}), 60u);
     EXPECT_EQ(programsOf({second, first}), std::nullopt); // it begins somewhere
+}
+
+/// What stands between a WebM file's header and its pictures, in a segment without a size.
+std::optional<bool> lengthStatedIn(const std::string& parts) {
+    const std::string file =
+        std::string("\x1A\x45\xDF\xA3\x84\x42\x86\x81\x01\x18\x53\x80\x67\x01", 14) +
+        std::string(7, '\xFF') + parts;
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(file.data());
+    std::optional<bool> known;
+    for (std::size_t size = 0; size <= file.size(); ++size) {
+        const std::optional<bool> stated = statesLength(bytes, size);
+        EXPECT_TRUE(!known || stated == known) << size;
+        known = stated;
+    }
+    return known;
+}
+
+TEST(AWebmFile, SaysWhetherItKnowsItsLength) {
+    using namespace std::string_literals;
+    const std::string scale = "\x2A\xD7\xB1\x83\x0F\x42\x40"s;
+    const std::string info = "\x15\x49\xA9\x66"s;
+    const std::string space = "\xEC\x40\x02zz"s; // a size in two bytes
+    const std::string tracks = "\x16\x54\xAE\x6B\x82zz"s;
+    const std::string pictures = "\x1F\x43\xB6\x75\xFF"s;
+    const std::string four = "\x44\x89\x84\x45\x7A\x00\x00"s; // 4000
+    const std::string eight = "\x44\x89\x88\x40\xAF\x40\x00\x00\x00\x00\x00"s;
+    EXPECT_EQ(lengthStatedIn(space + info + "\x8E" + scale + four), true);
+    EXPECT_EQ(lengthStatedIn(tracks + info + "\x92" + scale + eight), true);
+    EXPECT_EQ(lengthStatedIn(info + "\x87" + scale), false);
+    EXPECT_EQ(lengthStatedIn(info + "\x87" + "\x44\x89\x84\0\0\0\0"s), false); // zero
+    EXPECT_EQ(lengthStatedIn(info + "\x83" + "\x44\x89\x80"s), false);
+    EXPECT_EQ(lengthStatedIn(info + "\x8E" + scale), std::nullopt); // there is more to come
+    EXPECT_EQ(lengthStatedIn(pictures + info + "\x87" + scale), std::nullopt);
+    EXPECT_EQ(lengthStatedIn("\x00\x00\x00"s), std::nullopt);
+    EXPECT_EQ(lengthStatedIn("\xEC\x01\xFF\xFF\xFF\xFF\xFF\xFF\xFE"s), std::nullopt);
+    EXPECT_EQ(statesLength(nullptr, 0), std::nullopt);
+    const std::uint8_t other[] = {'R', 'I', 'F', 'F', 0, 0, 0, 0};
+    EXPECT_EQ(statesLength(other, sizeof other), std::nullopt);
 }
 
 TEST(APictureFile, IsRecognisedByItsFirstBytes) {

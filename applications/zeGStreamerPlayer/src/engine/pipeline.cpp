@@ -10,6 +10,7 @@
 
 #include "engine/facts_reader.h"
 #include "engine/image_type.h"
+#include "engine/matroska.h"
 #include "engine/over_black.h"
 #include "engine/picture_chain.h"
 #include "engine/sinks.h"
@@ -23,6 +24,8 @@ namespace {
 /// possible. (The flags' type is not in any header of GStreamer.)
 constexpr unsigned kPlayFlagDownload = 0x80;
 constexpr std::chrono::seconds kPositionInterval{1};
+/// More is not read before the media is open.
+constexpr std::chrono::seconds kReadAhead{10};
 
 /// What is estimated while the media plays wobbles: it stays as it was told until it is another by
 /// an eighth of the bits or a second of the length.
@@ -341,13 +344,21 @@ void Pipeline::applySound() {
 MediaFacts Pipeline::facts() {
     MediaClues clues;
     clues.tags = tags_.get();
+    bool lengthStated = true;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         clues.capsName = capsName_;
         clues.imageType = imageTypeOf(header_.data(), header_.size());
+        lengthStated = statesLength(header_.data(), header_.size()).value_or(true);
         clues.programs = programsIn(header_.data(), header_.size()).value_or(0);
     }
     MediaFacts facts = readFacts(playbin_.get(), clues);
+    if (!lengthStated) {
+        // GStreamer tells how far it has read, unless it has looked for the end when it began.
+        const bool found = facts.durationMs >= std::chrono::milliseconds(kReadAhead).count();
+        facts.durationMs = opened_ ? known_.durationMs : found ? facts.durationMs : -1;
+        facts.durationExact = false;
+    }
     facts.coverUri = cover_->uri();
     facts.coverMimeType = cover_->mimeType();
     if (facts.seekable) {

@@ -117,6 +117,7 @@ private:
     static GstPadProbeReturn onFirstData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onStreamData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstPadProbeReturn onMatroskaData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onImageData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
     void handle(GstMessage* message);

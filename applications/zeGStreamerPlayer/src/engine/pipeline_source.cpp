@@ -8,6 +8,7 @@
 #include <gio/gio.h>
 
 #include "engine/image_type.h"
+#include "engine/matroska.h"
 #include "engine/picture_chain.h"
 #include "engine/pipeline.h"
 #include "engine/transport_stream.h"
@@ -30,6 +31,11 @@ constexpr std::uint64_t kMostPixels = 128'000'000;
 /// By then a photo has said what it is, however much its camera had to tell before, and a transport
 /// stream its programmes.
 constexpr std::size_t kHeaderBytes = 1 << 20;
+
+bool isMatroska(const std::string& type) {
+    return type == "video/x-matroska" || type == "audio/x-matroska" || type == "video/webm" ||
+           type == "audio/webm";
+}
 
 std::string factoryName(GstElement* element) {
     GstElementFactory* const factory = gst_element_get_factory(element);
@@ -266,10 +272,13 @@ void Pipeline::onHaveType(GstElement* typefind, guint, GstCaps* caps, gpointer s
     if (image) {
         pipeline->unhurried_ = false; // it has to be there as a whole
     }
-    if (image || name == "video/mpegts") {
+    const GstPadProbeCallback look = image                    ? &Pipeline::onImageData
+                                     : name == "video/mpegts" ? &Pipeline::onStreamData
+                                     : isMatroska(name)       ? &Pipeline::onMatroskaData
+                                                              : nullptr;
+    if (look != nullptr) {
         const GstOwner<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
-        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER,
-                          image ? &Pipeline::onImageData : &Pipeline::onStreamData, self, nullptr);
+        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, look, self, nullptr);
     }
 }
 
@@ -292,6 +301,21 @@ GstPadProbeReturn Pipeline::onStreamData(GstPad*, GstPadProbeInfo* info, gpointe
     const std::lock_guard<std::mutex> lock(pipeline->mutex_);
     const std::vector<std::uint8_t>& bytes = pipeline->header_;
     return pipeline->keepHeader(info) && !programsIn(bytes.data(), bytes.size()) &&
+                   bytes.size() < kHeaderBytes
+               ? GST_PAD_PROBE_OK
+               : GST_PAD_PROBE_REMOVE;
+}
+
+/// Looks for the length of a Matroska film.
+GstPadProbeReturn Pipeline::onMatroskaData(GstPad*, GstPadProbeInfo* info, gpointer self) {
+    auto* const pipeline = static_cast<Pipeline*>(self);
+    const std::lock_guard<std::mutex> lock(pipeline->mutex_);
+    const std::vector<std::uint8_t>& bytes = pipeline->header_;
+    const bool fetched = (GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_PULL) != 0;
+    if (fetched && GST_PAD_PROBE_INFO_OFFSET(info) != bytes.size()) {
+        return GST_PAD_PROBE_REMOVE; // what is wanted is elsewhere
+    }
+    return pipeline->keepHeader(info) && !statesLength(bytes.data(), bytes.size()) &&
                    bytes.size() < kHeaderBytes
                ? GST_PAD_PROBE_OK
                : GST_PAD_PROBE_REMOVE;
