@@ -79,6 +79,8 @@ class TheScript(unittest.TestCase):
         self.assert_refused("--to", "push", "film.mp4", "--to")
         self.assert_refused("--script", "run", "--script")
         self.assert_refused("--script=x", "run", "--script=x")
+        for marked in ("--script:", "--trace:", "--patience:"):
+            self.assert_refused(f"unknown option: {marked}", "run", marked)
         self.assert_refused("'--list'", "push", "--list=x")
         self.assert_refused("push needs a file; ./ketra push --help", "push")
         self.assert_refused("one file at a time, not also b", "push", "a", "b")

@@ -96,14 +96,12 @@ check_run() {
         word=$1
         shift
         for option in "${run_options[@]}"; do
-            case $option in
-            "$word") continue 2 ;;
-            "$word:")
+            [ "$word" = "${option%:}" ] || continue
+            if [ "$word" != "$option" ]; then
                 [ $# -gt 0 ] || refuse run "$word needs a value" || return 2
                 shift
-                continue 2
-                ;;
-            esac
+            fi
+            continue 2
         done
         case $word in
         -*) refuse run "unknown option: $word" ;;
