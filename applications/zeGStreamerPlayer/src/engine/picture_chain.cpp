@@ -82,6 +82,8 @@ void onStream(GstElement*, GstPad* pad, gpointer playbin) {
     const std::string format = formatOf(pad);
     if (format == "video/x-raw") {
         listen(pad, playbin);
+        // It may be on its way to the screen before it says how the camera was held.
+        turn(GST_ELEMENT(playbin));
     }
     for (const char* const other : {"video/", "image/", "audio/"}) {
         if (format.rfind(other, 0) == 0) {
