@@ -221,8 +221,10 @@ TEST_F(WhatIsTold, OfAFilmThatDoesNotSayHowLongItIsIsWhereItIs) {
             ASSERT_TRUE(player_->seek(2000));
             EXPECT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 2; }));
             ASSERT_TRUE(player_->setSpeed(*Speed::fromText("-2")));
+            EXPECT_TRUE(player_.waitUntil([this] { return player_.last().speed.isBackward(); }))
+                << player_.log();
             EXPECT_TRUE(player_.waitUntil([this] {
-                return player_.last().positionSec < 2 && player_.last().speed.isBackward();
+                return player_.last().positionSec < 2 && player_.last().speed.isNormal();
             })) << player_.log();
         }
         ASSERT_TRUE(player_.setMedia(
