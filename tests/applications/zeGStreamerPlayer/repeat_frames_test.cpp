@@ -179,7 +179,8 @@ TEST_P(ARepeatedFile, GoesOnBeyondItsEndFromItsLastMoments) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfAKind, ARepeatedFile,
-                         testing::Values("/good/counted.mp4", "/good/counted.avi"),
+                         testing::Values("/good/counted.mp4", "/good/counted.avi",
+                                         "/good/counted.ts"),
                          [](const auto& one) { return test::caseName(one.param); });
 
 /// Where it is marked counts, not which mark comes first, nor that the film is still on its way.
@@ -248,7 +249,8 @@ TEST_P(APartOfAFilmTooLargeToKeep, IsRepeatedAndLeft) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfAKind, APartOfAFilmTooLargeToKeep,
-                         testing::Values("/good/counted.mp4", "/good/counted.avi"),
+                         testing::Values("/good/counted.mp4", "/good/counted.avi",
+                                         "/good/counted.ts"),
                          [](const auto& one) { return test::caseName(one.param); });
 
 /// Its demuxer cannot end a film somewhere: the player looks when the end has passed.

@@ -293,6 +293,12 @@ TEST_F(AFilmTooLargeToKeep, RunsBothWays) {
     expectToRun({"-8", 8}, 1900);
 }
 
+TEST_F(AFilmTooLargeToKeep, RunsBothWaysAsATransportStream) {
+    play("/good/counted.ts");
+    expectToRun({"4", 20}, 100);
+    expectToRun({"-8", 8}, 1700);
+}
+
 /// Its server answers no Range; it finds times and scales itself.
 class ATimedFilm : public ACountedFilm {
 protected:

@@ -26,7 +26,7 @@ constexpr std::array kMimeTypes = {
     NamePair{"audio/x-flac", "audio/flac"},
     NamePair{"audio/x-wav", "audio/wav"},
     NamePair{"application/x-icy", "audio/mpeg"},
-    NamePair{kTransportStream, "video/vnd.dlna.mpeg-tts"},
+    NamePair{kTransportStream, kTransportStreamType},
     NamePair{"video/x-msvideo", "video/x-msvideo"},
 };
 
@@ -247,7 +247,7 @@ MediaFacts readFacts(GstElement* playbin, const MediaClues& clues) {
         facts.programs = clues.capsName == kTransportStream ? clues.programs : 1;
     }
     gint64 duration = -1;
-    if (gst_element_query_duration(playbin, GST_FORMAT_TIME, &duration) && duration >= 0) {
+    if (gst_element_query_duration(playbin, GST_FORMAT_TIME, &duration) && duration > 0) {
         facts.durationMs = duration / GST_MSECOND;
         facts.durationExact = std::find(kExactContainers.begin(), kExactContainers.end(),
                                         clues.capsName) != kExactContainers.end();

@@ -9,6 +9,9 @@
 
 namespace player {
 
+/// A transport stream as mimeTypeForCaps calls it.
+inline constexpr char kTransportStreamType[] = "video/vnd.dlna.mpeg-tts";
+
 /// What a stream type as GStreamer names it is called on the network: "video/quicktime" becomes
 /// "video/mp4". Types that name no kind are completed with `kind`.
 std::string mimeTypeForCaps(const std::string& capsName, MediaKind kind);

@@ -28,9 +28,16 @@ constexpr std::chrono::seconds kPositionInterval{1};
 constexpr std::chrono::seconds kReadAhead{10};
 
 /// What is estimated while the media plays wobbles: it stays as it was told until it is another by
-/// an eighth of the bits or a second of the length.
-void steady(MediaFacts& facts, const MediaFacts& told) {
+/// an eighth of the bits or a second of the length. The length of a transport stream is estimated
+/// from what was read of it in one go, which is mostly too little after it was moved: it stays,
+/// too, when it would be another by a sixteenth.
+void steady(MediaFacts& facts, const MediaFacts& told, bool moved) {
     constexpr std::int64_t kSecondMs = 1000;
+    const bool wild = moved && facts.mimeType == kTransportStreamType &&
+                      std::abs(facts.durationMs - told.durationMs) > told.durationMs / 16;
+    if (told.durationMs >= 0 && (facts.durationMs < 0 || wild)) {
+        facts.durationMs = told.durationMs;
+    }
     const unsigned bits = std::max(facts.bitrate, told.bitrate);
     if (bits - std::min(facts.bitrate, told.bitrate) < told.bitrate / 8) {
         facts.bitrate = told.bitrate;
@@ -312,7 +319,7 @@ void Pipeline::onTimer() {
     if (factsStale_ && idle() && !succession_.underWay()) {
         factsStale_ = false;
         MediaFacts now_known = facts();
-        steady(now_known, known_);
+        steady(now_known, known_, moved_);
         if (now_known != known_) {
             known_ = std::move(now_known);
             report_(EngineFacts{known_});

@@ -202,6 +202,7 @@ private:
     bool wishQueued_ = false;
     GstState state_ = GST_STATE_PAUSED; ///< reached, or being gone to
     bool saidPlaying_ = false;
+    bool moved_ = false;    ///< by GStreamer, since it was opened
     bool renewing_ = false; ///< another pipeline takes this one's place
     bool animated_ = false; ///< a picture that moves by itself, without being played
     bool answered_ = false;

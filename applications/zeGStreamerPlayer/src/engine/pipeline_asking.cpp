@@ -5,6 +5,7 @@
 #include <cmath>
 #include <utility>
 
+#include "engine/facts_reader.h"
 #include "engine/pipeline.h"
 #include "process/log.h"
 
@@ -100,7 +101,7 @@ std::int64_t Pipeline::askedPositionMs() const {
 /// does not end there, GStreamer's demuxer of MPEG-TS shows nothing of a film with an end, and the
 /// others go past it, or never beyond it, when they read in order.
 bool Pipeline::followsPart() const {
-    return asksServer() || known_.mimeType == "video/vnd.dlna.mpeg-tts" || !keepsCopy();
+    return asksServer() || known_.mimeType == kTransportStreamType || !keepsCopy();
 }
 
 void Pipeline::followPart() {

@@ -132,6 +132,7 @@ bool Pipeline::seekTo(int flags, std::int64_t from) {
         rate, GST_FORMAT_TIME, static_cast<GstSeekFlags>(flags), GST_SEEK_TYPE_SET,
         speed_.isBackward() ? first : here, GST_SEEK_TYPE_SET, speed_.isBackward() ? here : last);
     seekNumber_ = gst_event_get_seqnum(event);
+    moved_ = true;
     return gst_element_send_event(playbin_.get(), event) != FALSE;
 }
 
@@ -201,6 +202,7 @@ void Pipeline::leap() {
         return; // the key frame that is shown is still the one before here
     }
     begin(Step::kLeap);
+    moved_ = true;
     // MPEG has no table of its key frames: asked for the nearest one its demuxers lead to any
     // frame, whose picture cannot be decoded without those before it.
     const bool hasTable = known_.mimeType.find("mpeg") == std::string::npos;

@@ -56,6 +56,7 @@ void Pipeline::onFollowed(const Succession::Taken& taken) {
     tags_.reset();
     cover_ = std::make_unique<Cover>(settings_.snapshotDir);
     markA_.reset();
+    moved_ = false;
     answersRanges_ = std::exchange(nextAnswersRanges_, false);
     copyWhole_ = false;
     contentFeatures_ = nextAnswer_ ? nextAnswer_->contentFeatures : "";

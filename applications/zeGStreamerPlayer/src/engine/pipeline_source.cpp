@@ -7,6 +7,7 @@
 
 #include <gio/gio.h>
 
+#include "engine/clean_seek.h"
 #include "engine/image_type.h"
 #include "engine/matroska.h"
 #include "engine/picture_chain.h"
@@ -214,6 +215,8 @@ void Pipeline::onElementSetup(GstElement*, GstElement* element, gpointer self) {
         g_signal_connect(element, "have-type", G_CALLBACK(&Pipeline::onHaveType), self);
     } else if (factory == "downloadbuffer") {
         pipeline->setUpDownload(element);
+    } else if (factory == "tsdemux") {
+        makeSeeksClean(element);
     } else if (factory == "volume") {
         const std::lock_guard<std::mutex> lock(pipeline->mutex_);
         pipeline->volumes_.emplace_back(GST_ELEMENT(gst_object_ref(element)));
