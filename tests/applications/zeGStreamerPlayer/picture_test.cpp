@@ -255,7 +255,9 @@ TEST_P(AGlassPhoto, IsShownOverBlack) {
     const test::Picture screen = player.screen();
     ASSERT_EQ(screen.width, test::kScreenWidth);
     const int middle = screen.height / 2;
-    EXPECT_EQ(test::colourOf(screen.at(20, middle)), 'k');
+    // Not the first of its pixels: of 16 bits GStreamer (1.22) makes that one out of what is in the
+    // memory before the picture.
+    EXPECT_EQ(test::colourOf(screen.at(170, middle)), 'k');
     EXPECT_EQ(test::colourOf(screen.at(620, middle)), 'g');
     const test::Pixel half = screen.at(373, middle);
     for (const int part : {half.red, half.green, half.blue}) {
