@@ -1,8 +1,10 @@
 // What the player tells about media, item by item, of real files that have it.
 
+#include <cstdint>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -33,6 +35,8 @@ std::string itemsOf(std::string text) {
 
 class WhatIsTold : public testing::Test {
 protected:
+    explicit WhatIsTold(std::uint64_t copyLimit = 1 << 30) : player_(folder_.path(), copyLimit) {}
+
     void open(const std::string& address) {
         ASSERT_TRUE(player_.setMedia(address));
         ASSERT_TRUE(player_->play(Speed()));
@@ -53,7 +57,7 @@ protected:
     }
 
     test::TemporaryFolder folder_;
-    test::RecordedPlayer player_{folder_.path()};
+    test::RecordedPlayer player_;
 };
 
 struct Known {
@@ -203,41 +207,58 @@ TEST_F(WhatIsTold, CallsAFilmWhatItsFileCallsIt) {
 }
 
 /// Recorders and browsers write so: how long it becomes is not known when it begins.
-TEST_F(WhatIsTold, OfAFilmThatDoesNotSayHowLongItIsIsWhereItIs) {
-    const test::MediaServer server(KETRA_TEST_MEDIA);
-    for (const char* const manner : {"/stream/", "/good/"}) {
-        const std::string address = server.address(std::string(manner) + "endless.webm");
-        open(address);
-        EXPECT_EQ(player_.last().track.durationSec, 0u);
-        ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec >= 2; }))
-            << manner;
-        EXPECT_EQ(player_.last().track.durationSec, 0u) << manner;
-        EXPECT_EQ(player_.last().positionPercent, 0u) << manner;
-        if (player_.last().supportedSeekModes.empty()) {
-            EXPECT_EQ(manner, std::string("/stream/"));
-        } else {
-            ASSERT_TRUE(player_->seek(1000));
-            EXPECT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 1; }));
-            ASSERT_TRUE(player_->seek(2000));
-            EXPECT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 2; }));
-            ASSERT_TRUE(player_->setSpeed(*Speed::fromText("-2")));
-            EXPECT_TRUE(player_.waitUntil([this] { return player_.last().speed.isBackward(); }))
-                << player_.log();
-            EXPECT_TRUE(player_.waitUntil([this] {
-                return player_.last().positionSec < 2 && player_.last().speed.isNormal();
-            })) << player_.log();
-        }
-        ASSERT_TRUE(player_.setMedia(
-            address, "<DIDL-Lite xmlns='urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/'><item>"
-                     "<res duration='0:00:04' protocolInfo='http-get:*:video/webm:*'>" +
-                         address + "</res></item></DIDL-Lite>"));
-        ASSERT_TRUE(player_->play(Speed()));
-        ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
-        ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec >= 1; }));
-        EXPECT_EQ(player_.last().track.durationSec, 4u) << "as the description says";
-        EXPECT_TRUE(player_.waitForState(PlayerState::kFinished));
-        EXPECT_EQ(player_.last().error, player::PlayerError::kNone) << player_.log();
+class AFilmWithoutALength : public WhatIsTold,
+                            public testing::WithParamInterface<std::pair<const char*, unsigned>> {
+protected:
+    AFilmWithoutALength() : WhatIsTold(std::uint64_t{GetParam().second} << 20) {}
+
+    bool waitForSecond(unsigned second) {
+        return player_.waitUntil([this, second] { return player_.last().positionSec == second; });
     }
+
+    test::MediaServer server_{KETRA_TEST_MEDIA};
+    const std::string address_ = server_.address(std::string(GetParam().first) + "endless.webm");
+};
+
+TEST_P(AFilmWithoutALength, IsWhereItIs) {
+    open(address_);
+    ASSERT_TRUE(waitForSecond(2));
+    EXPECT_EQ(player_.last().track.durationSec, 0u);
+    EXPECT_EQ(player_.last().positionPercent, 0u);
+    const bool movable = GetParam().first == std::string("/good/") && GetParam().second > 0;
+    EXPECT_EQ(player_.last().supportedSeekModes.empty(), !movable);
+    if (!movable) {
+        EXPECT_FALSE(player_->seek(45000));
+        EXPECT_EQ(player_.last().supportedSpeeds, "1");
+        return;
+    }
+    ASSERT_TRUE(player_->seek(45000));
+    EXPECT_TRUE(waitForSecond(45));
+    EXPECT_EQ(player_.last().track.durationSec, 0u);
+    ASSERT_TRUE(player_->setSpeed(*Speed::fromText("-8")));
+    EXPECT_TRUE(player_.waitUntil([this] {
+        return player_.last().speed.isBackward() && player_.last().positionSec < 43;
+    })) << player_.log();
 }
+
+TEST_P(AFilmWithoutALength, IsAsLongAsItsDescriptionSays) {
+    ASSERT_TRUE(player_.setMedia(
+        address_, "<DIDL-Lite xmlns='urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/'><item>"
+                  "<res duration='0:01:00' protocolInfo='http-get:*:video/webm:*'>" +
+                      address_ + "</res></item></DIDL-Lite>"));
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
+    ASSERT_TRUE(waitForSecond(1));
+    EXPECT_EQ(player_.last().track.durationSec, 60u);
+    EXPECT_EQ(player_.last().error, player::PlayerError::kNone) << player_.log();
+}
+
+INSTANTIATE_TEST_SUITE_P(FromAServer, AFilmWithoutALength,
+                         testing::Values(std::pair("/good/", 1024U), std::pair("/good/", 0U),
+                                         std::pair("/stream/", 1024U)),
+                         [](const auto& one) {
+                             return test::caseName(one.param.first) +
+                                    (one.param.second > 0 ? "WithACopy" : "WithoutACopy");
+                         });
 
 } // namespace

@@ -24,8 +24,6 @@ namespace {
 /// possible. (The flags' type is not in any header of GStreamer.)
 constexpr unsigned kPlayFlagDownload = 0x80;
 constexpr std::chrono::seconds kPositionInterval{1};
-/// More is not read before the media is open.
-constexpr std::chrono::seconds kReadAhead{10};
 
 /// What is estimated while the media plays wobbles: it stays as it was told until it is another by
 /// an eighth of the bits or a second of the length. The length of a transport stream is estimated
@@ -361,10 +359,11 @@ MediaFacts Pipeline::facts() {
     }
     MediaFacts facts = readFacts(playbin_.get(), clues);
     if (!lengthStated) {
-        // GStreamer tells how far it has read, unless it has looked for the end when it began.
-        const bool found = facts.durationMs >= std::chrono::milliseconds(kReadAhead).count();
-        facts.durationMs = opened_ ? known_.durationMs : found ? facts.durationMs : -1;
+        // GStreamer tells how far it has read, or where the last piece of the file begins.
+        facts.durationMs = -1;
         facts.durationExact = false;
+        // It has no index either: a place in it is looked for, here and there.
+        facts.seekable = facts.seekable && keepsCopy();
     }
     facts.coverUri = cover_->uri();
     facts.coverMimeType = cover_->mimeType();
