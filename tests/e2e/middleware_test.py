@@ -23,6 +23,16 @@ class TheSmallMiddleware(HouseTest):
         for program in ("Vantor2", "zeGStreamerPlayer"):
             until(lambda: not companion_pids(program), f"the end of {program}", 5)
 
+    def test_gives_up_a_renderer_that_does_not_come(self):
+        os.environ["KETRA_PORT"] = "none"  # with which the daemon ends at once
+        self.addCleanup(os.environ.pop, "KETRA_PORT")
+        tv = Process(["in_tv", os.path.join(BIN, "small_middleware")])
+        self.addCleanup(tv.kill)
+        tv.wait_line(lambda line: line == "the renderer is not on the network", "the message")
+        self.assertEqual(tv.ended(), 1, tv.tail())
+        self.assertNotIn("ready", tv.lines)
+        until(lambda: not companion_pids("zeGStreamerPlayer"), "the end of the player", 5)
+
 
 if __name__ == "__main__":
     unittest.main()
