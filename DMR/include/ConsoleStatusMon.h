@@ -104,7 +104,8 @@ public:
     // ---- report.cpp: reports on the console, where a null record is ignored, and the question
 
     /// The record that commands are meant for: null when there is none, the only one, or the one
-    /// that the operator chooses on the console, which blocks until an answer is valid.
+    /// that the operator chooses on the console, which blocks until an answer is valid, at
+    /// the end of the input for ever.
     const zeSBusStateSerializable* SelectInstance(const InstanceList& aInstances);
 
     void DumpMediaRendererService(const MediaRendererService* aService);

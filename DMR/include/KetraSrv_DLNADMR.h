@@ -143,7 +143,9 @@ enum MM_MEDIA_WORD : std::uint32_t {
 enum MM_EVENT : std::uint32_t {
     MM_EXIT_OK = 0,
     MM_EXIT_FORCE = 1,
-    MM_EXIT_ERROR_FILE = 2, ///< the player's error code; 0 while loading
+    /// The player's error code. 0 only when the player reports the error in the same record as that
+    /// it loads; one that reports loading first and the error with the stop has its code here.
+    MM_EXIT_ERROR_FILE = 2,
     MM_START_PLAY = 5,
     MM_PHOTO_DECODE_DONE = 6,
     MM_MEDIA_RESUME_OK = 14,

@@ -11,8 +11,8 @@ namespace statebus {
 
 /// Nobody waits longer than this for an answer.
 constexpr std::chrono::seconds kAnswerLimit(5);
-/// A question that has waited this long is not answered any more. The asker's five seconds began
-/// before the question arrived; what he was told "no" to must not happen all the same.
+/// A question that has waited this long is answered with no and not carried out. The asker's five
+/// seconds began before the question arrived; what he took for refused must not happen after all.
 constexpr std::chrono::milliseconds kObeyLimit(4500);
 
 /// Finished once, by whoever comes first; later results are ignored.
