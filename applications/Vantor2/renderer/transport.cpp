@@ -418,7 +418,8 @@ void Transport::settled(const ControlRequest& request, Outcome outcome) {
     case Outcome::expired:
         logStranger("control by " + request.controller.shownName() +
                     (outcome == Outcome::denied ? " denied" : " not answered in time"));
-        if (elsewhere) {
+        // While another one's media is loaded or waited for, everybody else is shown that.
+        if (elsewhere || shownRequest() != nullptr) {
             refused_.push_back(request.controller);
             if (refused_.size() > kMostRefused) {
                 refused_.pop_front();

@@ -7,8 +7,8 @@
 // transport_view.cpp what controllers see of it.
 //
 // A controller that waits for the viewer, or was turned down, while somebody else's media is loaded
-// sees its own small state (TRANSITIONING, then STOPPED with an error); everybody else's view stays
-// with the media that is really there.
+// or waited for sees its own small state (TRANSITIONING, then STOPPED with an error); everybody
+// else's view stays with the media that is really there.
 #pragma once
 
 #include <cstdint>
@@ -217,7 +217,8 @@ private:
     std::optional<PlayerReport> early_;   // arrived before the player's answer to the opening
 
     std::map<std::uint32_t, Waiting> waiting_; // by request id
-    std::list<Controller> refused_;            // turned down while somebody else's media was loaded
+    // Turned down while somebody else's media was loaded, or somebody else waited.
+    std::list<Controller> refused_;
 };
 
 } // namespace vantor

@@ -65,6 +65,35 @@ TEST_F(ATransport, ShowsTheNo) {
     EXPECT_EQ(permission.requests().front().id, 2u);
 }
 
+TEST_F(ATransport, ShowsTheNoAlsoWhileAnotherControllerWaits) {
+    transport.setUri(phone, kFilm, "");
+    transport.setUri(tablet, kSong, "");
+    permission.deny(firstId());
+    EXPECT_EQ(state(phone), TransportState::stopped);
+    EXPECT_TRUE(transport.view(phone).failed);
+    EXPECT_EQ(transport.view(phone).uri, "");
+    EXPECT_EQ(state(tablet), TransportState::transitioning);
+    EXPECT_FALSE(transport.view(tablet).failed);
+    ASSERT_TRUE(permission.allow(firstId()));
+    EXPECT_TRUE(transport.view(phone).failed) << "the other one's yes is none to the phone";
+    EXPECT_EQ(transport.play(phone, "1"), 606);
+    EXPECT_FALSE(transport.view(tablet).failed);
+    EXPECT_EQ(transport.view(tablet).uri, kSong);
+}
+
+TEST_F(ATransport, ShowsEveryNoToWhomItWasSaid) {
+    transport.setUri(phone, kFilm, "");
+    transport.setUri(tablet, kSong, "");
+    permission.deny(firstId());
+    transport.stop(tablet);
+    EXPECT_TRUE(transport.view(phone).failed);
+    EXPECT_EQ(state(tablet), TransportState::noMedia) << "it was not turned down";
+    transport.setUri(tablet, kSong, "");
+    permission.deny(firstId());
+    EXPECT_TRUE(transport.view(phone).failed);
+    EXPECT_TRUE(transport.view(tablet).failed);
+}
+
 TEST_F(ATransport, TakesNoAnswerForANo) {
     transport.setUri(phone, kFilm, "");
     passTime(std::chrono::seconds(29));
