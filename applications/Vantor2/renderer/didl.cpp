@@ -36,6 +36,12 @@ std::string trimmedText(const xmlNode* node) {
     return std::string(text::trimmed(text, " \t\r\n"));
 }
 
+// The last one is an attribute of the media's resource, which some controllers write like the
+// others.
+bool isSubtitleElement(std::string_view name) {
+    return name == "CaptionInfo" || name == "CaptionInfoEx" || name == "subtitleFileUri";
+}
+
 bool isSubtitleType(const std::string& mimeType) {
     static constexpr const char* kTypes[] = {"text/srt",
                                              "text/x-srt",
@@ -104,7 +110,7 @@ MediaItem readItem(xmlNode* root, xmlNode* item, DidlDetail detail) {
             read.title = trimmedText(node);
         } else if (name == "class") {
             read.upnpClass = trimmedText(node);
-        } else if (name == "CaptionInfo" || name == "CaptionInfoEx") {
+        } else if (isSubtitleElement(name)) {
             consider(subtitle, trimmedText(node), false);
         } else if (name == "res") {
             MediaResource resource = readResource(node);

@@ -98,6 +98,7 @@ TEST(Subtitles, AreFoundInTheirUsualForms) {
           std::string("<sec:CaptionInfoEx sec:type=\"srt\"> http://a/t.srt\n</sec:CaptionInfoEx>"),
           res("video/mp4:*", "http://a/film.mp4",
               "pv:subtitleFileType=\"SRT\" pv:subtitleFileUri=\"http://a/t.srt\""),
+          std::string("<pv:subtitleFileUri>http://a/t.srt</pv:subtitleFileUri>"),
           res("text/srt:*", "http://a/t.srt"), res("application/x-subrip:*", "http://a/t.srt")}) {
         const auto items = readDidl(didl(item("T", film + form)));
         ASSERT_EQ(items.size(), 1u);
