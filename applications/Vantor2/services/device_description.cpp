@@ -14,6 +14,11 @@ void appendElement(std::string& out, const char* name, const std::string& value)
     out.append("</").append(name).append(">\n");
 }
 
+void appendDlna(std::string& out, const std::string& name, const char* value) {
+    out.append("<dlna:").append(name).append(" xmlns:dlna=\"urn:schemas-dlna-org:device-1-0\">");
+    out.append(value).append("</dlna:").append(name).append(">\n");
+}
+
 } // namespace
 
 std::string scpdPath(const ServiceDescription& service) {
@@ -46,8 +51,10 @@ std::string writeDeviceDescription(const DeviceIdentity& identity,
     appendElement(out, "modelName", "Ketra DMR");
     appendElement(out, "modelNumber", identity.version);
     appendElement(out, "UDN", "uuid:" + identity.uuid);
-    out += "<dlna:X_DLNADOC xmlns:dlna=\"urn:schemas-dlna-org:device-1-0\">DMR-1.50"
-           "</dlna:X_DLNADOC>\n<iconList>\n";
+    appendDlna(out, "X_DLNADOC", "DMR-1.50");
+    // Without it controllers do not offer to push a whole folder (dlna-playcontainer://).
+    appendDlna(out, "X_DLNACAP", "playcontainer-0-1");
+    out += "<iconList>\n";
     for (const Icon& icon : icons()) {
         out += "<icon>\n";
         appendElement(out, "mimetype", icon.mimeType);

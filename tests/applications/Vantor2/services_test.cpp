@@ -180,9 +180,10 @@ TEST(TheDeviceDescription, IsWellFormedAndNamesEveryAddress) {
         {"1234", "A & B", "1.5.0"}, {&avTransportDescription(), &renderingControlDescription(),
                                      &connectionManagerDescription()});
     EXPECT_NE(parseStrictXml(text), nullptr);
-    for (const char* part : {"urn:schemas-upnp-org:device:MediaRenderer:1", "<UDN>uuid:1234</UDN>",
-                             "A &amp; B", "DMR-1.50</dlna:X_DLNADOC>", "/AVTransport/scpd.xml",
-                             "/RenderingControl/control", "/ConnectionManager/event"}) {
+    for (const char* part :
+         {"urn:schemas-upnp-org:device:MediaRenderer:1", "<UDN>uuid:1234</UDN>", "A &amp; B",
+          "DMR-1.50</dlna:X_DLNADOC>", "playcontainer-0-1</dlna:X_DLNACAP>",
+          "/AVTransport/scpd.xml", "/RenderingControl/control", "/ConnectionManager/event"}) {
         EXPECT_NE(text.find(part), std::string::npos) << part;
     }
 }
