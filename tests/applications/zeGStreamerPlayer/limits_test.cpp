@@ -1,9 +1,13 @@
 // Media that would take more than a player has to give.
 
+#include <array>
 #include <chrono>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gio/gio.h>
 #include <gtest/gtest.h>
@@ -26,26 +30,27 @@ constexpr bool kPlainMemory = false;
 constexpr bool kPlainMemory = true;
 #endif
 
+/// What the system says of this process's memory, in bytes.
+std::size_t memory(const std::string& name) {
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    std::size_t kilobytes = 0;
+    while (status >> word && word != name) {
+    }
+    status >> kilobytes;
+    return kilobytes << 10;
+}
+
 /// How much memory this process takes at most while something happens.
 class Peak {
 public:
-    Peak() : before_(now("VmRSS:")) {
+    Peak() : before_(memory("VmRSS:")) {
         std::ofstream("/proc/self/clear_refs") << "5"; // the highest is the present one from now on
     }
 
-    std::size_t bytes() const { return now("VmHWM:") - before_; }
+    std::size_t bytes() const { return memory("VmHWM:") - before_; }
 
 private:
-    static std::size_t now(const std::string& name) {
-        std::ifstream status("/proc/self/status");
-        std::string word;
-        std::size_t kilobytes = 0;
-        while (status >> word && word != name) {
-        }
-        status >> kilobytes;
-        return kilobytes << 10;
-    }
-
     std::size_t before_;
 };
 
@@ -238,5 +243,44 @@ TEST_F(AMonster, ThatItsServerPackedDoesNotFollowASong) {
 TEST_F(AMonster, OfAnEmptyFileIsNoMedia) {
     EXPECT_EQ(errorOf("empty.bin", " "), PlayerError::kUnknownFormat) << player_.log();
 }
+
+#if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
+/// A heap in which little is left, here and there.
+class Gaps {
+public:
+    static constexpr std::size_t kBytes = 64 << 20;
+
+    Gaps() {
+        for (std::size_t index = 0; index < kBytes / kBlock; ++index) {
+            auto block = std::make_unique<Block>();
+            block->fill('x');
+            (index % 64 == 0 ? left_ : gone_).push_back(std::move(block));
+        }
+        gone_.clear();
+    }
+
+private:
+    static constexpr std::size_t kBlock = 4096;
+    using Block = std::array<char, kBlock>;
+    std::vector<std::unique_ptr<Block>> left_;
+    std::vector<std::unique_ptr<Block>> gone_;
+};
+
+TEST(ThePlayerAtRest, HoldsNoGaps) {
+    const test::TemporaryFolder folder;
+    const test::MediaServer server(KETRA_TEST_MEDIA);
+    test::RecordedPlayer player(folder.path());
+    ASSERT_TRUE(player.setMedia(server.address("/good/photo.png")));
+    ASSERT_TRUE(player->play(Speed()));
+    ASSERT_TRUE(player.waitForState(PlayerState::kFinished)) << player.log();
+    const Gaps gaps;
+    const std::size_t before = memory("VmRSS:");
+    player->stop();
+    EXPECT_TRUE(player.waitUntil([before] { return memory("VmRSS:") < before - Gaps::kBytes / 2; }))
+        << before << ", now " << memory("VmRSS:");
+}
+
+#endif
 
 } // namespace
