@@ -218,11 +218,17 @@ ConnectionGuard::Connection* ConnectionGuard::accept(SoupServerMessage* message,
     return (connections_[socket] = std::move(connection)).get();
 }
 
-// Over its share, a host loses its oldest silent connection rather than its next call.
+// Over its share, a host loses its oldest silent connection rather than its next call; one whose
+// body is slow to arrive, if none is silent.
 bool ConnectionGuard::makeRoom(const Connection& latecomer) {
     const auto sameHost = hostCounts_.find(latecomer.host);
     if (sameHost != hostCounts_.end() && sameHost->second >= limits_.perHost) {
         Connection* victim = oldestSilent({latecomer.host});
+        if (victim == nullptr) {
+            victim = oldest([&](const Connection& candidate) {
+                return candidate.state == State::body && candidate.host == latecomer.host;
+            });
+        }
         if (victim == nullptr) {
             return false;
         }

@@ -224,6 +224,18 @@ TEST_F(HttpSide, ServesAHostWhoseIdleConnectionsFillItsShare) {
     EXPECT_TRUE(runUntil([&] { return device->server().connectionCount() <= 32; }));
 }
 
+TEST_F(HttpSide, ServesAHostWhoseSlowRequestsFillItsShare) {
+    const std::string post = "POST /AVTransport/control HTTP/1.1\r\nHost: " + host() +
+                             "\r\nContent-Length: 1000\r\n\r\n<";
+    std::vector<std::unique_ptr<RawClient>> slow;
+    for (int count = 0; count < 32; ++count) {
+        slow.push_back(std::make_unique<RawClient>(device->port()));
+        ASSERT_TRUE(slow.back()->send(post));
+    }
+    ASSERT_TRUE(runUntil([&] { return device->server().connectionCount() == 32; }));
+    EXPECT_EQ(statusOf(get("/description.xml")), 200);
+}
+
 TEST_F(HttpSide, LosesNoDescriptorToConnectionsThatTheClientCloses) {
     const auto keptCall = [&] {
         RawClient client(device->port());
