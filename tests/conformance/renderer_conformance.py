@@ -17,7 +17,7 @@ import time
 
 from rows import (ACCEPTED_ROWS, EMPTY, FAILED, FIRST_EVENT, NEVER_EVENTED, OK, OPENING, OTHER_ROWS,
                   PAUSED, PLAYING, POSSIBLE, READING, REFUSED_ROWS, REQUIRED, STATES, STOPPED, TOLD,
-                  WRONG_INSTANCE)
+                  TRACK_ROWS, WRONG_INSTANCE)
 from upnp import Device, Events, Gone, MediaServer, own_address_towards, subscription_request
 
 STEP = 15.0  # seconds in which a renderer gets from one state to another
@@ -34,7 +34,7 @@ class Suite:
         self.left_out = []
         self.texts = {"uri": server.uri("first"), "other": server.uri("second"),
                       "slow": server.uri("slow"),
-                      "missing": server.uri("missing"), "didl": server.didl("first", "A <title> & more")}
+                      "missing": server.uri("missing"), "didl": server.didl("first", title="A <title> & more")}
         self.events = {}
 
     def check(self, fine, what):
@@ -323,8 +323,73 @@ class Suite:
                            Unit="X_DLNA_REL_BYTE", Target=target)
         self.await_state(PLAYING, "after seeking by bytes")
 
-    def the_end_of_the_media(self):
+    def follow(self, uri):
+        return self.transport("SetNextAVTransportURI", NextURI=uri, NextURIMetaData="")
+
+    def await_media(self, uri, what):
+        """Another media has taken the place of the one before, and nothing follows it."""
+        end = time.monotonic() + STEP
+        while (told := self.transport("GetMediaInfo")).get("CurrentURI") != uri and \
+                time.monotonic() < end:
+            time.sleep(0.05)
+        self.check((told.get("CurrentURI"), told.get("NextURI")) == (uri, ""),
+                   f"{what}: the media is {told.get('CurrentURI')}, then {told.get('NextURI')}")
+        for name, value in (("AVTransportURI", uri), ("NextAVTransportURI", "")):
+            self.check(self.events["AVTransport"].await_latest(name, value),
+                       f"{what}: no event of {name} {value!r}")
+
+    def the_next_media(self):
+        """It is gone to when that is asked for, and by itself at the end."""
+        if not self.offers("SetNextAVTransportURI"):
+            return
+        other = self.texts["other"]
+        for state in (STOPPED, PLAYING, PAUSED):
+            self.reach(state)
+            self.follow(other)
+            told = self.transport("GetMediaInfo").get("NextURI")
+            self.check(told == other, f"{state}: the next media is told as {told!r}")
+            actions = self.transport("GetCurrentTransportActions")
+            self.check(actions is NOT_OFFERED or "Next" in actions.get("Actions", "").split(","),
+                       f"{state}: with a next media there is no Next among {actions}")
+            self.transport("Next", where=state + ": ")
+            self.await_media(other, f"{state}: after Next")
+            if state == PLAYING:
+                self.await_state(PLAYING, "after Next")
+            self.transport("Next", (701, 711), state + ": ")
         self.reach(PLAYING)
+        self.follow(other)
+        self.go_near_the_end()
+        self.await_media(other, "at the end of the media before")
+        self.await_state(PLAYING, "at the end of the media before")
+
+    def a_list_of_tracks(self):
+        two = self.server.didl("first", "second")
+        self.transport("Stop")
+        self.transport("SetAVTransportURI", CurrentURI=self.texts["uri"], CurrentURIMetaData=two)
+        if self.transport("GetMediaInfo").get("NrTracks") != "2":
+            self.left_out.append("lists of several items")
+            return
+        for state in (STOPPED, PLAYING):
+            if state == PLAYING:
+                self.transport("Play", Speed="1")
+                self.await_state(PLAYING, "a list: after Play")
+            for action, arguments, codes, track in TRACK_ROWS:
+                self.transport(action, codes, f"{state}, a list: ", **arguments)
+                self.await_state(state, f"a list: after {action}")
+                told = self.transport("GetPositionInfo")
+                uri = self.texts["uri" if track == "1" else "other"]
+                self.check((told.get("Track"), told.get("TrackURI")) == (track, uri),
+                           f"{state}, a list: after {action} {list(arguments.values())} track "
+                           f"{told.get('Track')} is {told.get('TrackURI')}")
+                self.check(self.events["AVTransport"].await_latest("CurrentTrack", track),
+                           f"{state}, a list: after {action} no event of track {track}")
+        self.go_near_the_end()
+        self.check(self.events["AVTransport"].await_latest("CurrentTrack", "2", STEP),
+                   "a list: the second track does not follow the first")
+        self.await_state(PLAYING, "a list: the second track")
+        self.transport("Stop")
+
+    def go_near_the_end(self):
         duration = self.transport("GetPositionInfo").get("TrackDuration", "0:00:00")
         hours, minutes, rest = duration.split(":")
         seconds = int(hours) * 3600 + int(minutes) * 60 + int(rest)
@@ -332,6 +397,10 @@ class Suite:
         near = seconds - 2
         self.transport("Seek", Unit="REL_TIME",
                        Target=f"{near // 3600}:{near // 60 % 60:02}:{near % 60:02}")
+
+    def the_end_of_the_media(self):
+        self.reach(PLAYING)
+        self.go_near_the_end()
         self.await_state(STOPPED, "at the end of the media")
         told = self.transport("GetMediaInfo").get("CurrentURI")
         self.check(told == self.texts["uri"], f"at the end of the media: the address is {told!r}")
@@ -462,6 +531,8 @@ class Suite:
         self.speeds()
         self.byte_seeks()
         self.the_end_of_the_media()
+        self.the_next_media()
+        self.a_list_of_tracks()
         self.other_services()
         self.connection()
         for events in self.events.values():

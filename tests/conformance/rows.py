@@ -114,6 +114,19 @@ ACCEPTED_ROWS = [
     (FAILED, LOAD, _load("{uri}", "{didl}"), OK, STOPPED, {**_LOADED, "TransportStatus": "OK"}),
 ]
 
+# In a list of two tracks, from the first one on: action, its arguments behind InstanceID, the codes
+# that are right, the track afterwards. Nothing of it ends the playing.
+TRACK_ROWS = [
+    ("Previous", {}, (711,), "1"),
+    ("Next", {}, OK, "2"),
+    ("Next", {}, (711,), "2"),
+    ("Previous", {}, OK, "1"),
+    ("Seek", _seek("2", "TRACK_NR"), OK, "2"),
+    ("Seek", _seek("3", "TRACK_NR"), (711,), "2"),
+    ("Seek", _seek("0", "TRACK_NR"), (711,), "2"),
+    ("Seek", _seek("1", "TRACK_NR"), OK, "1"),
+]
+
 # What the reading actions tell of one loaded film; each value is one of those named.
 _FILM = {"GetMediaInfo": {"NrTracks": ("1",), "CurrentURI": ("{uri}",)},
          "GetPositionInfo": {"Track": ("1",), "TrackURI": ("{uri}",)},

@@ -280,14 +280,17 @@ class MediaServer:
     def uri(self, name):
         return self.base + name
 
-    def didl(self, name, title):
+    def didl(self, *names, title="Something"):
+        """A description with an item for each of the names."""
+        items = (f'<item id="{number}" parentID="0" restricted="1">'
+                 f'<dc:title>{escape(title)}</dc:title>'
+                 '<upnp:class>object.item.videoItem</upnp:class>'
+                 f'<res protocolInfo="http-get:*:{self.mime}:DLNA.ORG_OP=01" size="{self.size}">'
+                 f'{escape(self.uri(name))}</res></item>' for number, name in enumerate(names, 1))
         return ('<DIDL-Lite xmlns="urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/" '
                 'xmlns:dc="http://purl.org/dc/elements/1.1/" '
-                'xmlns:upnp="urn:schemas-upnp-org:metadata-1-0/upnp/">'
-                f'<item id="1" parentID="0" restricted="1"><dc:title>{escape(title)}</dc:title>'
-                '<upnp:class>object.item.videoItem</upnp:class>'
-                f'<res protocolInfo="http-get:*:{self.mime}:DLNA.ORG_OP=01" size="{self.size}">'
-                f'{escape(self.uri(name))}</res></item></DIDL-Lite>')
+                'xmlns:upnp="urn:schemas-upnp-org:metadata-1-0/upnp/">' + "".join(items) +
+                '</DIDL-Lite>')
 
     def close(self):
         self._closing.set()
