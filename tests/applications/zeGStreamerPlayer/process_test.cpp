@@ -53,9 +53,7 @@ protected:
 
     void startPlaying() {
         start();
-        ASSERT_TRUE(
-            watcher_.command("seturi", kInstance, server_.address("/good/film.mp4").c_str()));
-        ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+        play("/good/film.mp4");
         ASSERT_TRUE(waitForState(kPlayerPlaying));
     }
 
@@ -106,9 +104,7 @@ protected:
         })) << player_->error();
         EXPECT_TRUE(watcher_.notices().back().profile);
         EXPECT_NE(replacementOf(old), 0);
-        ASSERT_TRUE(
-            watcher_.command("seturi", kInstance, server_.address("/good/film.webm").c_str()));
-        ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+        play("/good/film.webm");
         EXPECT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
     }
 
@@ -280,8 +276,7 @@ TEST_F(ThePlayerProcess, PlaysItsIdleMediaWhileNothingElseDoes) {
         watcher_.command("setidleuri", kInstance, server_.address("/good/photo.jpg").c_str()));
     EXPECT_TRUE(watcher_.command("playidleuri", kInstance));
     EXPECT_TRUE(screenIs('b'));
-    ASSERT_TRUE(watcher_.command("seturi", kInstance, server_.address("/good/film.mp4").c_str()));
-    ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+    play("/good/film.mp4");
     EXPECT_TRUE(screenIs('r'));
     ASSERT_TRUE(watcher_.command("stop", kInstance));
     EXPECT_TRUE(screenIs('b')) << player_->error();
@@ -352,9 +347,7 @@ TEST_F(ThePlayerProcess, LosesTheSongThatPlaysWithAWorkerThatPreparesTheNextOne)
     int round = 0;
     for (const char* const next : {"/silent", "/good/song.wav"}) {
         SCOPED_TRACE(next);
-        ASSERT_TRUE(
-            watcher_.command("seturi", kInstance, server_.address("/good/song.mp3").c_str()));
-        ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+        play("/good/song.mp3");
         ASSERT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
         ASSERT_TRUE(announce(server_.address(next)));
         ASSERT_TRUE(waitForRequest(next)) << player_->error();
@@ -384,8 +377,7 @@ TEST_F(ThePlayerProcess, ReplacesAMediaWorkerWithinASecondHoweverOften) {
         kill(old, SIGSEGV);
         EXPECT_NE(replacementOf(old), 0) << round;
     }
-    ASSERT_TRUE(watcher_.command("seturi", kInstance, server_.address("/good/film.mp4").c_str()));
-    ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+    play("/good/film.mp4");
     EXPECT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
     EXPECT_EQ(states(), (std::vector<int>{1, 5, 4}));
 }
@@ -395,8 +387,7 @@ TEST_F(ThePlayerProcess, DoesNotChargeAMediaWithTheOneBeforeThatCannotBeGotRidOf
     const pid_t old = worker();
     ASSERT_NE(old, 0);
     kill(old, SIGSTOP);
-    ASSERT_TRUE(watcher_.command("seturi", kInstance, server_.address("/good/film.webm").c_str()));
-    ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+    play("/good/film.webm");
     ASSERT_TRUE(watcher_.waitFor([](const std::vector<Notice>& notices) {
         return notices.back().state == kPlayerPlaying && notices.back().title == "film.webm";
     })) << player_->error();
@@ -409,17 +400,13 @@ TEST_F(ThePlayerProcess, DoesNotChargeAMediaWithTheOneBeforeThatCannotBeGotRidOf
 
 TEST_F(ThePlayerProcess, PlaysAfterAHundredQuickStartsPausesAndStops) {
     start();
-    const std::string addresses[] = {server_.address("/good/film.mp4"),
-                                     server_.address("/good/film.webm")};
     for (int round = 0; round < 100; ++round) {
-        ASSERT_TRUE(watcher_.command("seturi", kInstance, addresses[round % 2].c_str()));
-        ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+        play(round % 2 == 0 ? "/good/film.mp4" : "/good/film.webm");
         poll(nullptr, 0, round % 10 * 4);
         ASSERT_TRUE(watcher_.command("pause", kInstance));
         ASSERT_TRUE(watcher_.command("stop", kInstance));
     }
-    ASSERT_TRUE(watcher_.command("seturi", kInstance, server_.address("/good/film.mp4").c_str()));
-    ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+    play("/good/film.mp4");
     EXPECT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
     EXPECT_TRUE(screenIs('r')) << player_->error();
 }
@@ -478,14 +465,12 @@ TEST_F(ThePlayerProcess, LimitsTheMemoryOfItsMediaWorker) {
 
 TEST_F(ThePlayerProcess, ShowsTheLargestPictureAlthoughItUnfoldsFromAFewBytes) {
     start();
-    ASSERT_TRUE(watcher_.command("seturi", kInstance, server_.address("/good/bomb.png").c_str()));
-    ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+    play("/good/bomb.png");
     ASSERT_TRUE(watcher_.waitFor([](const std::vector<Notice>& notices) {
         return notices.back().state == kPlayerFinished || notices.back().error != 0;
     })) << player_->error();
     EXPECT_EQ(watcher_.notices().back().error, 0); // the worker's memory is enough for it
-    ASSERT_TRUE(watcher_.command("seturi", kInstance, server_.address("/good/film.mp4").c_str()));
-    ASSERT_TRUE(watcher_.command("play", kInstance, "1"));
+    play("/good/film.mp4");
     EXPECT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
     EXPECT_TRUE(screenIs('r')) << player_->error();
 }

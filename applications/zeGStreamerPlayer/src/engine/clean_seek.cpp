@@ -3,6 +3,7 @@
 #include <atomic>
 #include <memory>
 
+#include "engine/element_kind.h"
 #include "engine/gst_handles.h"
 
 namespace player {
@@ -21,16 +22,8 @@ GstPadProbeReturn onArriving(GstPad*, GstPadProbeInfo* info, gpointer data) {
         refusing = false;
         return GST_PAD_PROBE_OK;
     }
-    if (!refusing) {
-        return GST_PAD_PROBE_OK;
-    }
-    if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM) != 0) {
-        return GST_PAD_PROBE_DROP; // the end of the media may be on its way
-    }
-    gst_mini_object_unref(GST_MINI_OBJECT_CAST(GST_PAD_PROBE_INFO_DATA(info)));
-    GST_PAD_PROBE_INFO_DATA(info) = nullptr;
-    GST_PAD_PROBE_INFO_FLOW_RETURN(info) = GST_FLOW_FLUSHING;
-    return GST_PAD_PROBE_HANDLED;
+    // The end of the media may be on its way, too.
+    return refusing ? refuseData(info, GST_FLOW_FLUSHING) : GST_PAD_PROBE_OK;
 }
 
 /// Nobody behind the demuxer holds up the thread that works in it, and it has nothing more to do.

@@ -16,4 +16,14 @@ std::string formatOf(GstPad* pad) {
     return caps ? gst_structure_get_name(gst_caps_get_structure(caps.get(), 0)) : "";
 }
 
+GstPadProbeReturn refuseData(GstPadProbeInfo* info, GstFlowReturn answer) {
+    if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM) != 0) {
+        return GST_PAD_PROBE_DROP;
+    }
+    gst_mini_object_unref(GST_MINI_OBJECT_CAST(GST_PAD_PROBE_INFO_DATA(info)));
+    GST_PAD_PROBE_INFO_DATA(info) = nullptr;
+    GST_PAD_PROBE_INFO_FLOW_RETURN(info) = answer;
+    return GST_PAD_PROBE_HANDLED;
+}
+
 } // namespace player

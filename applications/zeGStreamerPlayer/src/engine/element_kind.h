@@ -13,4 +13,8 @@ bool isOfKind(GstElement* element, const char* kind);
 /// The name of the format that passes a pad, such as "video/x-raw"; empty while none is known.
 std::string formatOf(GstPad* pad);
 
+/// For a pad's probe that lets nothing pass: what comes is thrown away, and who sent a buffer is
+/// told `answer`.
+GstPadProbeReturn refuseData(GstPadProbeInfo* info, GstFlowReturn answer);
+
 } // namespace player

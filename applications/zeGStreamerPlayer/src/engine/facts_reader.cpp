@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "engine/gst_handles.h"
+#include "engine/matroska.h"
 #include "metadata/text_limit.h"
 
 namespace player {
@@ -30,9 +31,10 @@ constexpr std::array kMimeTypes = {
     NamePair{"video/x-msvideo", "video/x-msvideo"},
 };
 
-/// Containers that state how long they are; in the others the length is an estimate.
-constexpr std::array kExactContainers = {"video/quicktime", "audio/x-m4a",      "video/webm",
-                                         "audio/webm",      "video/x-matroska", "audio/x-matroska"};
+/// Whether a container states how long it is; in the others the length is an estimate.
+bool statesExactLength(const std::string& type) {
+    return type == "video/quicktime" || type == "audio/x-m4a" || isMatroska(type);
+}
 
 GstOwner<GstTagList> streamTags(GstElement* playbin, const char* signal, int stream) {
     GstTagList* tags = nullptr;
@@ -249,8 +251,7 @@ MediaFacts readFacts(GstElement* playbin, const MediaClues& clues) {
     gint64 duration = -1;
     if (gst_element_query_duration(playbin, GST_FORMAT_TIME, &duration) && duration > 0) {
         facts.durationMs = duration / GST_MSECOND;
-        facts.durationExact = std::find(kExactContainers.begin(), kExactContainers.end(),
-                                        clues.capsName) != kExactContainers.end();
+        facts.durationExact = statesExactLength(clues.capsName);
     }
     facts.seekable = canSeek(playbin);
     return facts;

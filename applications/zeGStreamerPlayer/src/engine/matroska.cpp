@@ -111,6 +111,11 @@ bool infoStatesLength(Reader info) {
 
 } // namespace
 
+bool isMatroska(const std::string& type) {
+    return type == "video/x-matroska" || type == "audio/x-matroska" || type == "video/webm" ||
+           type == "audio/webm";
+}
+
 std::optional<bool> statesLength(const std::uint8_t* bytes, std::size_t size) {
     Reader file(bytes, size);
     const std::optional<Element> header = file.next();

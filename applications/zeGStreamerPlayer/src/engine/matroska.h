@@ -4,8 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace player {
+
+/// Whether a type is one of such a file: "video/webm", "audio/x-matroska".
+bool isMatroska(const std::string& type);
 
 /// Whether the beginning of a file says how long the whole is; one that was written while it was
 /// recorded does not. Nothing while that is not known yet, and for what is no such file.

@@ -33,11 +33,6 @@ constexpr std::uint64_t kMostPixels = 128'000'000;
 /// stream its programmes.
 constexpr std::size_t kHeaderBytes = 1 << 20;
 
-bool isMatroska(const std::string& type) {
-    return type == "video/x-matroska" || type == "audio/x-matroska" || type == "video/webm" ||
-           type == "audio/webm";
-}
-
 std::string factoryName(GstElement* element) {
     GstElementFactory* const factory = gst_element_get_factory(element);
     const char* const name =

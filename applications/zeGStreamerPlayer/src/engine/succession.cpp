@@ -37,16 +37,10 @@ bool isPicture(GstPad* pad) {
     return format.rfind("video/", 0) == 0 || format.rfind("image/", 0) == 0;
 }
 
-/// What comes is thrown away, and whoever sends it is told to end. Nobody is made to wait: a thread
-/// that waits here would be waited for when the playbin is taken down.
+/// Whoever sends something is told to end. Nobody is made to wait: a thread that waits here would
+/// be waited for when the playbin is taken down.
 GstPadProbeReturn refuse(GstPad*, GstPadProbeInfo* info, gpointer) {
-    if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM) != 0) {
-        return GST_PAD_PROBE_DROP;
-    }
-    gst_mini_object_unref(GST_MINI_OBJECT_CAST(GST_PAD_PROBE_INFO_DATA(info)));
-    GST_PAD_PROBE_INFO_DATA(info) = nullptr;
-    GST_PAD_PROBE_INFO_FLOW_RETURN(info) = GST_FLOW_EOS;
-    return GST_PAD_PROBE_HANDLED;
+    return refuseData(info, GST_FLOW_EOS);
 }
 
 /// Nothing passes there any more.
