@@ -139,6 +139,7 @@ ExitCode Daemon::start() {
     const DeviceIdentity identity{store_->uuid(), record_.friendlyName, KETRA_VERSION};
     device_ = std::make_unique<RendererDevice>(identity, clock_, bus_, bus_,
                                                [this] { publishRequests(); });
+    device_->permission().countFrom(store_->firstRequestId());
     // First, so that nothing is ever served without a TV behind it.
     if (!bus_.open(error)) {
         logError(error);
@@ -291,6 +292,9 @@ void Daemon::publish() {
     record_.playerPolicy = static_cast<int>(permission.policy(ControlKind::player));
     record_.soundPolicy = static_cast<int>(permission.policy(ControlKind::sound));
     record_.requests = permission.requests();
+    if (!record_.requests.empty()) {
+        store_->keepRequestIds(); // before anybody sees their numbers
+    }
     publishSoon_.stop();
     std::string error;
     bus_.publish(record_, error);

@@ -158,6 +158,19 @@ class TheRoad(HouseTest):
         self.assertEqual(phone.ended(), INTERRUPTED, phone.tail())
         self.assert_quits(tv)
 
+    def test_a_television_that_got_another_name_asks_about_the_next_phone(self):
+        tv = self.television("--ask")
+        phone = self.push(media("film.mp4"))
+        tv.event("MM_REQ_TO_AUTH")
+        tv.do("deny")
+        phone.ended()
+        tv.do("rename Attic")
+        phone = self.push(media("film.mp4"))
+        tv.event("MM_REQ_TO_AUTH")
+        tv.do("allow")
+        tv.event("MM_START_PLAY")
+        self.assert_quits(tv)
+
     def test_mistakes_at_the_phone_are_told_before_anything_is_pushed(self):
         tv = self.television("--allow")
         port = free_port()

@@ -20,6 +20,10 @@ namespace {
 
 constexpr const char* kFileName = "/Vantor2.json";
 constexpr std::size_t kLongestName = 255;
+constexpr const char* kNextRequestId = "nextRequestId";
+// From the first request of a run to that of the next one; more than are seen in most. A longer run
+// does no harm: what the next one begins with was seen long before its last.
+constexpr std::uint32_t kRequestsOfARun = 1000;
 // Daemons that may share a directory.
 constexpr int kMostDaemons = 8;
 constexpr std::chrono::milliseconds kLookAgain{10};
@@ -132,6 +136,10 @@ bool DeviceStore::load(std::string& error) {
             if (isUsableName(name)) {
                 friendlyName_ = name;
             }
+            const bool counts =
+                content.contains(kNextRequestId) && content[kNextRequestId].is_number_unsigned();
+            const auto next = counts ? content[kNextRequestId].get<std::uint64_t>() : 0;
+            firstRequestId_ = next == 0 || next > UINT32_MAX ? 1 : static_cast<std::uint32_t>(next);
             return true;
         }
         logWarning(path + " cannot be understood; it is kept as Vantor2.json.damaged");
@@ -151,12 +159,23 @@ bool DeviceStore::load(std::string& error) {
     return save(error);
 }
 
-bool DeviceStore::save(std::string& error) const {
-    nlohmann::json content = {{"uuid", uuid_}};
+bool DeviceStore::save(std::string& error) {
+    const std::uint32_t next = firstRequestId_ + kRequestsOfARun; // goes round
+    nlohmann::json content = {{"uuid", uuid_}, {kNextRequestId, next == 0 ? 1 : next}};
     if (friendlyName_) {
         content["friendlyName"] = *friendlyName_;
     }
-    return replaceFile(directory_, content.dump(4) + "\n", error);
+    const bool saved = replaceFile(directory_, content.dump(4) + "\n", error);
+    requestIdsKept_ = requestIdsKept_ || saved;
+    return saved;
+}
+
+void DeviceStore::keepRequestIds() {
+    std::string error;
+    if (!requestIdsKept_ && !save(error)) {
+        logWarning(error);
+    }
+    requestIdsKept_ = true; // a disk that refuses is not asked at every request
 }
 
 bool DeviceStore::setFriendlyName(const std::string& name) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,6 +32,13 @@ public:
     /// False, and the old name kept, when the name is not usable or does not reach the disk.
     bool setFriendlyName(const std::string& name);
 
+    /// Where this run's requests for permission begin to count; never 0. Who has seen one takes
+    /// another one with its number for the same, also when the daemon was started again meanwhile.
+    std::uint32_t firstRequestId() const { return firstRequestId_; }
+    /// From now on another run begins elsewhere. On disk when it returns, once in a run; a disk
+    /// that refuses is told in the log.
+    void keepRequestIds();
+
 private:
     /// An open directory, closed with the last copy.
     using Hold = std::shared_ptr<const int>;
@@ -38,12 +46,14 @@ private:
     DeviceStore(std::string directory, Hold hold)
         : directory_(std::move(directory)), hold_(std::move(hold)) {}
     bool load(std::string& error);
-    bool save(std::string& error) const;
+    bool save(std::string& error);
 
     std::string directory_;
     Hold hold_;
     std::string uuid_;
     std::optional<std::string> friendlyName_;
+    std::uint32_t firstRequestId_ = 1;
+    bool requestIdsKept_ = false;
 };
 
 /// Not empty, at most 255 bytes of UTF-8, no control characters.

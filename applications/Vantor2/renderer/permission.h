@@ -68,6 +68,9 @@ public:
     /// viewer allowed, so that it keeps control when the policy becomes "ask".
     void noteAdmitted(const Controller& controller);
 
+    /// The number of the next request; before the first one.
+    void countFrom(std::uint32_t id) { nextId_ = id; }
+
     /// Files a request. When too many wait, one is denied: the oldest of its own address when that
     /// has used up its share, else the oldest of the address that has most in the network
     /// (networkOf) that has most. Returns its id, never 0.

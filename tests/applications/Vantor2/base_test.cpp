@@ -178,6 +178,35 @@ TEST_F(StoredState, RemembersIdentityAndName) {
     EXPECT_EQ(status.st_mode & 0777, 0700u);
 }
 
+TEST_F(StoredState, GivesTheRequestsOfEveryRunNumbersOfTheirOwn) {
+    std::uint32_t first = 0;
+    for (const bool somebodyAsks : {true, true, false, false}) {
+        auto store = DeviceStore::open(directory, error);
+        ASSERT_TRUE(store) << error;
+        EXPECT_GE(store->firstRequestId(), first + (first == 0 ? 1 : 100));
+        first = store->firstRequestId();
+        if (somebodyAsks) {
+            store->keepRequestIds();
+        } else {
+            EXPECT_TRUE(store->setFriendlyName("a name is kept with them"));
+        }
+    }
+    std::ofstream(directory + "/Vantor2.json")
+        << R"({"uuid": "11111111-2222-3333-4444-555555555555", "nextRequestId": 0})";
+    EXPECT_EQ(DeviceStore::open(directory, error)->firstRequestId(), 1u);
+    std::ofstream(directory + "/Vantor2.json")
+        << R"({"uuid": "11111111-2222-3333-4444-555555555555", "nextRequestId": 4294967295})";
+    EXPECT_EQ(DeviceStore::open(directory, error)->firstRequestId(), 4294967295u);
+    auto last = DeviceStore::open(directory, error);
+    last->keepRequestIds();
+    last.reset();
+    EXPECT_LT(DeviceStore::open(directory, error)->firstRequestId(), 10000u) << "it begins anew";
+}
+
+TEST_F(StoredState, BeginsItsRequestsAtOne) {
+    EXPECT_EQ(DeviceStore::open(directory, error)->firstRequestId(), 1u);
+}
+
 TEST_F(StoredState, IsAnotherForADaemonBesideTheFirst) {
     const milliseconds atOnce(0);
     const auto first = DeviceStore::open(directory, error, atOnce);

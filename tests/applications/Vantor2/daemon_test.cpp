@@ -281,6 +281,26 @@ TEST_F(TheDaemon, HasTheNewNameOnDiskWhenItAnswers) {
     EXPECT_EQ(uuid(), before);
 }
 
+TEST_F(TheDaemon, NeverGivesANewRequestTheNumberOfOneThatWasSeenBefore) {
+    std::vector<std::uint32_t> numbers;
+    for (int run = 0; run < 3; ++run) {
+        start();
+        EXPECT_TRUE(succeeded(setUri()));
+        ASSERT_TRUE(tv->waitForRecord(
+            [](const auto& record) { return record.mAuthorizationRequestsCount == 1; }));
+        const auto records = tv->records();
+        const auto& record = records.back().as<MediaRendererService>();
+        const std::uint32_t number = record.mAuthorizationRequests[0].mRequestId;
+        EXPECT_EQ(std::count(numbers.begin(), numbers.end(), number), 0) << "in run " << run;
+        numbers.push_back(number);
+        daemon->signal(SIGKILL);
+        ASSERT_TRUE(daemon->ended(seconds(5)));
+        daemon.reset();
+        tv.reset();
+    }
+    EXPECT_EQ(numbers.front(), 1u);
+}
+
 TEST_F(TheDaemon, FailsVisiblyWhenThePlayerGoes) {
     start();
     tv->publishPlayer();
