@@ -175,12 +175,9 @@ bool Pipeline::isSubtitles(GstElement* element) const {
     if (address_.subtitleUri.empty()) {
         return false;
     }
-    // The bin that reads an address is the only one between here and the playbin that has one.
+    // The bin that reads an address is the only one above it that has one.
     for (GstOwner<GstElement> bin(GST_ELEMENT(gst_object_ref(element))); bin;
          bin.reset(GST_ELEMENT(gst_object_get_parent(GST_OBJECT(bin.get()))))) {
-        if (bin.get() == playbin_.get()) {
-            return false;
-        }
         if (factoryName(bin.get()) == "uridecodebin") {
             char* uri = nullptr;
             g_object_get(bin.get(), "uri", &uri, nullptr);
@@ -191,7 +188,7 @@ bool Pipeline::isSubtitles(GstElement* element) const {
     return false;
 }
 
-void Pipeline::onElementSetup(GstElement*, GstElement* element, gpointer self) {
+void Pipeline::onElementSetup(GstElement* playbin, GstElement* element, gpointer self) {
     auto* const pipeline = static_cast<Pipeline*>(self);
     const std::string factory = factoryName(element);
     if (pipeline->isSubtitles(element)) {
@@ -204,7 +201,7 @@ void Pipeline::onElementSetup(GstElement*, GstElement* element, gpointer self) {
     }
     pipeline->succession_.onElement(element);
     if (!pipeline->succession_.underWay()) { // which is a song if it is anything
-        watchPictureNeeds(pipeline->playbin_.get(), element);
+        watchPictureNeeds(playbin, element);
     }
     if (factory == "typefind") {
         g_signal_connect(element, "have-type", G_CALLBACK(&Pipeline::onHaveType), self);
