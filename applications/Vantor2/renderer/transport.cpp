@@ -9,6 +9,7 @@
 #include "renderer/container_address.h"
 #include "renderer/play_speed.h"
 #include "renderer/playlist.h"
+#include "renderer/question.h"
 
 namespace vantor {
 
@@ -158,12 +159,13 @@ int Transport::setNextUri(const Controller& controller, const std::string& uri,
 }
 
 int Transport::ask(Media media) {
-    const MediaInfo& info = media.tracks[media.start].info;
+    std::string title = questionTitle(media);
+    std::string mimeType = questionMimeType(media);
     const ControlRequest* earlier = permission_.findOf(ControlKind::player, media.owner);
     if (earlier != nullptr) {
         if (waiting_[earlier->id].media.uri == media.uri) {
             // The same question again; the viewer is asked once. The newest description counts.
-            permission_.describe(earlier->id, info.mimeType, info.title);
+            permission_.describe(earlier->id, mimeType, title);
             waiting_[earlier->id].media = std::move(media);
             changed_();
             return 0;
@@ -174,8 +176,8 @@ int Transport::ask(Media media) {
     request.kind = ControlKind::player;
     request.controller = media.owner;
     request.mediaUri = media.uri;
-    request.mediaMimeType = info.mimeType;
-    request.mediaTitle = info.title;
+    request.mediaMimeType = std::move(mimeType);
+    request.mediaTitle = std::move(title);
     const std::uint32_t id = permission_.file(std::move(request));
     if (!isSomebodyElses(media.owner)) {
         refusedToAll_ = false;

@@ -38,8 +38,8 @@ TEST_F(TheDaemon, TakesAFilmThroughPermissionToThePlayer) {
     EXPECT_EQ(request.mState, kRequestRequested);
     EXPECT_STREQ(request.mControllerId, "phone (127.0.0.1)");
     EXPECT_STREQ(request.mMediaURI, kFilm);
-    EXPECT_STREQ(request.mMediaMimeType, "");
-    EXPECT_STREQ(request.mMediaTitle, "");
+    EXPECT_STREQ(request.mMediaMimeType, "video/mp4");
+    EXPECT_STREQ(request.mMediaTitle, "film.mp4") << "no description says more";
 
     EXPECT_TRUE(tv->command("postpone_authorization", 1));
     EXPECT_TRUE(tv->waitForRecord([](const auto& record) {

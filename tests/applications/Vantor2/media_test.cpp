@@ -8,6 +8,7 @@
 #include "renderer/didl.h"
 #include "renderer/play_queue.h"
 #include "renderer/playlist.h"
+#include "renderer/question.h"
 
 namespace vantor {
 namespace {
@@ -119,6 +120,41 @@ TEST(Subtitles, LeadNowhereButToHttp) {
                                 "<sec:CaptionInfoEx>http://a/t.srt</sec:CaptionInfoEx>")));
     ASSERT_EQ(items.size(), 1u);
     EXPECT_EQ(items[0].subtitleUri, "http://a/t.srt");
+}
+
+TEST(TheQuestion, NamesTheMediaAsItsDescriptionDoes) {
+    const Media media = describeMedia("http://a/film.mp4", kTwoForms, "");
+    EXPECT_EQ(questionTitle(media), "A & B");
+    EXPECT_EQ(questionMimeType(media), "video/mp4");
+}
+
+TEST(TheQuestion, NamesTheAddressWhereNothingIsSaid) {
+    struct Row {
+        const char* uri;
+        const char* title;
+        const char* mimeType;
+    };
+    for (const Row& row :
+         {Row{"http://a/b/My%20song.MP3?x=1.jpg", "My song.MP3", "audio/mpeg"},
+          Row{"http://a/photo.jpeg", "photo.jpeg", "image/jpeg"},
+          Row{"http://a/list.m3u8", "list.m3u8", "audio/x-mpegurl"},
+          Row{"http://a/stream", "stream", "application/octet-stream"},
+          Row{"http://a.b/", "a.b", "application/octet-stream"},
+          Row{"http://a/%0A", "http://a/%0A", "application/octet-stream"},
+          Row{"http://a/%FFx%1B[2J.mkv", "\xEF\xBF\xBDx [2J.mkv", "video/x-matroska"},
+          Row{"dlna-playcontainer://uuid%3A1?cid=0", "folder", "application/octet-stream"}}) {
+        const Media media = describeMedia(row.uri, "", "");
+        EXPECT_EQ(questionTitle(media), row.title);
+        EXPECT_EQ(questionMimeType(media), row.mimeType) << row.uri;
+    }
+}
+
+TEST(TheQuestion, IsOneLineWhateverADescriptionSays) {
+    const Media media = describeMedia(
+        "http://a/film.mp4",
+        didl(item("A\n&#x9b;31mB\xC2\x85", res("video/x&#10;y:*", "http://a/film.mp4"))), "");
+    EXPECT_EQ(questionTitle(media), "A  31mB");
+    EXPECT_EQ(questionMimeType(media), "video/x y");
 }
 
 TEST(AProtocolInfo, TellsTypeAndParameters) {
