@@ -52,6 +52,9 @@ int Rendering::wish(const Controller& controller, const Wish& wanted) {
             ControlRequest request;
             request.kind = ControlKind::sound;
             request.controller = controller;
+            // No media is asked about, but the viewer would be shown an earlier one's.
+            request.mediaTitle = "volume";
+            request.mediaMimeType = "audio/*";
             id = permission_.file(std::move(request));
         }
         Wish& waiting = waiting_[id];

@@ -236,6 +236,9 @@ TEST_F(TheServices, AskForSoundControlUnderThatPolicy) {
     EXPECT_EQ(rendering.setMute(phone, true), 0);
     ASSERT_EQ(permission.requests().size(), 1u);
     EXPECT_EQ(permission.requests().front().kind, ControlKind::sound);
+    EXPECT_EQ(permission.requests().front().mediaTitle, "volume")
+        << "not that of a question before";
+    EXPECT_EQ(permission.requests().front().mediaMimeType, "audio/*");
     EXPECT_EQ(rendering.volume(), 50u);
     EXPECT_TRUE(sound.commands.empty());
     permission.allow(permission.requests().front().id);
