@@ -185,6 +185,9 @@ bool isTransportPassing(const StateVariables& changed, const StateVariables& now
     }
     const bool stays = find(changed, "TransportState") == nullptr;
     const bool taken = find(changed, "AVTransportURI") != nullptr;
+    if (*state == transportStateText(TransportState::paused)) {
+        return stays && find(changed, "TransportPlaySpeed") != nullptr;
+    }
     return *state == transportStateText(TransportState::transitioning) ||
            (*state == transportStateText(TransportState::stopped) && (stays || taken));
 }

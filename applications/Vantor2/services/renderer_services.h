@@ -22,7 +22,8 @@ ActionTable connectionManagerActions(const Transport& transport);
 /// What LastChange tells; always the same variables in the same order.
 StateVariables avTransportVariables(const TransportView& view);
 /// Whether a change of them, to `now`, is on the way to what controllers wait for: a media that was
-/// taken, perhaps once more, and will be played, or one that opens.
+/// taken, perhaps once more, and will be played, one that opens, or one that goes on after a pause
+/// at another speed.
 bool isTransportPassing(const StateVariables& changed, const StateVariables& now);
 StateVariables renderingControlVariables(const Rendering& rendering);
 /// Evented one by one.

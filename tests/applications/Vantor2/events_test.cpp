@@ -122,6 +122,28 @@ TEST_F(Events, TellOfTheSameMediaTogetherWithItsPlaying) {
     EXPECT_FALSE(subscriber.waitFor(3, milliseconds(300)));
 }
 
+TEST_F(Events, TellOfAnotherSpeedTogetherWithThePlayingAfterAPause) {
+    play(kFilm);
+    report(5);
+    report(4);
+    PlayerReport faster;
+    faster.state = 3;
+    faster.speed = "1";
+    faster.protocolInfo = "http-get:*:video/mp4:*";
+    device->transport().playerChanged(faster);
+    Subscriber subscriber;
+    hearInQuiet(subscriber);
+    EXPECT_TRUE(subscriber.events[0].says("TransportState", "PAUSED_PLAYBACK"));
+    faster.speed = "2"; // as the player does it: first the one, then the other
+    device->transport().playerChanged(faster);
+    faster.state = 4;
+    device->transport().playerChanged(faster);
+    ASSERT_TRUE(subscriber.waitFor(2));
+    EXPECT_TRUE(subscriber.events[1].says("TransportState", "PLAYING"));
+    EXPECT_TRUE(subscriber.events[1].says("TransportPlaySpeed", "2"));
+    EXPECT_FALSE(subscriber.waitFor(3, milliseconds(300)));
+}
+
 TEST_F(Events, TellOfAMediaThatTakesItsTimeToOpen) {
     Subscriber subscriber;
     hearInQuiet(subscriber);
