@@ -25,10 +25,10 @@ namespace {
 constexpr unsigned kPlayFlagDownload = 0x80;
 constexpr std::chrono::seconds kPositionInterval{1};
 
-/// What is estimated while the media plays wobbles: it stays as it was told until it is another by
-/// an eighth of the bits or a second of the length. The length of a transport stream is estimated
-/// from what was read of it in one go, which is mostly too little after it was moved: it stays,
-/// too, when it would be another by a sixteenth.
+/// What is estimated while the media plays wobbles: it stays as it was told until it is twice or
+/// half as many bits or another by a second of the length. The length of a transport stream is
+/// estimated from what was read of it in one go, which is mostly too little after it was moved: it
+/// stays, too, when it would be another by a sixteenth.
 void steady(MediaFacts& facts, const MediaFacts& told, bool moved) {
     constexpr std::int64_t kSecondMs = 1000;
     const bool wild = moved && facts.mimeType == kTransportStreamType &&
@@ -36,8 +36,7 @@ void steady(MediaFacts& facts, const MediaFacts& told, bool moved) {
     if (told.durationMs >= 0 && (facts.durationMs < 0 || wild)) {
         facts.durationMs = told.durationMs;
     }
-    const unsigned bits = std::max(facts.bitrate, told.bitrate);
-    if (bits - std::min(facts.bitrate, told.bitrate) < told.bitrate / 8) {
+    if (facts.bitrate > told.bitrate / 2 && facts.bitrate / 2 < told.bitrate) {
         facts.bitrate = told.bitrate;
     }
     if (!facts.durationExact && told.durationMs >= 0 && facts.durationMs >= 0 &&
