@@ -171,6 +171,23 @@ class TheRoad(HouseTest):
         tv.event("MM_START_PLAY")
         self.assert_quits(tv)
 
+    def test_a_phone_is_told_that_another_file_took_the_place_of_its_own(self):
+        tv = self.television("--ask")
+        asked = self.push(media("film.mp4"))
+        tv.event("MM_REQ_TO_AUTH", title=FILM_TITLE)
+        asked.wait_line(lambda line: line.startswith("Waiting for "), "waiting")
+        played = self.push(media("song.mp3"))
+        tv.event("MM_REQ_TO_AUTH", title="Tick & <Tock>")
+        self.assertEqual(asked.ended(), REFUSED, asked.tail())
+        self.assertIn(" was given something else; this file never began.", asked.lines[-1])
+        tv.do("allow")
+        tv.event("MM_START_PLAY")
+        played.wait_line(lambda line: line.startswith("playing"), "playing")
+        self.push(media("film.mp4"))
+        self.assertEqual(played.ended(), 0, played.tail())
+        self.assertTrue(played.lines[-1].endswith(" plays something else now."), played.tail())
+        self.assert_quits(tv)
+
     def test_mistakes_at_the_phone_are_told_before_anything_is_pushed(self):
         tv = self.television("--allow")
         port = free_port()

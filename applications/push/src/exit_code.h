@@ -12,7 +12,7 @@ enum class ExitCode {
     kNameUnknown = 5,    ///< renderers answered, none has that name
     kNameAmbiguous = 6,  ///< several renderers could be meant
     kServerFailed = 7,   ///< the file could not be served, for example the port is occupied
-    kRefused = 8,        ///< the renderer or its viewer said no
+    kRefused = 8,        ///< by the renderer or its viewer, or replaced before it began
     kPlaybackFailed = 9, ///< the renderer took it and could not play it
     kRendererLost = 10,  ///< the renderer went away or does not answer any more
     kInterrupted = 130,  ///< Ctrl-C or SIGTERM

@@ -159,6 +159,10 @@ std::optional<ExitCode> PushSession::lookOnce(bool keepPhoto) {
     silentLooks_ = 0;
     const bool isOurs = position.trackUri.empty() || position.trackUri == server_.uri();
     if (!isOurs && wasActive_) {
+        if (!wasPlaying_ && !server_.statistics().reachedEnd) {
+            progress_.say(name_ + " was given something else; this file never began.");
+            return ExitCode::kRefused;
+        }
         progress_.say(name_ + " plays something else now.");
         return ExitCode::kDone;
     }
