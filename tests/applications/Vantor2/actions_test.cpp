@@ -155,6 +155,21 @@ TEST_F(Actions, RefuseAForeignController) {
     EXPECT_EQ(state("stranger"), "STOPPED") << "reading is never refused";
 }
 
+TEST_F(Actions, TakeAnAddressThatStandsOnALineOfItsOwn) {
+    device->permission().setPolicy(ControlKind::player, 0);
+    const std::string next = std::string(kFilm) + "?next";
+    EXPECT_EQ(setUri("\r\n\t  " + std::string(kFilm) + " \n"), 0);
+    EXPECT_EQ(error(kAvt, "SetNextAVTransportURI",
+                    kInstance + in("NextURI", "\n " + next + "\n") + in("NextURIMetaData", "")),
+              0);
+    const std::string media = call(kAvt, "GetMediaInfo", kInstance);
+    EXPECT_EQ(element(media, "CurrentURI"), kFilm);
+    EXPECT_EQ(element(media, "NextURI"), next);
+    EXPECT_EQ(setUri("\n  \n"), 0) << "takes it back";
+    EXPECT_EQ(element(call(kAvt, "GetMediaInfo", kInstance), "CurrentURI"), "");
+    EXPECT_EQ(setUri("http://127.0.0.1:9/a film.mp4"), 716) << "no blank belongs within one";
+}
+
 TEST_F(Actions, RefuseAddressesAndTypes) {
     EXPECT_EQ(setUri("file:///etc/passwd"), 716);
     EXPECT_EQ(setUri("rtsp://127.0.0.1/a"), 716);
