@@ -38,6 +38,12 @@ std::string hostName() {
     return name;
 }
 
+std::string noNetwork(const std::string& wanted) {
+    return "there is no network to serve on at the moment" +
+           (wanted.empty() ? std::string() : " (KETRA_INTERFACE=" + wanted + ')') +
+           "; no controller finds the renderer until there is one";
+}
+
 std::optional<std::uint32_t> requestId(const statebus::Command& command) {
     if (const auto* number = std::get_if<unsigned long long>(&command.argument)) {
         return *number <= UINT32_MAX ? std::optional<std::uint32_t>(*number) : std::nullopt;
@@ -169,7 +175,7 @@ bool Daemon::startNetwork(std::string& error) {
     const auto wanted = choosePlaces(networkPlaces(), settings_.networkInterface);
     if (wanted.empty()) {
         // The port is settled all the same; it stays the same on whatever network appears.
-        logWarning("there is no network to serve on at the moment");
+        logWarning(noNetwork(settings_.networkInterface));
         if (!device_->listen(kNobodysAddress, settings_.port, error)) {
             error = "cannot serve on port " + std::to_string(settings_.port) + ": " + error;
             return false;
@@ -228,8 +234,10 @@ void Daemon::networkChanged() {
         }
     }
     std::string error;
-    if (!serveOn(choosePlaces(networkPlaces(), settings_.networkInterface), error)) {
-        logWarning(error.empty() ? "there is no network to serve on at the moment" : error);
+    const bool served = !places_.empty();
+    if (!serveOn(choosePlaces(networkPlaces(), settings_.networkInterface), error) &&
+        (served || !error.empty())) {
+        logWarning(error.empty() ? noNetwork(settings_.networkInterface) : error);
     }
     discovery_->setPlaces(places_);
     forgetPlaces();

@@ -46,7 +46,8 @@ bool isFree(const Companions& companions) {
 
 Television::Television(const Options& options, const Output& output)
     : options_(options),
-      errors_(output.errors()),
+      errors_(output.errors(),
+              [this] { middleware::EventLoop::instance().postTask([this] { onComplaint(); }); }),
       report_(output.own(), options.json ? Format::kJson : Format::kPlain),
       keys_(console_.input()),
       permission_(options.answer),

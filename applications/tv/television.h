@@ -73,8 +73,8 @@ private:
     void onRequest(const Event& event);
     void onCompanions();
     void expectCompanions();
-    /// At a terminal: the settings that made no sense to the companions.
-    void tellOfSettings();
+    /// At a terminal: what the companions warn of, once the TV is ready.
+    void onComplaint();
     /// Whether both companions can be used, for the library too.
     bool areThere(const Companions& now);
     /// Ends the TV when one of them has ended before it was there.
@@ -111,9 +111,9 @@ private:
     ExitCode code_ = ExitCode::kOk;
     ExitCode blame_ = ExitCode::kOk; ///< instead of kOk, when lines were not carried out
 
-    Companions known_;   ///< as they were last told about
-    bool ready_ = false; ///< both companions are there
-    bool toldOfSettings_ = false;
+    Companions known_;                       ///< as they were last told about
+    bool ready_ = false;                     ///< both companions are there
+    bool wasReady_ = false;                  ///< they were, at least once
     bool wantVisible_ = true;                ///< what was asked for last
     std::optional<Time> companionsDeadline_; ///< until when they have to be there
     std::optional<Time> lookAgain_;          ///< when the library may know, too

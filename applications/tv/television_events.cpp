@@ -1,5 +1,3 @@
-#include <utility>
-
 #include "statebus/visible_text.h"
 #include "tv/television.h"
 
@@ -83,10 +81,10 @@ void Television::onCompanions() {
             report_.problem("the renderer daemon is gone; no controller finds the TV until it is "
                             "started again");
     } else if (areThere(now)) {
-        ready_ = true;
+        ready_ = wasReady_ = true;
         companionsDeadline_.reset();
         report_.ready(now.name);
-        tellOfSettings();
+        onComplaint();
     }
     if (!now.daemon && known_.daemon)
         permission_.answered(); // nobody is left to tell an answer to
@@ -96,12 +94,12 @@ void Television::onCompanions() {
                        "time");
 }
 
-void Television::tellOfSettings() {
-    if (std::exchange(toldOfSettings_, true))
-        return; // a daemon that was renamed is ready once more
-    for (const std::string& line : errors_.last())
-        if (line.find(": warning: KETRA_") != std::string::npos)
-            report_.problem(line);
+void Television::onComplaint() {
+    // Before the TV is ready they may be the reasons why it cannot be, which are told together.
+    if (!wasReady_ || !renderer_.isRunning())
+        return;
+    for (const std::string& line : errors_.complaints())
+        report_.problem(statebus::visibleText(line));
 }
 
 void Television::noticeEndedCompanions() {
@@ -138,7 +136,7 @@ void Television::onCompanionsMissing(const Companions& companions) {
     if (player && daemon)
         report_.problem("the renderer daemon did not report itself visible" + within + "; " +
                         kDaemonPath);
-    const std::vector<std::string> errors = errors_.last();
+    const std::vector<std::string> errors = wasReady_ ? errors_.complaints() : errors_.last();
     for (const std::string& line : errors)
         report_.problem(statebus::visibleText(line));
     if (errors.empty() && !options_.verbose)

@@ -147,6 +147,22 @@ class ARunningTelevision(unittest.TestCase):
         self.assertEqual(terminal.ended(), 0, terminal.text)
         self.assertEqual(terminal.text.count(told), 1, terminal.text)
 
+    def test_at_a_terminal_tells_what_its_companions_warn_of(self):
+        terminal = self.at_a_terminal(
+            KETRA_INTERFACE="10.9.0.77", KETRA_DOWNLOAD_DIR="/nonexistent/copies",
+            KETRA_SNAPSHOT_DIR="/nonexistent/pictures")
+        terminal.until_said("ready name=")
+        for told in ("problem Vantor2: warning: there is no network to serve on at the moment "
+                     "(KETRA_INTERFACE=10.9.0.77); no controller finds the renderer",
+                     "problem zeGStreamerPlayer: warning: no folder for copies of films in "
+                     "/nonexistent/copies (KETRA_DOWNLOAD_DIR): "):
+            terminal.until_said(told)
+        terminal.type("p")
+        terminal.until_said("problem zeGStreamerPlayer: warning: no picture may be written to "
+                            "/nonexistent/pictures/")
+        terminal.type("q")
+        self.assertEqual(terminal.ended(), 0, terminal.text)
+
     def check_end(self, tv, sock):
         said = []
         deadline = time.monotonic() + DEADLINE

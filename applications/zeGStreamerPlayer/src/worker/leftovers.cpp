@@ -83,7 +83,8 @@ WorkerFolder::WorkerFolder(const std::string& parent) {
             close(std::exchange(lock_, -1));
         }
     }
-    logWarning("no folder for copies in " + parent + ": " + std::strerror(errno));
+    logWarning("no folder for copies of films in " + parent +
+               " (KETRA_DOWNLOAD_DIR): " + std::strerror(errno) + "; none are kept");
 }
 
 WorkerFolder::~WorkerFolder() {
