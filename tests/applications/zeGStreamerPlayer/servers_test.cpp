@@ -149,6 +149,17 @@ TEST_F(AServer, ThatSendsNoPartsIsAskedForTheWholeOnceMore) {
     EXPECT_EQ(player_.last().supportedSpeeds, "1") << "it cannot be moved";
 }
 
+TEST_F(AServer, ThatRefusesEveryPartIsAskedForTheWholeOnceMore) {
+    play(server_.address("/refusing/song.wav"));
+    ASSERT_TRUE(player_.waitUntil([this] {
+        return player_.last().state == PlayerState::kPlaying ||
+               player_.last().error != PlayerError::kNone;
+    }));
+    EXPECT_EQ(player_.last().error, PlayerError::kNone) << player_.log();
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+    EXPECT_EQ(player_.last().supportedSpeeds, "1") << "it cannot be moved";
+}
+
 TEST_F(AServer, ThatHangsUpOnceIsAskedForTheRest) {
     play(server_.address("/interrupted/clip.mp4"));
     ASSERT_TRUE(player_.waitUntil([this] {

@@ -81,7 +81,15 @@ bool isRefusedRange(GstMessage* message) {
     GError* raw = nullptr;
     gst_message_parse_error(message, &raw, nullptr);
     const GstOwner<GError> error(raw);
-    return g_error_matches(error.get(), GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SEEK) != FALSE;
+    const GstStructure* details = nullptr;
+    gst_message_parse_error_details(message, &details);
+    constexpr unsigned kRangeNotSatisfiable = 416;
+    unsigned status = 0;
+    if (details != nullptr) {
+        gst_structure_get_uint(details, "http-status-code", &status);
+    }
+    return g_error_matches(error.get(), GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_SEEK) != FALSE ||
+           status == kRangeNotSatisfiable;
 }
 
 } // namespace player

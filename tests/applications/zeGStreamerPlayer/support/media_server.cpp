@@ -183,7 +183,12 @@ void MediaServer::answer(SoupServerMessage* message, const std::string& path) {
         answerWithoutRange(message, manner, content, typeOf(rest));
     } else if (manner == "radio") {
         send(message, radioBroadcast(content, typeOf(rest)), true);
-    } else if (manner == "slow") {
+    } else if (manner == "refusing" &&
+               soup_message_headers_get_one(soup_server_message_get_request_headers(message),
+                                            "Range") != nullptr) {
+        soup_server_message_set_status(message, SOUP_STATUS_REQUESTED_RANGE_NOT_SATISFIABLE,
+                                       nullptr);
+    } else if (manner == "slow" || manner == "refusing") {
         sendSlowly(message, "HTTP/1.1 200 OK\r\nContent-Type: " + typeOf(rest) +
                                 "\r\nContent-Length: " + std::to_string(content.size()) +
                                 "\r\n\r\n" + content);

@@ -6,10 +6,11 @@
 // /whole/FILE (with its length, but no Range), /chunked/FILE, /stream/FILE (no length, no Range),
 // /radio/FILE (a station: titles between the sound), /more/FILE (promises more than there is),
 // /less/FILE (promises a part of it), /cut/FILE (hangs up in the middle), /interrupted/FILE (does
-// so the first time), /slow/FILE (takes three seconds), /short/FILE (a file that was cut off),
-// /stall/FILE (falls silent in the middle), /silent (never answers), /status/NNN (an error),
-// /text/FILE (a text that claims to be the file), /to?ADDRESS (a redirect there), /round (a
-// redirect to itself), /timed/FILE (no Range; the server finds times and scales itself).
+// so the first time), /slow/FILE (takes three seconds), /refusing/FILE (does so, too, and has an
+// error for every Range), /short/FILE (a file that was cut off), /stall/FILE (falls silent in the
+// middle), /silent (never answers), /status/NNN (an error), /text/FILE (a text that claims to be
+// the file), /to?ADDRESS (a redirect there), /round (a redirect to itself), /timed/FILE (no Range;
+// the server finds times and scales itself).
 #pragma once
 
 #include <atomic>
