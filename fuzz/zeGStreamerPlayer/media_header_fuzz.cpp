@@ -1,7 +1,9 @@
-// The first bytes of a photo, a transport stream or a Matroska film, looked at before any decoder.
+// The first bytes of a photo, a transport stream, a Matroska or an MP4 film, looked at before any
+// decoder.
 #include "check.h"
 #include "engine/image_type.h"
 #include "engine/matroska.h"
+#include "engine/mp4_fragments.h"
 #include "engine/transport_stream.h"
 #include "input.h"
 
@@ -18,5 +20,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto length = statesLength(data, size);
     const auto earlyLength = statesLength(data, size / 2);
     FUZZ_CHECK(!earlyLength || length == earlyLength);
+    const auto pieces = isFragmented(data, size);
+    const auto earlyPieces = isFragmented(data, size / 2);
+    FUZZ_CHECK(!earlyPieces || pieces == earlyPieces);
     return 0;
 }

@@ -211,6 +211,17 @@ TEST_F(WhatIsTold, IsNotToldAgainForABitRateThatVaries) {
     EXPECT_LE(changes(), 4);
 }
 
+TEST_F(WhatIsTold, ReckonsTheLengthOfBareSamplesFromTheirSize) {
+    const test::MediaServer server(KETRA_TEST_MEDIA);
+    open(server.address("/good/song.L16"));
+    EXPECT_EQ(player_.last().track.durationSec, 4u);
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 2; }));
+    EXPECT_GE(player_.last().positionPercent, 50u);
+    EXPECT_LT(player_.last().positionPercent, 75u);
+    open(server.address("/stream/song.L16"));
+    EXPECT_EQ(player_.last().track.durationSec, 0u);
+}
+
 /// A film is not called what one of its sound tracks is.
 TEST_F(WhatIsTold, CallsAFilmWhatItsFileCallsIt) {
     gst_init(nullptr, nullptr);

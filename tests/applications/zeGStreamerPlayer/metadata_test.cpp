@@ -9,6 +9,7 @@
 #include "engine/gstreamer_errors.h"
 #include "engine/image_type.h"
 #include "engine/matroska.h"
+#include "engine/mp4_fragments.h"
 #include "engine/transport_stream.h"
 #include "logic/numbers.h"
 #include "logic/play_request.h"
@@ -470,6 +471,40 @@ TEST(AWebmFile, SaysWhetherItKnowsItsLength) {
     EXPECT_EQ(statesLength(nullptr, 0), std::nullopt);
     const std::uint8_t other[] = {'R', 'I', 'F', 'F', 0, 0, 0, 0};
     EXPECT_EQ(statesLength(other, sizeof other), std::nullopt);
+}
+
+std::string box(const char* type, const std::string& contents) {
+    return std::string(3, '\0') + static_cast<char>(contents.size() + 8) + type + contents;
+}
+
+/// What is known of the whole; less of it may say nothing, but nothing else.
+std::optional<bool> fragmented(const std::string& file) {
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(file.data());
+    std::optional<bool> known;
+    for (std::size_t size = 0; size <= file.size(); ++size) {
+        const std::optional<bool> now = isFragmented(bytes, size);
+        EXPECT_TRUE(!known || now == known) << size;
+        known = now;
+    }
+    return known;
+}
+
+TEST(AnMp4File, SaysWhetherItComesInPieces) {
+    const std::string type = box("ftyp", "isom");
+    const std::string track = box("mvhd", "") + box("trak", "mvex");
+    const std::string pieces = box("mvex", box("trex", ""));
+    EXPECT_EQ(fragmented(type + box("moov", track + pieces)), true);
+    EXPECT_EQ(fragmented(box("moov", pieces)), true);
+    EXPECT_EQ(fragmented(type + box("free", "x") + box("moov", track)), false);
+    EXPECT_EQ(fragmented(type + box("mdat", "x") + box("moov", pieces)), false);
+    EXPECT_EQ(fragmented(type + box("moov", track).substr(0, 20)), std::nullopt);
+    const std::string longBox = std::string("\0\0\0\1moov\0\0\0\0\0\0\0", 15) +
+                                static_cast<char>(16 + pieces.size()) + pieces;
+    EXPECT_EQ(fragmented(type + longBox), true);
+    EXPECT_EQ(fragmented(type + std::string("\0\0\0\0moov", 8) + pieces), true);
+    EXPECT_EQ(fragmented(type + std::string("\0\0\0\7moov", 8) + pieces), std::nullopt);
+    EXPECT_EQ(fragmented(box("RIFF", "") + box("moov", pieces)), std::nullopt);
+    EXPECT_EQ(isFragmented(nullptr, 0), std::nullopt);
 }
 
 TEST(APictureFile, IsRecognisedByItsFirstBytes) {

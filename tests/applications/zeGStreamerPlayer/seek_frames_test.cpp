@@ -80,14 +80,15 @@ TEST_P(ASeek, LeadsToItsPlaceAndTheFilmGoesOnFromThere) {
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
 }
 
-// AVI leads to the key frame before where it is read as it comes. The times in a transport stream
-// are an eighth of a second from those of its pictures.
+// The times in a transport stream are an eighth of a second from those of its pictures.
 INSTANTIATE_TEST_SUITE_P(
     InAFilm, ASeek,
     testing::Values(Way{"/good/counted.mkv", true, 0}, Way{"/good/counted.mkv", false, 0},
                     Way{"/good/counted.mp4", true, 0}, Way{"/good/counted.mp4", false, 0},
-                    Way{"/good/counted.avi", true, 0}, Way{"/good/counted.avi", false, 25},
-                    Way{"/good/counted.ts", true, 10}, Way{"/good/counted.ts", false, 10}),
+                    Way{"/good/counted.fragments.mp4", true, 0}, Way{"/good/counted.avi", true, 0},
+                    Way{"/good/counted.avi", false, 0}, Way{"/good/counted.ogv", true, 0},
+                    Way{"/good/counted.ogv", false, 0}, Way{"/good/counted.ts", true, 10},
+                    Way{"/good/counted.ts", false, 10}),
     [](const auto& one) {
         return test::caseName(one.param.path) + (one.param.copied ? "WithACopy" : "WithoutACopy");
     });

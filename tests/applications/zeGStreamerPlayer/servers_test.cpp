@@ -160,6 +160,18 @@ TEST_F(AServer, ThatRefusesEveryPartIsAskedForTheWholeOnceMore) {
     EXPECT_EQ(player_.last().supportedSpeeds, "1") << "it cannot be moved";
 }
 
+TEST_F(AServer, ThatDoesNotSayHowLargeATransportStreamIsLeavesItsLengthOpen) {
+    for (const char* const manner : {"/stream/", "/chunked/"}) {
+        play(server_.address(manner + std::string("counted.ts")));
+        ASSERT_TRUE(player_.waitUntil([this] {
+            return player_.last().positionSec > 0 || player_.last().error != PlayerError::kNone;
+        }));
+        EXPECT_EQ(player_.last().error, PlayerError::kNone) << player_.log();
+        EXPECT_EQ(player_.last().track.durationSec, 0u) << manner;
+        EXPECT_EQ(player_.last().positionPercent, 0u) << manner;
+    }
+}
+
 TEST_F(AServer, ThatHangsUpOnceIsAskedForTheRest) {
     play(server_.address("/interrupted/clip.mp4"));
     ASSERT_TRUE(player_.waitUntil([this] {

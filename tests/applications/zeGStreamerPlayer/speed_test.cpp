@@ -252,7 +252,8 @@ TEST_P(ALeapingContainer, RunsForwardFast) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfAKind, ALeapingContainer,
-                         testing::Values("/good/counted.ts", "/good/counted.avi"),
+                         testing::Values("/good/counted.ts", "/good/counted.avi",
+                                         "/good/counted.fragments.mp4"),
                          [](const auto& one) { return test::caseName(one.param); });
 
 TEST_F(ALeapingFilm, GoesBackToItsStartAndOnFromThere) {
@@ -297,6 +298,30 @@ TEST_F(AFilmTooLargeToKeep, RunsBothWaysAsATransportStream) {
     play("/good/counted.ts");
     expectToRun({"4", 20}, 100);
     expectToRun({"-8", 8}, 1700);
+}
+
+/// A film that GStreamer moves only when it can ask for any place of it.
+class AFilmReadInPlaces : public AFilmTooLargeToKeep,
+                          public testing::WithParamInterface<const char*> {};
+
+TEST_P(AFilmReadInPlaces, RunsAtTheSpeedThatItTells) {
+    play(GetParam());
+    EXPECT_EQ(player_.last().track.durationSec, 40u);
+    for (const Way& way : {Way{"4", 20}, Way{"16", 8}, Way{"1/4", 5}}) {
+        expectToRun(way, 100);
+    }
+    expectToRun({"-8", 8}, 1900);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfAKind, AFilmReadInPlaces,
+                         testing::Values("/good/counted.avi", "/good/counted.ogv"),
+                         [](const auto& one) { return test::caseName(one.param); });
+
+TEST_F(AFilmTooLargeToKeep, ThatComesInPiecesSaysThatItCannotBeMoved) {
+    play("/good/counted.fragments.mp4");
+    EXPECT_EQ(player_.last().supportedSpeeds, "1");
+    EXPECT_EQ(player_.last().supportedSeekModes, "");
+    EXPECT_FALSE(player_->seek(20000));
 }
 
 /// Its server answers no Range; it finds times and scales itself.

@@ -11,6 +11,7 @@
 #include "engine/facts_reader.h"
 #include "engine/image_type.h"
 #include "engine/matroska.h"
+#include "engine/mp4_fragments.h"
 #include "engine/over_black.h"
 #include "engine/picture_chain.h"
 #include "engine/sinks.h"
@@ -354,6 +355,7 @@ MediaFacts Pipeline::facts() {
         clues.capsName = capsName_;
         clues.imageType = imageTypeOf(header_.data(), header_.size());
         lengthStated = statesLength(header_.data(), header_.size()).value_or(true);
+        fragmented_ = isFragmented(header_.data(), header_.size()).value_or(false);
         clues.programs = programsIn(header_.data(), header_.size()).value_or(0);
     }
     MediaFacts facts = readFacts(playbin_.get(), clues);
@@ -363,6 +365,17 @@ MediaFacts Pipeline::facts() {
         facts.durationExact = false;
         // It has no index either: a place in it is looked for, here and there.
         facts.seekable = facts.seekable && keepsCopy();
+    }
+    if (fragmented_) {
+        // Read as it comes, what is not yet known of its tables cannot be gone to.
+        facts.seekable = facts.seekable && keepsCopy();
+    }
+    if (sourceBytes_ < 0 && facts.mimeType == kTransportStreamType) {
+        facts.durationMs = -1; // what GStreamer reckons from a size that nobody knows
+    }
+    if (facts.durationMs < 0 && sourceBytes_ > 0 && sampleBytesPerSecond_ > 0) {
+        facts.durationMs =
+            sourceBytes_ * 1000 / static_cast<std::int64_t>(sampleBytesPerSecond_.load());
     }
     facts.coverUri = cover_->uri();
     facts.coverMimeType = cover_->mimeType();

@@ -117,7 +117,7 @@ private:
     static GstPadProbeReturn onFirstData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onStreamData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
-    static GstPadProbeReturn onMatroskaData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstPadProbeReturn onFilmData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onImageData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
     void handle(GstMessage* message);
@@ -162,7 +162,7 @@ private:
     void samplePosition();
     void followPosition();
     std::int64_t endMs() const;
-    bool keepHeader(GstPadProbeInfo* info);
+    bool keepHeader(GstPadProbeInfo* info, std::size_t known = 0);
     bool asksServer() const;
     void takeRangeAnswer(unsigned status, const std::string& acceptRanges);
     bool movesInside();
@@ -245,6 +245,7 @@ private:
     bool answersRanges_ = false;  ///< the server has said or shown that it does
     bool nextAnswersRanges_ = false;
     bool copyWhole_ = false;       ///< all of the media is there
+    bool fragmented_ = false;      ///< its pictures' tables are all over the file
     std::optional<Asked> asked_;   ///< once the server was asked to move it
     bool refused_ = false;         ///< it did not do so
     std::int64_t wholeMs_ = -1;    ///< length of the whole media, which it sends a part of
@@ -252,7 +253,9 @@ private:
 
     // Written on streaming threads.
     std::atomic<std::uint64_t> bytesArrived_{0};
-    std::atomic<bool> unhurried_{true}; ///< until the media is open, see onData
+    std::atomic<bool> unhurried_{true};                  ///< until the media is open, see onData
+    std::atomic<std::int64_t> sourceBytes_{-1};          ///< of the whole, as the server says
+    std::atomic<std::uint64_t> sampleBytesPerSecond_{0}; ///< of bare samples
     mutable std::mutex mutex_;
     std::string capsName_;                      // guarded by mutex_
     std::string timeSeekHeader_;                ///< what is asked; guarded by mutex_

@@ -137,9 +137,9 @@ bool Pipeline::seekTo(int flags, std::int64_t from) {
 }
 
 /// Whether GStreamer runs backward through this media. Over a network it needs the copy for that,
-/// and a container that says where everything is.
+/// and a container that says in one place where everything is.
 bool Pipeline::runsBackward() const {
-    return known_.durationExact && keepsCopy();
+    return known_.durationExact && keepsCopy() && !fragmented_;
 }
 
 void Pipeline::startLeaps(std::int64_t from) {

@@ -6,10 +6,12 @@
 #include <utility>
 
 #include <gio/gio.h>
+#include <gst/audio/audio.h>
 
 #include "engine/clean_seek.h"
 #include "engine/image_type.h"
 #include "engine/matroska.h"
+#include "engine/mp4_fragments.h"
 #include "engine/picture_chain.h"
 #include "engine/pipeline.h"
 #include "engine/transport_stream.h"
@@ -32,6 +34,19 @@ constexpr std::uint64_t kMostPixels = 128'000'000;
 /// By then a photo has said what it is, however much its camera had to tell before, and a transport
 /// stream its programmes.
 constexpr std::size_t kHeaderBytes = 1 << 20;
+constexpr guint64 kBytesInMemory = 8 << 20;
+
+/// Films that say in their beginning how they can be moved.
+bool describesItself(const std::string& type) {
+    return isMatroska(type) || type == "video/quicktime";
+}
+
+/// Read as it comes, GStreamer plays AVI at normal speed only, and takes Ogg for as long as what
+/// has arrived when it looks for the end.
+bool needsPlaces(const std::string& type) {
+    return type == "video/x-msvideo" || type == "application/ogg" || type == "audio/ogg" ||
+           type == "video/ogg";
+}
 
 std::string factoryName(GstElement* element) {
     GstElementFactory* const factory = gst_element_get_factory(element);
@@ -74,14 +89,53 @@ void onCopyCreated(GObject* buffer, GParamSpec*, gpointer) {
     }
 }
 
+/// The bin that reads an address, of which this is a part; nothing for what is none.
+GstOwner<GstElement> readerOf(GstElement* element) {
+    GstOwner<GstElement> bin(
+        element == nullptr ? nullptr : GST_ELEMENT(gst_object_get_parent(GST_OBJECT(element))));
+    if (bin && !g_object_class_find_property(G_OBJECT_GET_CLASS(bin.get()), "download")) {
+        bin.reset();
+    }
+    return bin;
+}
+
 /// Of this film no copy is kept: backward only its key frames are shown.
 void keepNoCopy(GstPad* pad) {
     const GstOwner<GstElement> source(gst_pad_get_parent_element(pad));
-    const GstOwner<GstElement> bin(
-        source ? GST_ELEMENT(gst_object_get_parent(GST_OBJECT(source.get()))) : nullptr);
-    if (bin && g_object_class_find_property(G_OBJECT_GET_CLASS(bin.get()), "download")) {
+    if (const auto bin = readerOf(source.get())) {
         g_object_set(bin.get(), "download", FALSE, nullptr);
     }
+}
+
+/// What is read of a media of which no copy is kept stands in memory, and any place of it can be
+/// asked for.
+void readInPlaces(GstElement* typefind) {
+    gboolean copied = TRUE;
+    if (const auto bin = readerOf(typefind)) {
+        g_object_get(bin.get(), "download", &copied, nullptr);
+        if (!copied) {
+            g_object_set(bin.get(), "ring-buffer-max-size", kBytesInMemory, nullptr);
+        }
+    }
+}
+
+/// Of samples that nobody packed; 0: they are none.
+std::uint64_t bytesPerSecond(const GstCaps* caps) {
+    const GstStructure* const samples = gst_caps_get_structure(caps, 0);
+    const char* const format = gst_structure_get_string(samples, "format");
+    int rate = 0;
+    int channels = 0;
+    if (format == nullptr || !gst_structure_get_int(samples, "rate", &rate) ||
+        !gst_structure_get_int(samples, "channels", &channels) || rate <= 0 || channels <= 0) {
+        return 0;
+    }
+    const GstAudioFormat known = gst_audio_format_from_string(format);
+    if (known == GST_AUDIO_FORMAT_UNKNOWN) {
+        return 0;
+    }
+    const int bits = GST_AUDIO_FORMAT_INFO_WIDTH(gst_audio_format_get_info(known));
+    return std::uint64_t{1} * static_cast<unsigned>(rate) * static_cast<unsigned>(channels) *
+           static_cast<unsigned>(bits / 8);
 }
 
 } // namespace
@@ -106,6 +160,8 @@ void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self) {
     }
     g_object_set(source, "extra-headers", headers.get(), "timeout", kNetworkTimeoutSeconds,
                  "user-agent", kUserAgent, nullptr);
+    static_cast<Pipeline*>(self)->sourceBytes_ = -1;
+    static_cast<Pipeline*>(self)->sampleBytesPerSecond_ = 0;
     trustCertificatesOf(source, static_cast<Pipeline*>(self)->settings_.caFile);
     const GstOwner<GstPad> pad(gst_element_get_static_pad(source, "src"));
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onFirstData, self, nullptr);
@@ -137,8 +193,12 @@ GstPadProbeReturn Pipeline::onQuery(GstPad*, GstPadProbeInfo* info, gpointer sel
 
 /// What only the server's word says how to read (bare samples, L16) cannot be copied: the word does
 /// not get past the copy.
-GstPadProbeReturn Pipeline::onCaps(GstPad* pad, GstPadProbeInfo* info, gpointer) {
-    if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_CAPS) {
+GstPadProbeReturn Pipeline::onCaps(GstPad* pad, GstPadProbeInfo* info, gpointer self) {
+    GstEvent* const event = GST_PAD_PROBE_INFO_EVENT(info);
+    if (GST_EVENT_TYPE(event) == GST_EVENT_CAPS) {
+        GstCaps* caps = nullptr;
+        gst_event_parse_caps(event, &caps);
+        static_cast<Pipeline*>(self)->sampleBytesPerSecond_ = bytesPerSecond(caps);
         keepNoCopy(pad);
     }
     return GST_PAD_PROBE_OK;
@@ -149,9 +209,11 @@ GstPadProbeReturn Pipeline::onFirstData(GstPad* pad, GstPadProbeInfo*, gpointer 
     auto* const pipeline = static_cast<Pipeline*>(self);
     const GstOwner<GstElement> source(gst_pad_get_parent_element(pad));
     gint64 size = -1;
+    if (source && gst_element_query_duration(source.get(), GST_FORMAT_BYTES, &size) && size > 0) {
+        pipeline->sourceBytes_ = size;
+    }
     const bool tooLarge =
-        source && gst_element_query_duration(source.get(), GST_FORMAT_BYTES, &size) && size > 0 &&
-        static_cast<std::uint64_t>(size) > roomForCopy(pipeline->settings_);
+        size > 0 && static_cast<std::uint64_t>(size) > roomForCopy(pipeline->settings_);
     // A copy is read anywhere: what has not arrived yet it would ask for.
     if (tooLarge || pipeline->inOrder_) {
         keepNoCopy(pad);
@@ -263,13 +325,16 @@ void Pipeline::onHaveType(GstElement* typefind, guint, GstCaps* caps, gpointer s
         pipeline->capsName_ = name;
     }
     pipeline->succession_.onType(typefind, name);
+    if (needsPlaces(name) && !pipeline->inOrder_) {
+        readInPlaces(typefind);
+    }
     const bool image = name.rfind("image/", 0) == 0;
     if (image) {
         pipeline->unhurried_ = false; // it has to be there as a whole
     }
     const GstPadProbeCallback look = image                    ? &Pipeline::onImageData
                                      : name == "video/mpegts" ? &Pipeline::onStreamData
-                                     : isMatroska(name)       ? &Pipeline::onMatroskaData
+                                     : describesItself(name)  ? &Pipeline::onFilmData
                                                               : nullptr;
     if (look != nullptr) {
         const GstOwner<GstPad> pad(gst_element_get_static_pad(typefind, "src"));
@@ -277,15 +342,17 @@ void Pipeline::onHaveType(GstElement* typefind, guint, GstCaps* caps, gpointer s
     }
 }
 
-/// Adds to the media's first bytes what comes now; called with mutex_ held. False when that cannot
-/// be read.
-bool Pipeline::keepHeader(GstPadProbeInfo* info) {
+/// Adds to the media's first bytes what comes now, without its first `known` bytes; called with
+/// mutex_ held. False when that cannot be read.
+bool Pipeline::keepHeader(GstPadProbeInfo* info, std::size_t known) {
     GstMapInfo map;
     if (!gst_buffer_map(GST_PAD_PROBE_INFO_BUFFER(info), &map, GST_MAP_READ)) {
         return false;
     }
     const std::size_t room = kHeaderBytes - header_.size();
-    header_.insert(header_.end(), map.data, map.data + std::min<std::size_t>(room, map.size));
+    known = std::min<std::size_t>(known, map.size);
+    header_.insert(header_.end(), map.data + known,
+                   map.data + known + std::min<std::size_t>(room, map.size - known));
     gst_buffer_unmap(GST_PAD_PROBE_INFO_BUFFER(info), &map);
     return true;
 }
@@ -301,17 +368,19 @@ GstPadProbeReturn Pipeline::onStreamData(GstPad*, GstPadProbeInfo* info, gpointe
                : GST_PAD_PROBE_REMOVE;
 }
 
-/// Looks for the length of a Matroska film.
-GstPadProbeReturn Pipeline::onMatroskaData(GstPad*, GstPadProbeInfo* info, gpointer self) {
+/// Looks for the length of a Matroska film, and whether an MP4 comes in pieces.
+GstPadProbeReturn Pipeline::onFilmData(GstPad*, GstPadProbeInfo* info, gpointer self) {
     auto* const pipeline = static_cast<Pipeline*>(self);
     const std::lock_guard<std::mutex> lock(pipeline->mutex_);
     const std::vector<std::uint8_t>& bytes = pipeline->header_;
     const bool fetched = (GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_PULL) != 0;
-    if (fetched && GST_PAD_PROBE_INFO_OFFSET(info) != bytes.size()) {
+    const std::uint64_t place = fetched ? GST_PAD_PROBE_INFO_OFFSET(info) : bytes.size();
+    if (place > bytes.size()) {
         return GST_PAD_PROBE_REMOVE; // what is wanted is elsewhere
     }
-    return pipeline->keepHeader(info) && !statesLength(bytes.data(), bytes.size()) &&
-                   bytes.size() < kHeaderBytes
+    return pipeline->keepHeader(info, bytes.size() - static_cast<std::size_t>(place)) &&
+                   !statesLength(bytes.data(), bytes.size()) &&
+                   !isFragmented(bytes.data(), bytes.size()) && bytes.size() < kHeaderBytes
                ? GST_PAD_PROBE_OK
                : GST_PAD_PROBE_REMOVE;
 }
