@@ -226,6 +226,20 @@ protected:
     std::unique_ptr<Program> player_;
 };
 
+TEST_F(ThePlayerProcess, PlaysAFilmOfWhichItCanKeepNoCopy) {
+    environment_.set("KETRA_DOWNLOAD_DIR", folder_.path() + "/missing");
+    environment_.set("KETRA_DOWNLOAD_LIMIT_MB", "100");
+    startPlaying();
+}
+
+TEST_F(ThePlayerProcess, PlaysAFilmOfUnknownSizeOfWhichItCanKeepNoCopy) {
+    environment_.set("KETRA_DOWNLOAD_DIR", folder_.path() + "/missing");
+    environment_.set("KETRA_DOWNLOAD_LIMIT_MB", "100");
+    start();
+    play("/chunked/film.mp4");
+    EXPECT_TRUE(waitForState(kPlayerPlaying)) << player_->error();
+}
+
 TEST_F(ThePlayerProcess, PlaysWhatTheBusTellsIt) {
     startPlaying();
     EXPECT_EQ(states(), (std::vector<int>{1, 5, 4}));

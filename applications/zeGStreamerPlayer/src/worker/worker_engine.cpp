@@ -26,18 +26,17 @@ namespace {
 /// A worker that ends as soon as it begins is not tried more often than this.
 constexpr std::chrono::milliseconds kNextAttempt{900};
 
-/// This process's environment, but with `folder` as the one for copies.
+/// This process's environment, but with `folder` as the one for copies; without one, with no room
+/// for any: a media of which a copy cannot be begun would not play.
 std::vector<std::string> environmentWith(const std::string& folder) {
-    const std::string name = "KETRA_DOWNLOAD_DIR=";
+    const std::string name = folder.empty() ? "KETRA_DOWNLOAD_LIMIT_MB=" : "KETRA_DOWNLOAD_DIR=";
     std::vector<std::string> entries;
     for (char** entry = environ; *entry != nullptr; ++entry) {
-        if (folder.empty() || std::strncmp(*entry, name.c_str(), name.size()) != 0) {
+        if (std::strncmp(*entry, name.c_str(), name.size()) != 0) {
             entries.emplace_back(*entry);
         }
     }
-    if (!folder.empty()) {
-        entries.push_back(name + folder);
-    }
+    entries.push_back(name + (folder.empty() ? "0" : folder));
     return entries;
 }
 
