@@ -295,7 +295,8 @@ const char kCommandHelp[] =
   policy ask|allow|deny       whether there are questions: allow lets everybody in without
                               one, deny refuses everybody without one
   show, hide                  on the network
-  rename NAME                 gives the TV another name on the network
+  rename NAME                 gives the TV another name on the network; %h in it is the
+                              name of this host
   snapshot [FILE.png]         writes what is on the screen into the folder for pictures
   status                      one line: state, media, title, position, speed, name
   wait EVENT [SECONDS]        until the event has come, 10 seconds at most; each event

@@ -1,5 +1,7 @@
 #include "tv/events.h"
 
+#include <algorithm>
+
 namespace tv {
 
 namespace {
@@ -28,6 +30,7 @@ struct Meaning {
     const char* text;
 };
 constexpr long long kPlayerLost = 120;
+constexpr char kShutDown[] = "shutdown";
 constexpr Meaning kErrors[] = {
     {0, "failed while opening"},
     {100, "address cannot be reached"},
@@ -145,7 +148,12 @@ void markEndOfPlayer(Event& event) {
     if (event.code == MM_EXIT_ERROR_FILE && error != nullptr && *error == kPlayerLost)
         event.details = {{"error", kPlayerLost},
                          {"meaning", std::string("the player ended with the television")},
-                         {"shutdown", true}};
+                         {kShutDown, true}};
+}
+
+bool isEndOfPlayer(const Event& event) {
+    const Detail mark{kShutDown, true};
+    return std::find(event.details.begin(), event.details.end(), mark) != event.details.end();
 }
 
 const char* eventName(std::uint32_t code) {

@@ -46,6 +46,8 @@ Event decodeEvent(unsigned long type, unsigned long code, unsigned long paramete
 /// For the events of a shut-down: the player ends then because it is told to, and what the bus says
 /// on its behalf is no failure that a viewer has to know of.
 void markEndOfPlayer(Event& event);
+/// Whether it was marked so.
+bool isEndOfPlayer(const Event& event);
 
 /// "MM_START_PLAY" for 5, null for an unknown code.
 const char* eventName(std::uint32_t code);

@@ -82,7 +82,8 @@ const char kUsage[] =
     R"(usage: ketra-tv [OPTION..]
 
 A television that is a renderer of the home network. Every event of its
-middleware is printed as one line.
+middleware is printed as one line; only that the player ends with the
+television is a notice, unless with --json.
 
   --ask, --allow, --deny   how to answer when a controller wants to play something;
                            without one of them you are asked
@@ -98,7 +99,8 @@ At a terminal these keys are the remote control:
 )";
 
 const char kCommandsHeading[] =
-    "\nIn a script, or when standard input is not a terminal, these lines are:\n\n";
+    "\nIn a script, or when standard input is not a terminal, these lines are. They are\n"
+    "carried out one after the other while the television is ready:\n\n";
 
 const char kEnding[] =
     R"(

@@ -1,5 +1,7 @@
 #include "tv/remote_keys.h"
 
+#include "common/text.h"
+
 namespace tv {
 
 namespace {
@@ -117,8 +119,9 @@ void RemoteKeys::sequence(char byte, std::vector<Command>& out) {
 void RemoteKeys::nameKey(char byte, std::vector<Command>& out) {
     if (byte == '\n' || byte == '\r') {
         naming_ = false;
-        if (!name_.empty())
-            out.push_back({Verb::kRename, name_, 0, ""});
+        const std::string_view name = text::trimmed(name_, " ");
+        if (!name.empty())
+            out.push_back({Verb::kRename, std::string(name), 0, ""});
     } else if (byte == '\b' || byte == '\x7f') {
         // A character may have several bytes; the ones behind its first have 10 on top.
         while (!name_.empty() && (static_cast<unsigned char>(name_.back()) & 0xc0U) == 0x80)
@@ -131,7 +134,7 @@ void RemoteKeys::nameKey(char byte, std::vector<Command>& out) {
 }
 
 std::string RemoteKeys::prompt() const {
-    return naming_ ? "new name: " + name_ : "";
+    return naming_ ? "new name (%h: this host's): " + name_ : "";
 }
 
 } // namespace tv

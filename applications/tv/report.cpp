@@ -47,6 +47,8 @@ std::string eventLine(const Event& event, Format format) {
             std::visit([&](const auto& value) { object[detail.name] = value; }, detail.value);
         return jsonLine(object);
     }
+    if (isEndOfPlayer(event)) // a person would take it for a failure
+        return noticeLine(*event.text("meaning"), format);
     std::string line =
         "event " + std::to_string(event.code) + ' ' + event.name + ' ' + nameOf(event.media);
     for (const Detail& detail : event.details)

@@ -16,7 +16,8 @@ enum class Format { kPlain, kJson };
 // The lines, with their line end. Texts from the network are made harmless: escaped in plain text,
 // by JSON's own rules in JSON (bytes that are not UTF-8 become U+FFFD there).
 
-/// "event 5 MM_START_PLAY movie", then name=value for each detail, texts quoted.
+/// "event 5 MM_START_PLAY movie", then name=value for each detail, texts quoted. In plain text the
+/// marked end of the player is a notice.
 std::string eventLine(const Event& event, Format format);
 /// Something that a person should know.
 std::string noticeLine(const std::string& text, Format format);

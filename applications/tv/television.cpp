@@ -190,7 +190,10 @@ void Television::loop() {
 }
 
 void Television::onTime(Time now) {
-    while (!ended_) {
+    if (lookAgain_ && now >= *lookAgain_)
+        onCompanions(); // first: it may be what the script waits for
+    // What is asked of a TV that is not there yet, or not yet again, could only be refused.
+    while (!ended_ && ready_) {
         const auto command = script_.next(now);
         if (!command)
             break;
@@ -205,8 +208,6 @@ void Television::onTime(Time now) {
     }
     if (screen_.onTime(now))
         renderer_.leave();
-    if (lookAgain_ && now >= *lookAgain_)
-        onCompanions();
     if (companionsDeadline_ && now >= *companionsDeadline_)
         onCompanionsMissing(watch_->now());
     noticeEndedCompanions();

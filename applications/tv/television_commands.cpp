@@ -1,4 +1,5 @@
 #include <atomic>
+#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 
@@ -10,6 +11,16 @@ namespace tv {
 namespace {
 
 const char kNoPlayer[] = "the player is not there";
+
+/// As the player sees it, which has the same environment.
+bool hasDisplay() {
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY"}) {
+        const char* display = std::getenv(name);
+        if (display != nullptr && *display != '\0')
+            return true;
+    }
+    return false;
+}
 
 std::string pictureName() {
     const std::time_t now = std::time(nullptr);
@@ -40,6 +51,8 @@ void Television::carryOut(const Command& command) {
         report_.notice(outcome.text);
     else if (command.verb == Verb::kSnapshot)
         report_.notice("picture in " + outcome.text);
+    else if (command.verb == Verb::kFullScreen && !outcome.text.empty())
+        report_.notice(outcome.text);
 }
 
 Outcome Television::perform(const Command& command) {
@@ -158,6 +171,8 @@ Outcome Television::ofThePlayer(const Command& command) {
     if (!done)
         return {false, setsIdle ? "the player refuses this address or does not answer"
                                 : "the player refuses or does not answer"};
+    if (command.verb == Verb::kFullScreen && !hasDisplay())
+        return {true, "without a display there is no window"};
     return {};
 }
 

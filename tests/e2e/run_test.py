@@ -147,6 +147,15 @@ class ARunningTelevision(unittest.TestCase):
         self.assertEqual(terminal.ended(), 0, terminal.text)
         self.assertEqual(terminal.text.count(told), 1, terminal.text)
 
+    def test_at_a_terminal_answers_the_keys_that_cannot_be_seen_to_work(self):
+        terminal = self.at_a_terminal(DISPLAY="", WAYLAND_DISPLAY="")
+        terminal.until_said("ready name=")
+        terminal.type("W")
+        terminal.until_said("notice without a display there is no window")
+        terminal.type("q")
+        self.assertEqual(terminal.ended(), 0, terminal.text)
+        self.assertNotIn("ERROR", terminal.text, "nothing has failed")
+
     def test_at_a_terminal_tells_what_its_companions_warn_of(self):
         terminal = self.at_a_terminal(
             KETRA_INTERFACE="10.9.0.77", KETRA_DOWNLOAD_DIR="/nonexistent/copies",

@@ -199,12 +199,15 @@ bool isUsableName(const std::string& name) {
         g_utf8_validate(name.data(), static_cast<gssize>(name.size()), nullptr) == FALSE) {
         return false;
     }
+    bool isSeen = false;
     for (const char* at = name.c_str(); *at != '\0'; at = g_utf8_next_char(at)) {
-        if (g_unichar_iscntrl(g_utf8_get_char(at))) {
+        const gunichar character = g_utf8_get_char(at);
+        if (g_unichar_iscntrl(character)) {
             return false;
         }
+        isSeen = isSeen || !g_unichar_isspace(character);
     }
-    return true;
+    return isSeen;
 }
 
 std::string resolveName(const std::string& unresolved, const std::string& hostName) {

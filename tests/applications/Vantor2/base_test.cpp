@@ -244,8 +244,9 @@ TEST_F(StoredState, IsThatOfAPredecessorThatGoesInTime) {
 TEST_F(StoredState, RefusesNamesThatCannotBeShown) {
     auto store = DeviceStore::open(directory, error);
     ASSERT_TRUE(store);
-    for (const std::string& name : {std::string(), std::string("a\nb"), std::string("\xFF"),
-                                    std::string(256, 'x'), std::string("a\0b", 3)}) {
+    for (const std::string& name :
+         {std::string(), std::string("  \u00a0"), std::string("a\nb"), std::string("\xFF"),
+          std::string(256, 'x'), std::string("a\0b", 3)}) {
         EXPECT_FALSE(store->setFriendlyName(name));
     }
     EXPECT_FALSE(store->friendlyName());

@@ -74,12 +74,12 @@ TEST(TheRemote, TakesALoneEscapeForNothing) {
 TEST(TheRemote, AsksForANewNameUntilTheLineEnds) {
     RemoteKeys keys;
     EXPECT_TRUE(keys.feed("r").empty());
-    EXPECT_EQ(keys.prompt(), "new name: ");
+    EXPECT_EQ(keys.prompt(), "new name (%h: this host's): ");
     EXPECT_TRUE(keys.feed("quit\xc3\xa4").empty()) << "letters, not keys";
     EXPECT_TRUE(keys.feed("\x1b[A").empty());
-    EXPECT_EQ(keys.prompt(), "new name: quit\xc3\xa4");
+    EXPECT_EQ(keys.prompt(), "new name (%h: this host's): quit\xc3\xa4");
     EXPECT_TRUE(keys.feed("\x7f\x7f").empty());
-    EXPECT_EQ(keys.prompt(), "new name: qui");
+    EXPECT_EQ(keys.prompt(), "new name (%h: this host's): qui");
     EXPECT_EQ(keys.feed("z\n"), (std::vector<Command>{{Verb::kRename, "quiz", 0, ""}}));
     EXPECT_EQ(keys.prompt(), "");
 }
@@ -87,6 +87,8 @@ TEST(TheRemote, AsksForANewNameUntilTheLineEnds) {
 TEST(TheRemote, KeepsTheOldNameWhenNoneWasTypedOrItWasGivenUp) {
     RemoteKeys keys;
     EXPECT_TRUE(keys.feed("r\r").empty());
+    EXPECT_TRUE(keys.feed("r   \r").empty()) << "blanks are no name";
+    EXPECT_EQ(keys.feed("r a b \r"), (std::vector<Command>{{Verb::kRename, "a b", 0, ""}}));
     EXPECT_TRUE(keys.feed("rabc\x1b").empty());
     EXPECT_EQ(verbs(keys.feed("q")), (std::vector<Verb>{Verb::kQuit}));
     EXPECT_EQ(keys.prompt(), "");

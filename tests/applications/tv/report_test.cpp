@@ -41,6 +41,19 @@ TEST(AnEventLine, StaysJsonWhenATextIsNot) {
     EXPECT_EQ(object["title"], "caf\xef\xbf\xbd");
 }
 
+TEST(AnEventLine, IsANoticeToPeopleWhenThePlayerEndsWithTheTelevision) {
+    Event event;
+    event.code = 2;
+    event.name = "MM_EXIT_ERROR_FILE";
+    event.details = {{"error", 120LL}, {"meaning", std::string("player process lost")}};
+    EXPECT_EQ(tv::eventLine(event, Format::kPlain),
+              "event 2 MM_EXIT_ERROR_FILE none error=120 meaning=\"player process lost\"\n");
+    tv::markEndOfPlayer(event);
+    EXPECT_EQ(tv::eventLine(event, Format::kPlain),
+              "notice the player ended with the television\n");
+    EXPECT_EQ(nlohmann::json::parse(tv::eventLine(event, Format::kJson))["error"], 120);
+}
+
 TEST(OtherLines, SayWhatTheyAre) {
     EXPECT_EQ(tv::noticeLine("shutting down", Format::kPlain), "notice shutting down\n");
     EXPECT_EQ(tv::problemLine("gone", Format::kJson), "{\"line\":\"problem\",\"text\":\"gone\"}\n");

@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "bus_peers.h"
+#include "support/environment.h"
 #include "support/private_bus.h"
 #include "support/program.h"
 #include "support/raw_peer.h"
@@ -444,6 +445,18 @@ TEST_F(TheTelevision, ComesBackUnderItsNewName) {
     EXPECT_TRUE(companionsEnd());
 }
 
+TEST_F(TheTelevision, CarriesOutWhatItIsToldOnceItIsReady) {
+    tv_ = startTv({"--json"});
+    for (const char* command : {"rename Bath room", "rename Bed room", "quit"})
+        tv_->say(command);
+    EXPECT_FALSE(line("ready", "name", "Stand-in").is_null()) << said();
+    EXPECT_EQ(line("reply", "command", "rename Bath room")["ok"], true) << said();
+    EXPECT_EQ(line("reply", "command", "rename Bed room")["ok"], true) << said();
+    EXPECT_FALSE(line("ready", "name", "Bed room").is_null()) << said();
+    EXPECT_EQ(tv_->waitForExit(), 0) << said();
+    EXPECT_TRUE(companionsEnd());
+}
+
 TEST_F(TheTelevision, DoesNotWaitForEverToRenameADaemonThatStandsStill) {
     start();
     const std::vector<pid_t> daemon = companions("Vantor2");
@@ -461,6 +474,18 @@ TEST_F(TheTelevision, DoesNotWaitForEverToRenameADaemonThatStandsStill) {
     tv_->say("quit");
     EXPECT_EQ(tv_->waitForExit(), 0) << said();
     EXPECT_TRUE(companionsEnd());
+}
+
+TEST_F(TheTelevision, SaysThatThereIsNoWindowWithoutADisplay) {
+    testing_support::Environment environment;
+    environment.unset("DISPLAY");
+    environment.unset("WAYLAND_DISPLAY");
+    start();
+    const json answer = reply("fullscreen on");
+    EXPECT_EQ(answer["ok"], true) << "a player that finds one later goes by it";
+    EXPECT_EQ(answer["text"], "without a display there is no window");
+    tv_->say("quit");
+    EXPECT_EQ(tv_->waitForExit(), 0) << said();
 }
 
 TEST_F(TheTelevision, SaysWhetherThePlayerRefusesOrIsNotThere) {
