@@ -2,6 +2,8 @@
 
 import os
 import pwd
+import re
+import shutil
 import subprocess
 import unittest
 
@@ -85,6 +87,23 @@ class EveryWorld(unittest.TestCase):
         self.assertEqual(done.returncode, 0, done.stdout)
         self.assertIn("zeGStreamerPlayer", done.stdout)
         self.assertIn("exists on this machine and is left alone", done.stdout)
+
+    def test_says_why_a_user_cannot_have_it(self):
+        somebody = ["--user", "--map-user=1000", "--map-group=1000", "--"]
+        self.need(*somebody)
+        self.need(*somebody, "unshare", "--user", "--map-root-user", "--mount")
+        if os.getuid() != 0 or shutil.which("sudo"):
+            self.skipTest("only root can give a folder away, and sudo would get it back")
+        stage = os.path.join(self.folder, "stage")
+        os.makedirs(os.path.join(stage, "applications/DLNA/release/bin"), exist_ok=True)
+        os.chown(stage, pwd.getpwnam("games").pw_uid, -1)
+        done = subprocess.run(
+            ["unshare", *somebody, WITH_APPLICATIONS, "--stage", stage, "--", "true"],
+            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=LIMIT,
+            check=False)
+        self.assertEqual(done.returncode, 1, done.stdout)
+        self.assertRegex(done.stdout, f"mkdir: .*{re.escape(stage)}/.root.*: Permission denied")
+        self.assertNotIn("namespace", done.stdout)
 
     def test_is_made_by_root_for_a_user_who_may_not(self):
         if os.getuid() != 0:

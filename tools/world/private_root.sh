@@ -57,11 +57,14 @@ check_stage() {
 }
 
 # For a machine that allows no namespaces: root installs the tree for as long as the calling script
-# runs. One at a time: a second one waits. Call remove_installed at the end, however it ends.
-install_for_now() {
+# runs. One at a time: a second one waits. Call remove_installed at the end, however it ends. WHY is
+# what was said when a namespace was tried.
+install_for_now() { # STAGE WHY
     local stage=$1
     if [ "$(id -u)" != 0 ]; then
-        echo "${0##*/}: this machine allows no user namespaces; run it as root" >&2
+        echo "${0##*/}: the programs cannot be shown at their place to this user:" >&2
+        echo "${0##*/}: ${2%%$'\n'*}" >&2
+        echo "${0##*/}: put that right, or run it as root" >&2
         return 1
     fi
     exec 8>/run/lock/ketra-applications
