@@ -11,6 +11,7 @@ import shutil
 import subprocess
 import tempfile
 import unittest
+import unittest.mock
 
 MARK = "the installer ran\n"
 
@@ -30,6 +31,10 @@ class TheScript(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.place = pathlib.Path(folder.name)
         shutil.copy(os.environ["KETRA_SCRIPT"], self.place / "ketra")
+        self.standing = self.place / "elsewhere"
+        self.standing.mkdir()
+        for file in ("film.mp4", "-strange name.mp4", "5"):
+            (self.standing / file).touch()
         setup = self.place / "tools/setup"
         setup.mkdir(parents=True)
         source = pathlib.Path(os.environ["KETRA_SCRIPT"]).parent
@@ -41,7 +46,7 @@ class TheScript(unittest.TestCase):
     def ketra(self, *arguments):
         done = subprocess.run([self.place / "ketra", *arguments], stdout=subprocess.PIPE,
                               stderr=subprocess.PIPE, stdin=subprocess.DEVNULL, text=True,
-                              timeout=30, check=False)
+                              cwd=self.standing, timeout=30, check=False)
         return done.returncode, done.stdout, done.stderr
 
     def assert_usage(self, beginning, *arguments):
@@ -90,6 +95,23 @@ class TheScript(unittest.TestCase):
         self.assert_refused("argument -- 't'", "push", "-lt")
         self.assert_refused("--js", "run", "--js")
         self.assert_refused("-hx", "run", "-hx")
+        self.assert_refused("not also push", "help", "run", "push")
+
+    def test_refuses_files_that_are_not_there_before_it_installs(self):
+        self.assertEqual(self.ketra("push", "no.mp4"), (3, "", "ketra: cannot read no.mp4\n"))
+        self.assert_refused("cannot read /none/at/all", "run", "--script", "/none/at/all")
+        self.assert_accepted("run", "--script", "-")
+
+    def test_says_that_there_can_be_no_folder_for_pictures(self):
+        with unittest.mock.patch.dict(os.environ, KETRA_SNAPSHOT_DIR="/proc/a"):
+            status, output, error = self.ketra("run")
+        self.assertEqual((status, output), (1, ""))
+        self.assertIn("\nketra: the folder for pictures, KETRA_SNAPSHOT_DIR, cannot be made", error)
+
+    def test_makes_the_folder_for_pictures_where_the_person_stands(self):
+        with unittest.mock.patch.dict(os.environ, KETRA_SNAPSHOT_DIR="my/pictures"):
+            self.assert_accepted("run")
+        self.assertTrue((self.standing / "my/pictures").is_dir())
 
     def test_refuses_what_its_program_refuses(self):
         """So that wrong use is told before something is built, and right use is not refused."""

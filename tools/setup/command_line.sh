@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 # What the commands of ./ketra take and say of themselves, so that a wrong line is refused and --help
-# answered before anything is installed or built. Sourced by ./ketra.
+# answered before anything is installed or built. Sourced by ./ketra; $standing is where it was called.
 
 # The options of ketra-tv and ketra-push, once more; a test compares them with what the programs say.
 # ketra-tv takes each as it stands; those with ":" behind them take the next word as their value.
@@ -65,7 +65,8 @@ renderer). Ctrl-C stops it there. Options:
   -l, --list            show the televisions that answer
   -i, --interface NAME  look on this network interface only
       --timeout SEC     how long to look for televisions (5)
-      --as NAME         how this phone is called when the television asks its viewer
+      --as NAME         how this phone is called when the television asks its viewer: one word of
+                        at most 40 plain characters
       --port N          serve the file on this port (any free one)
       --keep            a picture: stay until the television stops showing it
       --version
@@ -75,6 +76,13 @@ END
 refuse() { # COMMAND SENTENCE
     printf 'ketra: %s; ./ketra %s --help tells more\n' "$2" "$1" >&2
     return 2
+}
+
+# check_file FILE: whether it can be read, from where the person stands; says so if not.
+check_file() {
+    (cd "$standing" && [ -r "$1" ]) && return
+    printf 'ketra: cannot read %s\n' "$1" >&2
+    return 1
 }
 
 # wants_help ARG..: whether the usage is asked for, before any "--".
@@ -99,6 +107,7 @@ check_run() {
             [ "$word" = "${option%:}" ] || continue
             if [ "$word" != "$option" ]; then
                 [ $# -gt 0 ] || refuse run "$word needs a value" || return 2
+                [ "$word" != --script ] || [ "$1" = - ] || check_file "$1" || return 2
                 shift
             fi
             continue 2
@@ -138,13 +147,14 @@ check_push() {
         exit 0
         ;;
     push-0) refuse push "push needs a file" ;;
-    push-1 | list-0 | version-[01]) ;;
+    push-1) check_file "$1" || return 3 ;; # the statuses of the programs
+    list-0 | version-[01]) ;;
     list-1) refuse push "--list takes no file: $1" ;;
     *) refuse push "one file at a time, not also $2" ;;
     esac
 }
 
-# check_line COMMAND ARG..: 0 when the command can go on, 2 when it was refused; --help is answered
+# check_line COMMAND ARG..: 0 when the command can go on, 2 or 3 when it was refused; --help is answered
 # and ends ./ketra.
 check_line() {
     local command=$1
