@@ -425,6 +425,23 @@ TEST_F(GaplessPlayer, CanBeMovedAndPausedAtOnceWhenTheNextSongIsReadyAlready) {
     EXPECT_EQ(player_.last().track.uri, server_.address("/good/two.wav"));
 }
 
+/// The song is opened once more for the move: what is ordered meanwhile is not forgotten.
+TEST_F(GaplessPlayer, CanBePausedAgainWhileItIsMoved) {
+    makeBoth();
+    const std::string song = server_.address("/good/one.wav");
+    test::countOpenings();
+    play("/good/one.wav", server_.address("/good/two.wav"));
+    ASSERT_TRUE(player_.waitUntil([] { return test::recordedCount() > kFirst - kRate / 2; }));
+    ASSERT_TRUE(player_->seek(1000));
+    ASSERT_TRUE(player_.waitUntil([&] { return test::openingsOf(song) == 2; }));
+    ASSERT_TRUE(player_->pause());
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPaused)) << player_.states();
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 1; }));
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(waitForTheEnd()) << player_.log();
+    EXPECT_EQ(player_.last().track.uri, server_.address("/good/two.wav"));
+}
+
 TEST_F(GaplessPlayer, CanBePausedThoughWhatIsToFollowNeverAnswers) {
     makeBoth();
     play("/good/one.wav", server_.address("/silent"));

@@ -70,7 +70,9 @@ Pipeline::Pipeline(const Settings& settings, const MediaAddress& address,
         return;
     }
     gst_object_ref_sink(playbin_.get());
-    saidPlaying_ = going && going->toldPlaying;
+    if (going_) {
+        goOn(*going_); // and what is ordered before it is open changes that
+    }
     GstElement* const audioSink = makeAudioSink(settings);
     succession_.watchDevice(audioSink);
     GstElement* const pictureSink = screen.sinkForNewMedia();
@@ -151,6 +153,9 @@ void Pipeline::pause() {
 }
 
 void Pipeline::setAudioTrack(unsigned index) {
+    if (going_) {
+        going_->audioTrack = index;
+    }
     if (opened_ && !retired_ && !succession_.underWay()) {
         g_object_set(playbin_.get(), "current-audio", static_cast<int>(index), nullptr);
         factsStale_ = true;
@@ -270,10 +275,10 @@ void Pipeline::onOpened() {
     known_ = facts();
     opened_ = true;
     animated_ = known_.mimeType == "image/gif";
-    if (going_) {
-        goOn(*std::exchange(going_, std::nullopt));
-    } else {
+    if (!going_) {
         report_(EngineOpened{known_});
+    } else if (const auto track = std::exchange(going_, std::nullopt)->audioTrack) {
+        setAudioTrack(*track);
     }
     end();
 }

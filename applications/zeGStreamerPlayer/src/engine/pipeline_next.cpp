@@ -88,7 +88,7 @@ void Pipeline::followSuccession() {
 }
 
 std::optional<Pipeline::Going> Pipeline::going() const {
-    if (!opened_) {
+    if (!opened_ && !going_) {
         return std::nullopt;
     }
     Going going;
@@ -96,7 +96,9 @@ std::optional<Pipeline::Going> Pipeline::going() const {
     going.speed = wantSpeed_;
     going.playing = wantPlaying_;
     going.toldPlaying = saidPlaying_;
-    if (known_.audioTrack > 0) {
+    if (going_) {
+        going.audioTrack = going_->audioTrack;
+    } else if (known_.audioTrack > 0) {
         going.audioTrack = static_cast<unsigned>(known_.audioTrack);
     }
     going.markA = markA_;
@@ -105,15 +107,13 @@ std::optional<Pipeline::Going> Pipeline::going() const {
 }
 
 void Pipeline::goOn(const Going& going) {
+    saidPlaying_ = going.toldPlaying;
     wantPlaying_ = going.playing;
     wantPositionMs_ = going.positionMs;
     wantSpeed_ = going.speed;
     markA_ = going.markA;
     markB_ = going.markB;
     segmentEnd_ = markB_.value_or(0);
-    if (going.audioTrack) {
-        setAudioTrack(*going.audioTrack);
-    }
 }
 
 } // namespace player
