@@ -138,6 +138,7 @@ private:
     void takeNextStep();
     bool move();
     bool seekTo(int flags, std::int64_t from);
+    bool sendSeek(GstEvent* event);
     bool runsBackward() const;
     void startLeaps(std::int64_t from);
     void stopLeaps();

@@ -57,6 +57,9 @@ void Pipeline::handle(GstMessage* message) {
         }
         break;
     case GST_MESSAGE_ASYNC_DONE:
+        if (!isOfNow(gst_message_get_seqnum(message))) {
+            break;
+        }
         if (ours && step_ == Step::kOpen) {
             onOpened();
         } else if (ours && step_ == Step::kMove && !goOnUnasked()) {

@@ -131,6 +131,10 @@ bool Pipeline::seekTo(int flags, std::int64_t from) {
     GstEvent* const event = gst_event_new_seek(
         rate, GST_FORMAT_TIME, static_cast<GstSeekFlags>(flags), GST_SEEK_TYPE_SET,
         speed_.isBackward() ? first : here, GST_SEEK_TYPE_SET, speed_.isBackward() ? here : last);
+    return sendSeek(event);
+}
+
+bool Pipeline::sendSeek(GstEvent* event) {
     seekNumber_ = gst_event_get_seqnum(event);
     moved_ = true;
     return gst_element_send_event(playbin_.get(), event) != FALSE;
@@ -202,14 +206,15 @@ void Pipeline::leap() {
         return; // the key frame that is shown is still the one before here
     }
     begin(Step::kLeap);
-    moved_ = true;
     // MPEG has no table of its key frames: asked for the nearest one its demuxers lead to any
     // frame, whose picture cannot be decoded without those before it.
     const bool hasTable = known_.mimeType.find("mpeg") == std::string::npos;
     const auto flags = static_cast<GstSeekFlags>(
         GST_SEEK_FLAG_FLUSH |
         (hasTable ? GST_SEEK_FLAG_KEY_UNIT | GST_SEEK_FLAG_SNAP_BEFORE : GST_SEEK_FLAG_ACCURATE));
-    if (!gst_element_seek_simple(playbin_.get(), GST_FORMAT_TIME, flags, now * GST_MSECOND)) {
+    if (!sendSeek(gst_event_new_seek(1.0, GST_FORMAT_TIME, flags, GST_SEEK_TYPE_SET,
+                                     now * static_cast<std::int64_t>(GST_MSECOND),
+                                     GST_SEEK_TYPE_NONE, 0))) {
         step_ = Step::kNone;
         stopLeaps();
         speed_ = wantSpeed_ = Speed();
@@ -219,11 +224,13 @@ void Pipeline::leap() {
     }
 }
 
-/// Whether an end is that of what the media was or is moved to. While it is moved an earlier one
-/// may still be on its way. Some demuxers pass the seek's number on and the others take a new one,
-/// which is a higher one.
+/// Whether an end is that of what the media was or is moved to, and whether it has been moved.
+/// While it is an earlier end may still be on its way, and so may word that an earlier pause is
+/// complete. Some elements pass the seek's number on and the others take a new one, which is a
+/// higher one.
 bool Pipeline::isOfNow(std::uint32_t number) const {
-    return step_ != Step::kMove || gst_util_seqnum_compare(number, seekNumber_) >= 0;
+    return (step_ != Step::kMove && step_ != Step::kLeap) ||
+           gst_util_seqnum_compare(number, seekNumber_) >= 0;
 }
 
 /// The part that is repeated at normal speed has been read to its end: once more, or on beyond it.

@@ -1,0 +1,168 @@
+// GStreamer tells of a pause in two messages. The second one may still be on its way when the media
+// is moved, and is not the end of that move.
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gst/base/gstbasesink.h>
+#include <gst/gst.h>
+#include <gtest/gtest.h>
+
+#include "engine/gst_handles.h"
+#include "support/media_server.h"
+#include "support/recorded_player.h"
+#include "support/temporary_folder.h"
+#include "support/test_sink.h"
+#include "support/watcher.h"
+
+namespace {
+
+using player::GstOwner;
+using player::PlayerState;
+using player::Speed;
+using test::milliseconds;
+using test::seconds;
+
+std::mutex gMutex;
+std::condition_variable gChanged;
+GstOwner<GstElement> gPlaybin; // guarded by gMutex
+bool gHolding = false;         // guarded by gMutex: what a move leads to does not get to the sinks
+int gHeld = 0;                 // guarded by gMutex: at so many of them
+
+GstFlowReturn preroll(GstBaseSink* sink, GstBuffer*) {
+    GstOwner<GstElement> top(GST_ELEMENT(gst_object_ref(sink)));
+    while (GstObject* const parent = gst_object_get_parent(GST_OBJECT(top.get()))) {
+        top.reset(GST_ELEMENT(parent));
+    }
+    const std::lock_guard<std::mutex> lock(gMutex);
+    gPlaybin = std::move(top);
+    return GST_FLOW_OK;
+}
+
+GstFlowReturn render(GstBaseSink*, GstBuffer*) {
+    return GST_FLOW_OK;
+}
+
+constexpr test::TestSink kFinder{"ketrafinder", "Sink/Audio", "audio/x-raw", render, preroll};
+
+/// Without its segment a sink does not know where it is.
+GstPadProbeReturn onEvent(GstPad*, GstPadProbeInfo* info, gpointer) {
+    if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_SEGMENT) {
+        std::unique_lock<std::mutex> lock(gMutex);
+        ++gHeld;
+        gChanged.wait_for(lock, seconds(30), [] { return !gHolding; });
+        --gHeld;
+    }
+    return GST_PAD_PROBE_OK;
+}
+
+/// How many there are.
+int watchSinksOf(GstElement* playbin) {
+    int sinks = 0;
+    GstIterator* const elements = gst_bin_iterate_recurse(GST_BIN(playbin));
+    gst_iterator_foreach(
+        elements,
+        [](const GValue* value, gpointer count) {
+            auto* const element = static_cast<GstElement*>(g_value_get_object(value));
+            if (GST_IS_BASE_SINK(element)) {
+                gst_pad_add_probe(GST_BASE_SINK_PAD(element), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM,
+                                  onEvent, nullptr, nullptr);
+                ++*static_cast<int*>(count);
+            }
+        },
+        &sinks);
+    gst_iterator_free(elements);
+    return sinks;
+}
+
+class AMove : public testing::Test {
+protected:
+    ~AMove() override {
+        letGo();
+        const std::lock_guard<std::mutex> lock(gMutex);
+        gPlaybin.reset();
+    }
+
+    static player::Settings settings(const std::string& folder) {
+        player::Settings settings = test::RecordedPlayer::plainSettings(folder);
+        settings.audioSink = test::registerSink(kFinder);
+        settings.videoSink = test::watchingSink();
+        return settings;
+    }
+
+    void playAndPause(const char* path) {
+        ASSERT_TRUE(player_.setMedia(server_.address(path)));
+        ASSERT_TRUE(player_->play(Speed()));
+        ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying)) << player_.log();
+        ASSERT_TRUE(player_->pause());
+        ASSERT_TRUE(player_.waitForState(PlayerState::kPaused));
+        const std::lock_guard<std::mutex> lock(gMutex);
+        late_.reset(gst_message_new_async_done(GST_OBJECT(gPlaybin.get()), GST_CLOCK_TIME_NONE));
+        sinks_ = watchSinksOf(gPlaybin.get());
+    }
+
+    /// From the next move on.
+    static void hold() {
+        const std::lock_guard<std::mutex> lock(gMutex);
+        gHolding = true;
+    }
+
+    static void letGo() {
+        const std::lock_guard<std::mutex> lock(gMutex);
+        gHolding = false;
+        gChanged.notify_all();
+    }
+
+    /// The pause's second message comes while the move is under way.
+    void comesLate() {
+        ASSERT_TRUE(player_.waitUntil([this] {
+            const std::lock_guard<std::mutex> lock(gMutex);
+            return gHeld == sinks_;
+        }));
+        {
+            const std::lock_guard<std::mutex> lock(gMutex);
+            const GstOwner<GstBus> bus(gst_element_get_bus(gPlaybin.get()));
+            gst_bus_post(bus.get(), late_.release());
+        }
+        player_.letPass(milliseconds(200)); // there is no sign of its being left alone
+    }
+
+    test::TemporaryFolder folder_;
+    test::MediaServer server_{KETRA_TEST_MEDIA};
+    test::RecordedPlayer player_{folder_.path(), settings(folder_.path())};
+    GstOwner<GstMessage> late_;
+    int sinks_ = 0;
+};
+
+TEST_F(AMove, IsNotOverWhenThePauseBeforeItIs) {
+    ASSERT_NO_FATAL_FAILURE(playAndPause("/good/counted.mp4"));
+    hold();
+    ASSERT_TRUE(player_->seek(10500));
+    ASSERT_NO_FATAL_FAILURE(comesLate());
+    letGo();
+    EXPECT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 10; }, seconds(20)))
+        << player_.last().positionSec;
+}
+
+TEST_F(AMove, BackwardGoesOnWhenThePauseBeforeItIsOver) {
+    ASSERT_NO_FATAL_FAILURE(playAndPause("/good/counted.ts"));
+    ASSERT_TRUE(player_->seek(20000));
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 20; }));
+    test::watchAnew();
+    hold();
+    ASSERT_TRUE(player_->play(*Speed::fromText("-2")));
+    ASSERT_NO_FATAL_FAILURE(comesLate());
+    letGo();
+    const auto goesBack = [] {
+        const std::vector<int> numbers = test::seenNumbers();
+        return !numbers.empty() && numbers.back() < 950;
+    };
+    ASSERT_TRUE(player_.waitUntil(goesBack, seconds(20)));
+    EXPECT_GE(test::seenNumbers().back(), 600) << "nothing was shown on the way";
+}
+
+} // namespace
