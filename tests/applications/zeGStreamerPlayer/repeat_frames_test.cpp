@@ -1,6 +1,7 @@
 // Repeat A-B by the numbers of the frames that are shown: what the join looks like.
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -46,6 +47,14 @@ std::string listOf(const std::vector<int>& numbers) {
     return list;
 }
 
+std::string listOf(const std::vector<std::vector<int>>& rounds) {
+    std::string list;
+    for (const auto& round : rounds) {
+        list += listOf(round) + "\n";
+    }
+    return list;
+}
+
 class ARepetition : public testing::Test {
 protected:
     explicit ARepetition(std::uint64_t copyLimit = 1 << 30)
@@ -62,6 +71,11 @@ protected:
     /// Waits until a frame of a stretch is shown.
     bool waitForFrame(int first, int last) {
         test::watchAnew();
+        return waitUntilSeen(first, last);
+    }
+
+    /// Likewise, or until it has been since the watch began.
+    bool waitUntilSeen(int first, int last) {
         return player_.waitUntil(
             [first, last] {
                 const std::vector<int> numbers = seenNumbers();
@@ -70,14 +84,31 @@ protected:
             seconds(20));
     }
 
-    /// Repeats some frames from about this one on.
-    void repeatFrom(int number, int frames) {
+    /// Leads a pause to this frame, and takes down what is seen there: a container's time need not
+    /// begin with the first frame. Both marks of a part are in seconds of their own, which tell
+    /// that the second one has been reached.
+    void leadTo(int number, int& seen) {
+        test::watchAnew();
         ASSERT_TRUE(player_->seek(number * kFrameMs));
-        ASSERT_TRUE(waitForFrame(number, number + 20));
+        ASSERT_TRUE(waitUntilSeen(number - 10, number));
+        const auto second = static_cast<std::uint32_t>(number / test::kCountedRate);
+        ASSERT_TRUE(player_.waitUntil([&] { return player_.last().positionSec == second; }));
+        seen = seenNumbers().back();
+        ASSERT_GE(seen, number - 10);
+        ASSERT_LE(seen, number);
+    }
+
+    /// Repeats so many frames from this one on. Marked in a pause they are the same on any machine.
+    void repeatFrom(int number, int frames) {
+        ASSERT_NE(number / test::kCountedRate, (number + frames) / test::kCountedRate);
+        ASSERT_TRUE(player_->pause());
+        ASSERT_TRUE(player_.waitForState(PlayerState::kPaused));
+        ASSERT_NO_FATAL_FAILURE(leadTo(number, first_));
         ASSERT_TRUE(player_->repeat(Repeat::kA));
-        ASSERT_TRUE(waitForFrame(number + frames, number + frames + 20));
+        ASSERT_NO_FATAL_FAILURE(leadTo(number + frames, behind_));
         ASSERT_TRUE(player_->repeat(Repeat::kAB));
-        ASSERT_TRUE(waitForFrame(number - 5, number + 20));
+        ASSERT_TRUE(player_->play(Speed()));
+        ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
     }
 
     using Rounds = std::vector<std::vector<int>>;
@@ -105,20 +136,30 @@ protected:
         return watchRounds([count](const Rounds& rounds) { return rounds.size() >= count; });
     }
 
-    /// Until two of three or more were without a gap.
-    Rounds watchUntilWhole() {
-        return watchRounds([](const Rounds& rounds) {
-            const std::vector<int> whole = longestOf(rounds);
-            return rounds.size() >= 3 &&
-                   whole.back() - whole.front() + 1 == static_cast<int>(whole.size()) &&
-                   std::count(rounds.begin(), rounds.end(), whole) >= 2;
-        });
+    /// Whether a round showed every frame of the part once, and so many behind it at most.
+    bool isWhole(const std::vector<int>& round, int beyond) const {
+        return round.front() <= first_ && round.back() >= behind_ - 1 &&
+               round.back() <= behind_ - 1 + beyond &&
+               round.back() - round.front() + 1 == static_cast<int>(round.size());
     }
 
-    static std::vector<int> longestOf(const Rounds& rounds) {
-        return *std::max_element(
-            rounds.begin(), rounds.end(),
-            [](const auto& one, const auto& other) { return one.size() < other.size(); });
+    /// Until two of three or more were whole. On a busy machine a frame may come too late to be
+    /// shown, and so may the look at whether the end has passed, yet not in every round.
+    Rounds watchUntilWhole(int beyond) {
+        const auto areWhole = [&](const Rounds& seen) {
+            return std::count_if(seen.begin(), seen.end(),
+                                 [&](const auto& round) { return isWhole(round, beyond); }) >= 2;
+        };
+        Rounds rounds =
+            watchRounds([&](const Rounds& seen) { return seen.size() >= 3 && areWhole(seen); });
+        EXPECT_TRUE(areWhole(rounds)) << listOf(rounds);
+        return rounds;
+    }
+
+    /// How many frames are shown at most when the end of the part is only seen to have passed: of a
+    /// fifth of a second, the one at the end, and one that is on its way to the screen.
+    static int framesBehindTheEnd(Speed speed) {
+        return static_cast<int>(std::ceil(speed.rate() * test::kCountedRate / 5)) + 2;
     }
 
     static player::Settings watched(const std::string& folder, std::uint64_t copyLimit) {
@@ -131,51 +172,60 @@ protected:
     test::TemporaryFolder folder_;
     test::MediaServer server_{KETRA_TEST_MEDIA};
     test::RecordedPlayer player_;
+    int first_ = 0;  ///< frame of the part
+    int behind_ = 0; ///< the first one that is none of it
 };
 
-class ARepeatedFile : public ARepetition, public testing::WithParamInterface<const char*> {};
+class ARepeatedFile : public ARepetition, public testing::WithParamInterface<const char*> {
+protected:
+    /// GStreamer's demuxer of MPEG-TS cannot end a film somewhere: the player looks when the end
+    /// has passed.
+    static bool endsWithThePart() { return std::string(GetParam()) != "/good/counted.ts"; }
+};
 
-/// At the join the last frame of the part is followed by its first, every frame once. On a busy
-/// machine a frame may come too late to be shown, yet not in every round.
+/// At the join the last frame of the part is followed by its first, every frame once.
 TEST_P(ARepeatedFile, ShowsEveryFrameOfThePartInEveryRound) {
     ASSERT_NO_FATAL_FAILURE(play(GetParam()));
-    ASSERT_NO_FATAL_FAILURE(repeatFrom(500, 25));
+    ASSERT_NO_FATAL_FAILURE(repeatFrom(490, 25));
     for (const char* const speed : {"1", "2", "1/2"}) {
         SCOPED_TRACE(speed);
         const Speed wanted = *Speed::fromText(speed);
         ASSERT_TRUE(player_->play(wanted));
         ASSERT_TRUE(player_.waitUntil([&] { return player_.last().speed == wanted; }));
-        const auto rounds = watchUntilWhole();
+        const auto rounds = watchUntilWhole(endsWithThePart() ? 0 : framesBehindTheEnd(wanted));
         ASSERT_FALSE(rounds.empty());
-        const std::vector<int> whole = longestOf(rounds);
-        EXPECT_GE(whole.size(), 20u);
-        EXPECT_EQ(whole.back() - whole.front() + 1, static_cast<int>(whole.size()))
-            << listOf(whole);
-        EXPECT_GE(whole.front(), 498);
-        EXPECT_LE(whole.back(), 550);
         for (const auto& round : rounds) {
-            EXPECT_GE(round.front(), whole.front()) << listOf(round);
-            EXPECT_LE(round.back(), whole.back()) << listOf(round);
+            EXPECT_GE(round.front(), first_) << listOf(round);
+            if (endsWithThePart()) {
+                EXPECT_LT(round.back(), behind_) << listOf(round);
+            }
         }
-        EXPECT_GE(std::count(rounds.begin(), rounds.end(), whole), 2);
     }
-    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING PAUSED PLAYING");
 }
 
 /// The part has been read once more by then.
 TEST_P(ARepeatedFile, GoesOnBeyondItsEndFromItsLastMoments) {
     ASSERT_NO_FATAL_FAILURE(play(GetParam()));
-    ASSERT_NO_FATAL_FAILURE(repeatFrom(500, 60));
-    const auto rounds = watchRounds(1);
-    ASSERT_FALSE(rounds.empty());
-    const int last = rounds.back().back();
+    ASSERT_NO_FATAL_FAILURE(repeatFrom(490, 60));
+    ASSERT_FALSE(watchRounds(1).empty());
+    const int last = behind_ - 1;
     ASSERT_TRUE(waitForFrame(last - 40, last - 25));
+    const int here = seenNumbers().back();
+    test::watchAnew();
     ASSERT_TRUE(player_->repeat(Repeat::kNone));
-    ASSERT_TRUE(player_.waitUntil([last] { return seenNumbers().back() > last + 20; }));
+    ASSERT_TRUE(player_.waitUntil([last] {
+        const std::vector<int> seen = seenNumbers();
+        return !seen.empty() && seen.back() > last + 20;
+    }));
     const std::vector<int> numbers = seenNumbers();
-    EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end())) << listOf(numbers);
-    EXPECT_LE(numbers.back(), last + 100) << listOf(numbers);
-    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+    // Places are whole milliseconds, and what was on its way to the screen meanwhile may come
+    // twice.
+    EXPECT_GE(*std::min_element(numbers.begin(), numbers.end()), here - 1) << listOf(numbers);
+    const auto on = std::find_if(numbers.begin(), numbers.end(),
+                                 [last](int number) { return number > last + 20; });
+    EXPECT_LE(*on, last + 100) << listOf(numbers);
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING PAUSED PLAYING");
 }
 
 INSTANTIATE_TEST_SUITE_P(OfAKind, ARepeatedFile,
@@ -191,25 +241,21 @@ TEST_F(ARepetition, MayBeMarkedFromItsEndAndRightAfterASeek) {
     player_.letPass(milliseconds(1)); // the second seek is ordered while the first is under way
     ASSERT_TRUE(player_->seek(520 * kFrameMs));
     ASSERT_TRUE(player_->repeat(Repeat::kAB));
-    for (const auto& round : watchRounds(2)) {
-        EXPECT_GE(round.front(), 520) << listOf(round);
-        EXPECT_LE(round.front(), 530) << listOf(round);
-        EXPECT_GE(round.back(), 540) << listOf(round);
-        EXPECT_LE(round.back(), 550) << listOf(round);
+    first_ = 520;
+    behind_ = 550;
+    for (const auto& round : watchUntilWhole(0)) {
+        EXPECT_GE(round.front(), first_) << listOf(round);
+        EXPECT_LT(round.back(), behind_) << listOf(round);
     }
 }
 
 TEST_F(ARepetition, MayEndWithTheFilm) {
     ASSERT_NO_FATAL_FAILURE(play("/good/counted.mp4"));
-    ASSERT_TRUE(player_->seek(1970 * kFrameMs));
-    ASSERT_TRUE(player_->repeat(Repeat::kA));
-    ASSERT_TRUE(waitForFrame(1990, 1999));
-    ASSERT_TRUE(player_->repeat(Repeat::kAB));
-    for (const auto& round : watchRounds(2)) {
-        EXPECT_LE(round.front(), 1980) << listOf(round);
-        EXPECT_GE(round.back(), 1980) << listOf(round);
+    ASSERT_NO_FATAL_FAILURE(repeatFrom(1940, 59));
+    for (const auto& round : watchUntilWhole(1)) {
+        EXPECT_GE(round.front(), first_) << listOf(round);
     }
-    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING PAUSED PLAYING");
 }
 
 TEST_F(ARepetition, OfAFilmWithoutSoundGoesOn) {
@@ -234,38 +280,18 @@ protected:
 
 TEST_P(APartOfAFilmTooLargeToKeep, IsRepeatedAndLeft) {
     ASSERT_NO_FATAL_FAILURE(play(GetParam()));
-    ASSERT_NO_FATAL_FAILURE(repeatFrom(500, 25));
-    const auto rounds = watchRounds(2);
-    EXPECT_GE(rounds.size(), 2u);
-    for (const auto& round : rounds) {
-        EXPECT_GE(round.front(), 475) << listOf(round); // a key frame
-        EXPECT_LE(round.front(), 525) << listOf(round);
-        EXPECT_GE(round.back(), 525) << listOf(round);
-        EXPECT_LE(round.back(), 600) << listOf(round);
+    ASSERT_NO_FATAL_FAILURE(repeatFrom(475, 50)); // both are key frames
+    for (const auto& round : watchUntilWhole(framesBehindTheEnd(Speed()))) {
+        EXPECT_GE(round.front(), first_ - 25) << listOf(round); // the one before
     }
     ASSERT_TRUE(player_->repeat(Repeat::kNone));
     EXPECT_TRUE(waitForFrame(560, 700));
-    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING PAUSED PLAYING");
 }
 
 INSTANTIATE_TEST_SUITE_P(OfAKind, APartOfAFilmTooLargeToKeep,
                          testing::Values("/good/counted.mp4", "/good/counted.avi",
                                          "/good/counted.ts"),
                          [](const auto& one) { return test::caseName(one.param); });
-
-/// Its demuxer cannot end a film somewhere: the player looks when the end has passed.
-TEST_F(ARepetition, OfATransportStreamShowsAllOfThePartInEveryRound) {
-    ASSERT_NO_FATAL_FAILURE(play("/good/counted.ts"));
-    ASSERT_NO_FATAL_FAILURE(repeatFrom(500, 25));
-    const auto rounds = watchRounds(3);
-    EXPECT_GE(rounds.size(), 3u);
-    for (const auto& round : rounds) {
-        EXPECT_GE(round.front(), 495) << listOf(round);
-        EXPECT_LE(round.front(), 525) << listOf(round);
-        EXPECT_GE(round.back(), 525) << listOf(round);
-        EXPECT_LE(round.back(), 600) << listOf(round);
-    }
-    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
-}
 
 } // namespace
