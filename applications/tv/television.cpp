@@ -151,7 +151,8 @@ std::optional<Television::Time> Television::nextDeadline() const {
         if (time && (!next || *time < *next))
             next = time;
     };
-    consider(script_.wakeUp());
+    if (carriesOutLines())
+        consider(script_.wakeUp());
     consider(screen_.deadline());
     consider(companionsDeadline_);
     if (companionsDeadline_)
@@ -192,8 +193,7 @@ void Television::loop() {
 void Television::onTime(Time now) {
     if (lookAgain_ && now >= *lookAgain_)
         onCompanions(); // first: it may be what the script waits for
-    // What is asked of a TV that is not there yet, or not yet again, could only be refused.
-    while (!ended_ && ready_) {
+    while (!ended_ && carriesOutLines()) {
         const auto command = script_.next(now);
         if (!command)
             break;

@@ -61,6 +61,9 @@ private:
     void shutDown();
     void end(ExitCode code);
     std::optional<Time> nextDeadline() const;
+    /// Not while the companions are expected: what is asked of a TV that is not there yet, or not
+    /// yet again, could only be refused.
+    bool carriesOutLines() const { return !companionsDeadline_; }
     void onTime(Time now);
     void onInput();
     void onLine(const std::string& line);

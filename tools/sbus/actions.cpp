@@ -1,9 +1,11 @@
 #include "sbus/actions.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <functional>
+#include <iterator>
 
 #include "ServiceRecords.h"
 #include "sbus/bus.h"
@@ -20,6 +22,7 @@ std::FILE* answers = stdout;
 
 /// As long as the bus itself waits for an answer.
 constexpr std::chrono::seconds kRecordLimit{5};
+constexpr char kSilentBus[] = "the state bus does not answer";
 
 void complain(const std::string& text) {
     std::fprintf(stderr, "sbus: %s\n", text.c_str());
@@ -58,15 +61,23 @@ std::optional<std::string> findOrComplain(Bus& bus, const std::string& wanted, E
         complain("no such state: " + statebus::visibleText(wanted) + "; there are " + typeNames());
         return std::nullopt;
     }
-    // A name with an instance part is unmistakable; a type name must wait for its other instances.
-    const bool complete = wanted.find('$') != std::string::npos;
-    const auto found = bus.instances([&](const std::vector<std::string>& names) {
-        return complete && resolve(wanted, names).kind == Resolution::Kind::kFound;
+    const auto all = bus.everything();
+    if (!all) {
+        code = ExitCode::kNoBus;
+        complain(kSilentBus);
+        return std::nullopt;
+    }
+    std::vector<std::string> found;
+    std::copy_if(all->begin(), all->end(), std::back_inserter(found), [](const std::string& name) {
+        return findState(splitName(name).type) != nullptr;
     });
     const Resolution resolution = resolve(wanted, found);
     switch (resolution.kind) {
     case Resolution::Kind::kFound:
-        return resolution.fullName;
+        if (bus.await(resolution.fullName, kRecordLimit))
+            return resolution.fullName;
+        complain(resolution.fullName + " has left the bus");
+        return std::nullopt;
     case Resolution::Kind::kAmbiguous:
         code = ExitCode::kUsage;
         complain(wanted + " has several instances, name one: " + joined(resolution.candidates));
@@ -85,7 +96,7 @@ ExitCode list() {
         return ExitCode::kNoBus;
     const auto names = bus.everything();
     if (!names) {
-        complain("the state bus does not answer");
+        complain(kSilentBus);
         return ExitCode::kNoBus;
     }
     for (const std::string& name : *names)

@@ -6,16 +6,7 @@
 
 namespace sbus {
 
-namespace {
-
 using std::chrono::milliseconds;
-
-/// A bus daemon names all instances in one answer; its notices follow each other within
-/// microseconds, also on a slow machine within far less than this.
-constexpr milliseconds kSettled{150};
-constexpr milliseconds kSettledAtLast{1500};
-
-} // namespace
 
 Bus::Bus(Listener listener) : listener_(std::move(listener)) {}
 
@@ -49,7 +40,6 @@ void Bus::onRemoteState(const std::string& fullName, bool added) {
         return;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        ++notices_;
         if (added)
             known_[fullName] = std::nullopt;
         else
@@ -83,29 +73,13 @@ void Bus::stateChanged(zeSBusManager*, void* user, const zeSBusStateSerializable
         self->listener_.changed(fullName, copy);
 }
 
-std::vector<std::string> Bus::names() const {
-    std::vector<std::string> names;
-    for (const auto& known : known_)
-        names.push_back(known.first);
-    return names;
-}
-
 std::optional<std::vector<std::string>> Bus::everything() {
     return statebus::listInstances(*engine_);
 }
 
-std::vector<std::string>
-Bus::instances(const std::function<bool(const std::vector<std::string>&)>& enough) {
+bool Bus::await(const std::string& fullName, milliseconds limit) {
     std::unique_lock<std::mutex> lock(mutex_);
-    const auto end = std::chrono::steady_clock::now() + kSettledAtLast;
-    while (std::chrono::steady_clock::now() < end) {
-        if (enough && enough(names()))
-            break;
-        const std::size_t seen = notices_;
-        if (!news_.wait_for(lock, kSettled, [&] { return notices_ != seen; }))
-            break;
-    }
-    return names();
+    return news_.wait_for(lock, limit, [&] { return known_.count(fullName) != 0; });
 }
 
 std::optional<statebus::Record> Bus::record(const std::string& fullName, milliseconds limit) {

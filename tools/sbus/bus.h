@@ -37,11 +37,9 @@ public:
 
     /// Full names of what is on the bus, of every type, sorted; nothing when it does not answer.
     std::optional<std::vector<std::string>> everything();
-    /// Full names of the instances of known types, sorted. The bus does not say when it has named
-    /// them all, so this waits until no new one has come for a moment; returns at once when
-    /// `enough` says so.
-    std::vector<std::string>
-    instances(const std::function<bool(const std::vector<std::string>&)>& enough = nullptr);
+    /// Waits until the instance, which is on the bus, is known here too. False when it is not
+    /// within `limit`: it has left.
+    bool await(const std::string& fullName, std::chrono::milliseconds limit);
     /// The instance's record; nothing when its publisher does not deliver one within `limit`.
     std::optional<statebus::Record> record(const std::string& fullName,
                                            std::chrono::milliseconds limit);
@@ -55,7 +53,6 @@ private:
     static void stateChanged(zeSBusManager* manager, void* user,
                              const zeSBusStateSerializable* record);
     void onRemoteState(const std::string& fullName, bool added);
-    std::vector<std::string> names() const; // with mutex_ held
 
     Listener listener_;
     std::unique_ptr<zeMultiMBusEngine> engine_;
@@ -64,7 +61,6 @@ private:
     std::mutex mutex_; // guards the rest
     std::condition_variable news_;
     std::map<std::string, std::optional<statebus::Record>> known_;
-    std::size_t notices_ = 0;
 };
 
 } // namespace sbus

@@ -56,7 +56,7 @@ private:
     bool requestIdsKept_ = false;
 };
 
-/// Not empty, at most 255 bytes of UTF-8, no control characters.
+/// At most 255 bytes of UTF-8, not only blanks, no control characters.
 bool isUsableName(const std::string& name);
 
 /// The name as the network sees it: %h is the host's name, %% a percent sign.

@@ -72,7 +72,7 @@ std::string questionTitle(const Media& media) {
         return kFolder;
     }
     const std::string named = printable(text::titleFromAddress(media.uri));
-    return named.empty() ? media.uri : named;
+    return named.empty() ? printable(media.uri) : named;
 }
 
 std::string questionMimeType(const Media& media) {

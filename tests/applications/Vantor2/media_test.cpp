@@ -141,6 +141,7 @@ TEST(TheQuestion, NamesTheAddressWhereNothingIsSaid) {
           Row{"http://a/stream", "stream", "application/octet-stream"},
           Row{"http://a.b/", "a.b", "application/octet-stream"},
           Row{"http://a/%0A", "http://a/%0A", "application/octet-stream"},
+          Row{"http://a/\xE2\x80\xA8", "http://a/", "application/octet-stream"},
           Row{"http://a/%FFx%1B[2J.mkv", "\xEF\xBF\xBDx [2J.mkv", "video/x-matroska"},
           Row{"dlna-playcontainer://uuid%3A1?cid=0", "folder", "application/octet-stream"}}) {
         const Media media = describeMedia(row.uri, "", "");

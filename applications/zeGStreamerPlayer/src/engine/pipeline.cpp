@@ -25,6 +25,8 @@ namespace {
 /// possible. (The flags' type is not in any header of GStreamer.)
 constexpr unsigned kPlayFlagDownload = 0x80;
 constexpr std::chrono::seconds kPositionInterval{1};
+/// What a server's number may promise: a year of sound.
+constexpr guint64 kLongestMs = guint64{366} * 24 * 60 * 60 * 1000;
 
 /// What is estimated while the media plays wobbles: it stays as it was told until it is twice or
 /// half as many bits or another by a second of the length. The length of a transport stream is
@@ -37,7 +39,8 @@ void steady(MediaFacts& facts, const MediaFacts& told, bool moved) {
     if (told.durationMs >= 0 && (facts.durationMs < 0 || wild)) {
         facts.durationMs = told.durationMs;
     }
-    if (facts.bitrate > told.bitrate / 2 && facts.bitrate / 2 < told.bitrate) {
+    const bool sameTrack = facts.audioTrack == told.audioTrack;
+    if (sameTrack && facts.bitrate > told.bitrate / 2 && facts.bitrate / 2 < told.bitrate) {
         facts.bitrate = told.bitrate;
     }
     if (!facts.durationExact && told.durationMs >= 0 && facts.durationMs >= 0 &&
@@ -378,9 +381,12 @@ MediaFacts Pipeline::facts() {
     if (sourceBytes_ < 0 && facts.mimeType == kTransportStreamType) {
         facts.durationMs = -1; // what GStreamer reckons from a size that nobody knows
     }
-    if (facts.durationMs < 0 && sourceBytes_ > 0 && sampleBytesPerSecond_ > 0) {
-        facts.durationMs =
-            sourceBytes_ * 1000 / static_cast<std::int64_t>(sampleBytesPerSecond_.load());
+    const std::int64_t bytes = sourceBytes_; // both may be another media's in a moment
+    const std::uint64_t bytesPerSecond = sampleBytesPerSecond_;
+    if (facts.durationMs < 0 && bytes > 0 && bytesPerSecond > 0) {
+        const guint64 length =
+            gst_util_uint64_scale(static_cast<guint64>(bytes), 1000, bytesPerSecond);
+        facts.durationMs = length < kLongestMs ? static_cast<std::int64_t>(length) : -1;
     }
     facts.coverUri = cover_->uri();
     facts.coverMimeType = cover_->mimeType();

@@ -224,10 +224,9 @@ void Pipeline::leap() {
     }
 }
 
-/// Whether an end is that of what the media was or is moved to, and whether it has been moved.
-/// While it is an earlier end may still be on its way, and so may word that an earlier pause is
-/// complete. Some elements pass the seek's number on and the others take a new one, which is a
-/// higher one.
+/// Whether a message is about what the media was or is moved to. While it is moved an earlier end
+/// may still be on its way, and so may word that an earlier pause is complete. Some elements pass
+/// the seek's number on and the others take a new one, which is a higher one.
 bool Pipeline::isOfNow(std::uint32_t number) const {
     return (step_ != Step::kMove && step_ != Step::kLeap) ||
            gst_util_seqnum_compare(number, seekNumber_) >= 0;

@@ -35,10 +35,13 @@ constexpr std::uint64_t kMostPixels = 128'000'000;
 /// stream its programmes.
 constexpr std::size_t kHeaderBytes = 1 << 20;
 constexpr guint64 kBytesInMemory = 8 << 20;
+/// Of samples in a second, and of channels: more is no sound, whatever a server says.
+constexpr int kMostOfSamples = 10'000'000;
+constexpr int kMostChannels = 64;
 
 /// Films that say in their beginning how they can be moved.
 bool describesItself(const std::string& type) {
-    return isMatroska(type) || type == "video/quicktime";
+    return isMatroska(type) || type == "video/quicktime" || type == "audio/x-m4a";
 }
 
 /// Read as it comes, GStreamer plays AVI at normal speed only, and takes Ogg for as long as what
@@ -126,7 +129,8 @@ std::uint64_t bytesPerSecond(const GstCaps* caps) {
     int rate = 0;
     int channels = 0;
     if (format == nullptr || !gst_structure_get_int(samples, "rate", &rate) ||
-        !gst_structure_get_int(samples, "channels", &channels) || rate <= 0 || channels <= 0) {
+        !gst_structure_get_int(samples, "channels", &channels) || rate <= 0 || channels <= 0 ||
+        rate > kMostOfSamples || channels > kMostChannels) {
         return 0;
     }
     const GstAudioFormat known = gst_audio_format_from_string(format);
