@@ -36,12 +36,13 @@ constexpr EndingRow kEndings[] = {
     {".tif", "image/tiff"},      {".tiff", "image/tiff"},     {".webp", "image/webp"},
 };
 
-// What cannot be printed becomes a blank.
+// What cannot be printed, or separates lines, becomes a blank.
 std::string printable(const std::string& text) {
     const GText valid(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
     std::string line;
     for (const char* at = valid.get(); *at != '\0'; at = g_utf8_next_char(at)) {
-        if (g_unichar_isprint(g_utf8_get_char(at))) {
+        const gunichar character = g_utf8_get_char(at);
+        if (g_unichar_isprint(character) && !g_unichar_isspace(character)) {
             line.append(at, static_cast<std::size_t>(g_utf8_next_char(at) - at));
         } else {
             line += ' ';
