@@ -40,6 +40,18 @@ protected:
         EXPECT_TRUE(isRed(player_.screen().middle())) << uri;
     }
 
+    /// A media plays, from its beginning to its end and no other way.
+    void expectToPlayInOrder(const std::string& path) {
+        play(server_.address(path));
+        ASSERT_TRUE(player_.waitUntil([this] {
+            return player_.last().state == PlayerState::kPlaying ||
+                   player_.last().error != PlayerError::kNone;
+        }));
+        EXPECT_EQ(player_.last().error, PlayerError::kNone) << player_.log();
+        EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
+        EXPECT_EQ(player_.last().supportedSpeeds, "1") << "it cannot be moved";
+    }
+
     /// The error with which a media ends; the next one plays.
     PlayerError errorOf(const std::string& uri) {
         const std::size_t before = player_.announced().size();
@@ -139,25 +151,11 @@ TEST_F(AServer, ThatIsSlowIsWaitedFor) {
 
 // The reader of this file asks for its last bytes before they have arrived.
 TEST_F(AServer, ThatSendsNoPartsIsAskedForTheWholeOnceMore) {
-    play(server_.address("/slow/song.wav"));
-    ASSERT_TRUE(player_.waitUntil([this] {
-        return player_.last().state == PlayerState::kPlaying ||
-               player_.last().error != PlayerError::kNone;
-    }));
-    EXPECT_EQ(player_.last().error, PlayerError::kNone) << player_.log();
-    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
-    EXPECT_EQ(player_.last().supportedSpeeds, "1") << "it cannot be moved";
+    expectToPlayInOrder("/slow/song.wav");
 }
 
 TEST_F(AServer, ThatRefusesEveryPartIsAskedForTheWholeOnceMore) {
-    play(server_.address("/refusing/song.wav"));
-    ASSERT_TRUE(player_.waitUntil([this] {
-        return player_.last().state == PlayerState::kPlaying ||
-               player_.last().error != PlayerError::kNone;
-    }));
-    EXPECT_EQ(player_.last().error, PlayerError::kNone) << player_.log();
-    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
-    EXPECT_EQ(player_.last().supportedSpeeds, "1") << "it cannot be moved";
+    expectToPlayInOrder("/refusing/song.wav");
 }
 
 TEST_F(AServer, ThatDoesNotSayHowLargeATransportStreamIsLeavesItsLengthOpen) {
