@@ -158,6 +158,25 @@ TEST_F(AServer, ThatRefusesEveryPartIsAskedForTheWholeOnceMore) {
     expectToPlayInOrder("/refusing/song.wav");
 }
 
+/// It can send parts, so its media is not played from the beginning once more.
+TEST_F(AServer, WhoseFileShrinksIsNoneThatRefusesEveryPart) {
+    player::Settings settings = test::RecordedPlayer::plainSettings(folder_.path());
+    settings.downloadLimitBytes = 100000; // the film does not fit: each move asks for a part
+    test::RecordedPlayer player(folder_.path(), settings);
+    ASSERT_TRUE(player.setMedia(server_.address("/shrinking/counted.mp4")));
+    ASSERT_TRUE(player->play(Speed()));
+    ASSERT_TRUE(player.waitForState(PlayerState::kPlaying)) << player.log();
+    ASSERT_TRUE(player->seek(15000));
+    ASSERT_TRUE(player.waitUntil([&player] { return player.last().positionSec >= 15; }));
+    server_.shrink();
+    ASSERT_TRUE(player->seek(30000));
+    ASSERT_TRUE(player.waitUntil([&player] {
+        return player.last().error != PlayerError::kNone || player.last().positionSec < 15;
+    })) << player.states();
+    EXPECT_EQ(player.last().error, PlayerError::kDamagedMedia) << player.log();
+    EXPECT_EQ(player.states(), "STOPPED LOADING PLAYING STOPPED");
+}
+
 TEST_F(AServer, ThatDoesNotSayHowLargeATransportStreamIsLeavesItsLengthOpen) {
     for (const char* const manner : {"/stream/", "/chunked/"}) {
         play(server_.address(manner + std::string("counted.ts")));

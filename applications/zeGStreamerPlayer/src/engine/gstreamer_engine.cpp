@@ -137,7 +137,7 @@ void GStreamerEngine::open(Session session, const MediaAddress& address) {
         if (quitting_) {
             return;
         }
-        next_ = Opening{session, address, std::nullopt, false};
+        next_ = Opening{session, address, std::nullopt, Pipeline::Parts::kUnknown};
         retire();
         settle();
     });
@@ -183,7 +183,7 @@ void GStreamerEngine::settle() {
             onEvent_(EngineEvent{session, EngineBegun{}});
         });
         pipeline_ = std::make_unique<Pipeline>(
-            settings_, opening.address, opening.going, opening.inOrder, *screen_, context_, queue_,
+            settings_, opening.address, opening.going, opening.parts, *screen_, context_, queue_,
             [this](auto what) { tell(std::move(what)); },
             // Its session changes when the next media follows in it.
             [this, number = ++pipelines_] {
@@ -234,7 +234,7 @@ void GStreamerEngine::tell(decltype(EngineEvent::what) what) {
 
 /// Opens the present media once more, to go on with it as it is wanted.
 void GStreamerEngine::renew() {
-    next_ = Opening{session_, pipeline_->present(), pipeline_->going(), pipeline_->inOrder()};
+    next_ = Opening{session_, pipeline_->present(), pipeline_->going(), pipeline_->parts()};
     retire();
     settle();
 }

@@ -63,7 +63,7 @@ private:
         Session session;
         MediaAddress address;
         std::optional<Pipeline::Going> going; ///< it was open already
-        bool inOrder;                         ///< see Pipeline
+        Pipeline::Parts parts;                ///< see there
     };
     struct Following {
         Session session; ///< that is followed

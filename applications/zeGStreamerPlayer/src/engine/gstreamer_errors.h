@@ -13,7 +13,8 @@ PlayerError playerErrorFor(const GError& error, unsigned httpStatus);
 /// The same for an error message of a pipeline. `answered`: the server had answered before.
 PlayerError playerErrorFor(GstMessage* message, bool answered);
 
-/// An error message that says that the server was asked for a part of the media and sent the whole.
+/// An error message that says that the server was asked for a part of the media and did not send
+/// it, but the whole or word that there is no such part.
 bool isRefusedRange(GstMessage* message);
 
 } // namespace player

@@ -52,7 +52,7 @@ void steady(MediaFacts& facts, const MediaFacts& told, bool moved) {
 } // namespace
 
 Pipeline::Pipeline(const Settings& settings, const MediaAddress& address,
-                   const std::optional<Going>& going, bool inOrder, Screen& screen,
+                   const std::optional<Going>& going, Parts parts, Screen& screen,
                    GMainContext* context, TaskQueue& queue, Report report,
                    std::function<void()> renew)
     : settings_(settings),
@@ -63,7 +63,7 @@ Pipeline::Pipeline(const Settings& settings, const MediaAddress& address,
       renew_(std::move(renew)),
       playbin_(gst_element_factory_make("playbin", nullptr)),
       succession_(playbin_.get()),
-      inOrder_(inOrder),
+      parts_(parts),
       cover_(std::make_unique<Cover>(settings.snapshotDir)),
       present_(address),
       going_(going) {

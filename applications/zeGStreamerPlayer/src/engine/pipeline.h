@@ -35,6 +35,13 @@ public:
     /// A step that takes longer than this will never end, though data arrive all the time.
     static constexpr std::chrono::minutes kSlowStepLimit{5};
 
+    /// Whether a media's server sends parts of it, as far as that has been seen.
+    enum class Parts {
+        kUnknown,
+        kSends,
+        kRefuses, ///< it is read from its beginning only
+    };
+
     /// A buffer that is empty for less is none that runs dry.
     static constexpr std::chrono::milliseconds kBreath{200};
 
@@ -51,10 +58,10 @@ public:
 
     /// Starts opening at once; what it goes on with is not told to have been opened. `queue`
     /// belongs to the media thread's context. `renew` asks for another pipeline in the place of
-    /// this one, which cannot move its media any more; not within the call. `inOrder`: the server
-    /// is known to send the media from its beginning only.
+    /// this one, which cannot move its media any more; not within the call. `parts`: what is known
+    /// of the server.
     Pipeline(const Settings& settings, const MediaAddress& address,
-             const std::optional<Going>& going, bool inOrder, Screen& screen, GMainContext* context,
+             const std::optional<Going>& going, Parts parts, Screen& screen, GMainContext* context,
              TaskQueue& queue, Report report, std::function<void()> renew);
     /// Takes the pipeline down; may block as long as GStreamer does.
     ~Pipeline();
@@ -74,7 +81,7 @@ public:
     const MediaAddress& present() const { return present_; }
     /// Nothing before it is open.
     std::optional<Going> going() const;
-    bool inOrder() const { return inOrder_; }
+    Parts parts() const { return parts_; }
 
     /// Nobody wants this media any more: silent at once, and no further step is begun.
     void retire();
@@ -165,6 +172,7 @@ private:
     std::int64_t endMs() const;
     bool keepHeader(GstPadProbeInfo* info, std::size_t known = 0);
     bool asksServer() const;
+    bool inOrder() const { return parts_ == Parts::kRefuses; }
     void takeRangeAnswer(unsigned status, const std::string& acceptRanges);
     bool movesInside();
     void followCopy();
@@ -198,7 +206,7 @@ private:
     std::uint64_t bytesSeen_ = 0; ///< of those that had arrived
     bool opened_ = false;
     bool failed_ = false;
-    std::atomic<bool> inOrder_; ///< the server sends the media from its beginning only
+    std::atomic<Parts> parts_; ///< written on the media thread
     bool retired_ = false;
     bool wishQueued_ = false;
     GstState state_ = GST_STATE_PAUSED; ///< reached, or being gone to
@@ -245,6 +253,7 @@ private:
     bool inside_ = false;         ///< GStreamer can move the media itself
     bool answersRanges_ = false;  ///< the server has said or shown that it does
     bool nextAnswersRanges_ = false;
+    Parts nextParts_ = Parts::kUnknown;
     bool copyWhole_ = false;       ///< all of the media is there
     bool fragmented_ = false;      ///< its pictures' tables are all over the file
     std::optional<Asked> asked_;   ///< once the server was asked to move it

@@ -21,7 +21,7 @@ void Pipeline::addServersFacts(MediaFacts& facts) {
     if (!opened_) {
         features_ =
             dlnaFeaturesIn(contentFeatures_.empty() ? present_.protocolInfo : contentFeatures_);
-        answersRanges_ = answersRanges_ || (features_.byteSeek && !inOrder_);
+        answersRanges_ = answersRanges_ || (features_.byteSeek && !inOrder());
         inside_ = facts.seekable && (!features_.timeSeek || answersRanges_);
     }
     if (!asksServer() && !movesInside()) {

@@ -162,21 +162,27 @@ void Pipeline::onError(GstMessage* message) {
     if (failed_) {
         return;
     }
-    if (isRefusedRange(message) && !inOrder_ && !succession_.failedNext()) {
+    const bool next = succession_.failedNext();
+    const Parts parts = next ? nextParts_ : parts_.load();
+    const bool rangeRefused = isRefusedRange(message);
+    if (rangeRefused && !next && parts == Parts::kUnknown) {
         // Only asking tells: servers that can send a part do not all say so.
-        inOrder_ = true;
+        parts_ = Parts::kRefuses;
         failed_ = true;
         end();
         renewed(true);
         return;
     }
+    // A server that sends parts refuses one of what is not there: the media is shorter than it was.
+    const bool shrunk = rangeRefused && parts == Parts::kSends;
     const EngineFailed failure{ledAstray_ ? PlayerError::kUnsupportedAddress
+                               : shrunk   ? PlayerError::kDamagedMedia
                                           : playerErrorFor(message, answered_),
                                errorText(message)};
-    if (!succession_.failedNext()) {
-        fail(failure.error, failure.detail);
-    } else {
+    if (next) {
         failNext(failure);
+    } else {
+        fail(failure.error, failure.detail);
     }
 }
 

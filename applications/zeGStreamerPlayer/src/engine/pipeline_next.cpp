@@ -58,6 +58,10 @@ void Pipeline::onFollowed(const Succession::Taken& taken) {
     markA_.reset();
     moved_ = false;
     answersRanges_ = std::exchange(nextAnswersRanges_, false);
+    const Parts parts = std::exchange(nextParts_, Parts::kUnknown);
+    if (!inOrder()) { // as which the playbin goes on reading
+        parts_ = parts;
+    }
     copyWhole_ = false;
     contentFeatures_ = nextAnswer_ ? nextAnswer_->contentFeatures : "";
     wholeMs_ = -1;
@@ -92,7 +96,7 @@ std::optional<Pipeline::Going> Pipeline::going() const {
         return std::nullopt;
     }
     Going going;
-    going.positionMs = inOrder_ ? 0 : place();
+    going.positionMs = inOrder() ? 0 : place();
     going.speed = wantSpeed_;
     going.playing = wantPlaying_;
     going.toldPlaying = saidPlaying_;

@@ -17,8 +17,14 @@ constexpr unsigned kPartialContent = 206;
 /// A server answers Range when it says so, or did.
 void Pipeline::takeRangeAnswer(unsigned status, const std::string& acceptRanges) {
     const bool ok = status >= 200 && status < 300;
-    bool& answers = succession_.underWay() ? nextAnswersRanges_ : answersRanges_;
-    if (!answers && !inOrder_ && ok &&
+    const bool next = succession_.underWay();
+    if (status == kPartialContent && next) {
+        nextParts_ = Parts::kSends;
+    } else if (status == kPartialContent && !inOrder()) {
+        parts_ = Parts::kSends;
+    }
+    bool& answers = next ? nextAnswersRanges_ : answersRanges_;
+    if (!answers && !inOrder() && ok &&
         (status == kPartialContent || g_ascii_strcasecmp(acceptRanges.c_str(), "bytes") == 0)) {
         answers = true;
         factsStale_ = true;

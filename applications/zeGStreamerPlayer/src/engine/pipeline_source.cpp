@@ -186,7 +186,7 @@ GstPadProbeReturn Pipeline::onQuery(GstPad*, GstPadProbeInfo* info, gpointer sel
         gst_query_parse_duration(query, &format, nullptr);
         return format == GST_FORMAT_TIME ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
     }
-    if (GST_QUERY_TYPE(query) == GST_QUERY_SEEKING && static_cast<Pipeline*>(self)->inOrder_) {
+    if (GST_QUERY_TYPE(query) == GST_QUERY_SEEKING && static_cast<Pipeline*>(self)->inOrder()) {
         // It takes every server whose media has a length for one that sends any part of it.
         gst_query_parse_seeking(query, &format, nullptr, nullptr, nullptr);
         gst_query_set_seeking(query, format, FALSE, 0, -1);
@@ -219,7 +219,7 @@ GstPadProbeReturn Pipeline::onFirstData(GstPad* pad, GstPadProbeInfo*, gpointer 
     const bool tooLarge =
         size > 0 && static_cast<std::uint64_t>(size) > roomForCopy(pipeline->settings_);
     // A copy is read anywhere: what has not arrived yet it would ask for.
-    if (tooLarge || pipeline->inOrder_) {
+    if (tooLarge || pipeline->inOrder()) {
         keepNoCopy(pad);
     }
     return GST_PAD_PROBE_REMOVE;
@@ -329,7 +329,7 @@ void Pipeline::onHaveType(GstElement* typefind, guint, GstCaps* caps, gpointer s
         pipeline->capsName_ = name;
     }
     pipeline->succession_.onType(typefind, name);
-    if (needsPlaces(name) && !pipeline->inOrder_) {
+    if (needsPlaces(name) && !pipeline->inOrder()) {
         readInPlaces(typefind);
     }
     const bool image = name.rfind("image/", 0) == 0;

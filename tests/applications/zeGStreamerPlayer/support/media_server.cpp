@@ -203,7 +203,9 @@ void MediaServer::answer(SoupServerMessage* message, const std::string& path) {
 
 void MediaServer::answerWithFile(SoupServerMessage* message, const std::string& manner,
                                  const std::string& content, const std::string& type) {
-    const std::size_t size = manner == "short" ? content.size() / 8 : content.size();
+    const std::size_t size = manner == "short"                  ? content.size() / 8
+                             : manner == "shrinking" && shrunk_ ? content.size() / 4
+                                                                : content.size();
     SoupMessageHeaders* const headers = soup_server_message_get_response_headers(message);
     if (manner == "dlna") {
         soup_message_headers_append(headers, "ContentFeatures.DLNA.org", kFeatures);

@@ -10,7 +10,7 @@
 // error for every Range), /short/FILE (a file that was cut off), /stall/FILE (falls silent in the
 // middle), /silent (never answers), /status/NNN (an error), /text/FILE (a text that claims to be
 // the file), /to?ADDRESS (a redirect there), /round (a redirect to itself), /timed/FILE (no Range;
-// the server finds times and scales itself).
+// the server finds times and scales itself), /shrinking/FILE (as well as any, until it shrinks).
 #pragma once
 
 #include <atomic>
@@ -40,6 +40,8 @@ public:
     bool wasAsked(const std::string& path) const;
     /// Whether an "interrupted" answer has been.
     bool interrupted() const { return interrupted_; }
+    /// From now on there is only the first quarter of a "shrinking" file.
+    void shrink() { shrunk_ = true; }
 
 private:
     static void onRequest(SoupServer* server, SoupServerMessage* message, const char* path,
@@ -68,6 +70,7 @@ private:
     mutable std::mutex mutex_;
     std::set<std::string> asked_; ///< guarded by mutex_
     std::atomic<bool> interrupted_{false};
+    std::atomic<bool> shrunk_{false};
     std::thread thread_;
 };
 
