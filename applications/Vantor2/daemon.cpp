@@ -300,8 +300,8 @@ void Daemon::publish() {
     record_.playerPolicy = static_cast<int>(permission.policy(ControlKind::player));
     record_.soundPolicy = static_cast<int>(permission.policy(ControlKind::sound));
     record_.requests = permission.requests();
-    if (!record_.requests.empty()) {
-        store_->keepRequestIds(); // before anybody sees their numbers
+    for (const ControlRequest& request : record_.requests) {
+        store_->keepRequestId(request.id); // before anybody sees it
     }
     publishSoon_.stop();
     std::string error;

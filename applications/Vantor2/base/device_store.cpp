@@ -21,9 +21,9 @@ namespace {
 constexpr const char* kFileName = "/Vantor2.json";
 constexpr std::size_t kLongestName = 255;
 constexpr const char* kNextRequestId = "nextRequestId";
-// From the first request of a run to that of the next one; more than are seen in most. A longer run
-// does no harm: what the next one begins with was seen long before its last.
-constexpr std::uint32_t kRequestsOfARun = 1000;
+// So many numbers are taken at a time, and few of them are lost with a run: the disk is written for
+// the first of them only.
+constexpr std::uint32_t kNumbersAtATime = 1000;
 // Daemons that may share a directory.
 constexpr int kMostDaemons = 8;
 constexpr std::chrono::milliseconds kLookAgain{10};
@@ -140,6 +140,7 @@ bool DeviceStore::load(std::string& error) {
                 content.contains(kNextRequestId) && content[kNextRequestId].is_number_unsigned();
             const auto next = counts ? content[kNextRequestId].get<std::uint64_t>() : 0;
             firstRequestId_ = next == 0 || next > UINT32_MAX ? 1 : static_cast<std::uint32_t>(next);
+            nextRequestId_ = firstRequestId_;
             return true;
         }
         logWarning(path + " cannot be understood; it is kept as Vantor2.json.damaged");
@@ -160,22 +161,27 @@ bool DeviceStore::load(std::string& error) {
 }
 
 bool DeviceStore::save(std::string& error) {
-    const std::uint32_t next = firstRequestId_ + kRequestsOfARun; // goes round
-    nlohmann::json content = {{"uuid", uuid_}, {kNextRequestId, next == 0 ? 1 : next}};
+    nlohmann::json content = {{"uuid", uuid_}, {kNextRequestId, nextRequestId_}};
     if (friendlyName_) {
         content["friendlyName"] = *friendlyName_;
     }
-    const bool saved = replaceFile(directory_, content.dump(4) + "\n", error);
-    requestIdsKept_ = requestIdsKept_ || saved;
-    return saved;
+    return replaceFile(directory_, content.dump(4) + "\n", error);
 }
 
-void DeviceStore::keepRequestIds() {
+void DeviceStore::keepRequestId(std::uint32_t id) {
+    // Numbers go round: what is half of them ahead is behind.
+    if (nextRequestId_ != id && nextRequestId_ - id <= UINT32_MAX / 2) {
+        return;
+    }
+    // Also when the disk refuses, so that it is not asked at every request.
+    nextRequestId_ = id + kNumbersAtATime;
+    if (nextRequestId_ == 0) {
+        nextRequestId_ = 1;
+    }
     std::string error;
-    if (!requestIdsKept_ && !save(error)) {
+    if (!save(error)) {
         logWarning(error);
     }
-    requestIdsKept_ = true; // a disk that refuses is not asked at every request
 }
 
 bool DeviceStore::setFriendlyName(const std::string& name) {

@@ -35,9 +35,9 @@ public:
     /// Where this run's requests for permission begin to count; never 0. Who has seen one takes
     /// another one with its number for the same, also when the daemon was started again meanwhile.
     std::uint32_t firstRequestId() const { return firstRequestId_; }
-    /// From now on another run begins elsewhere. On disk when it returns, once in a run; a disk
-    /// that refuses is told in the log.
-    void keepRequestIds();
+    /// Before somebody sees that number: from now on another run begins behind it. On disk when it
+    /// returns, once in many numbers; a disk that refuses is told in the log.
+    void keepRequestId(std::uint32_t id);
 
 private:
     /// An open directory, closed with the last copy.
@@ -53,7 +53,7 @@ private:
     std::string uuid_;
     std::optional<std::string> friendlyName_;
     std::uint32_t firstRequestId_ = 1;
-    bool requestIdsKept_ = false;
+    std::uint32_t nextRequestId_ = 1; ///< where the next run begins
 };
 
 /// At most 255 bytes of UTF-8, not only blanks, no control characters.

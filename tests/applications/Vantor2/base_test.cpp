@@ -178,29 +178,42 @@ TEST_F(StoredState, RemembersIdentityAndName) {
     EXPECT_EQ(status.st_mode & 0777, 0700u);
 }
 
-TEST_F(StoredState, GivesTheRequestsOfEveryRunNumbersOfTheirOwn) {
-    std::uint32_t first = 0;
-    for (const bool somebodyAsks : {true, true, false, false}) {
+TEST_F(StoredState, BeginsToCountRequestsWhereNoNumberWasSeen) {
+    std::uint32_t seen = 0; // last
+    for (const std::uint32_t count : {1U, 0U, 999U, 1000U, 1001U, 2001U, 0U, 2U}) {
         auto store = DeviceStore::open(directory, error);
         ASSERT_TRUE(store) << error;
-        EXPECT_GE(store->firstRequestId(), first + (first == 0 ? 1 : 100));
-        first = store->firstRequestId();
-        if (somebodyAsks) {
-            store->keepRequestIds();
-        } else {
-            EXPECT_TRUE(store->setFriendlyName("a name is kept with them"));
+        const std::uint32_t first = store->firstRequestId();
+        EXPECT_GT(first, seen) << "the numbers go on";
+        for (std::uint32_t id = first; id != first + count; ++id) {
+            store->keepRequestId(id);
+            seen = id;
         }
+        EXPECT_TRUE(store->setFriendlyName("a name is kept with them"));
     }
-    std::ofstream(directory + "/Vantor2.json")
-        << R"({"uuid": "11111111-2222-3333-4444-555555555555", "nextRequestId": 0})";
-    EXPECT_EQ(DeviceStore::open(directory, error)->firstRequestId(), 1u);
-    std::ofstream(directory + "/Vantor2.json")
-        << R"({"uuid": "11111111-2222-3333-4444-555555555555", "nextRequestId": 4294967295})";
-    EXPECT_EQ(DeviceStore::open(directory, error)->firstRequestId(), 4294967295u);
-    auto last = DeviceStore::open(directory, error);
-    last->keepRequestIds();
+}
+
+TEST_F(StoredState, CountsRequestsRoundAndNeverFromZero) {
+    const auto storedAs = [this](const char* number) {
+        std::ofstream(directory + "/Vantor2.json")
+            << R"({"uuid": "11111111-2222-3333-4444-555555555555", "nextRequestId": )" << number
+            << "}";
+        return DeviceStore::open(directory, error);
+    };
+    EXPECT_EQ(storedAs("0")->firstRequestId(), 1u);
+    EXPECT_EQ(storedAs("4294967296")->firstRequestId(), 1u);
+    auto last = storedAs("4294967295");
+    EXPECT_EQ(last->firstRequestId(), 4294967295u);
+    last->keepRequestId(4294967295u);
+    last->keepRequestId(1);
     last.reset();
-    EXPECT_LT(DeviceStore::open(directory, error)->firstRequestId(), 10000u) << "it begins anew";
+    const std::uint32_t next = DeviceStore::open(directory, error)->firstRequestId();
+    EXPECT_GT(next, 1u);
+    EXPECT_LT(next, 10000u);
+    auto beforeZero = storedAs("4294966296"); // a thousand further it would be 0
+    beforeZero->keepRequestId(4294966296u);
+    beforeZero.reset();
+    EXPECT_EQ(DeviceStore::open(directory, error)->firstRequestId(), 1u);
 }
 
 TEST_F(StoredState, BeginsItsRequestsAtOne) {
