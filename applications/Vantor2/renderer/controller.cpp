@@ -5,14 +5,14 @@
 
 #include <glib.h>
 
-#include "base/glib_handles.h"
+#include "base/printable_line.h"
 #include "common/text.h"
 
 namespace vantor {
 
 namespace {
 
-constexpr glong kLongestAgent = 96; // characters
+constexpr std::size_t kLongestAgent = 96; // characters
 
 // Controllers whose User-Agent does not say what their users call them.
 struct KnownRow {
@@ -37,20 +37,6 @@ constexpr const char* kGeneric[] = {
 
 // A family of phones puts its own name behind this.
 constexpr std::string_view kPhonePrefix = "SEC_HHP_";
-
-std::string printable(const std::string& agent) {
-    const GText valid(g_utf8_make_valid(agent.data(), static_cast<gssize>(agent.size())));
-    std::string text;
-    glong length = 0;
-    for (const char* at = valid.get(); *at != '\0' && length < kLongestAgent;
-         at = g_utf8_next_char(at), ++length) {
-        const gunichar character = g_utf8_get_char(at);
-        if (g_unichar_isprint(character)) {
-            text.append(at, static_cast<std::size_t>(g_utf8_next_char(at) - at));
-        }
-    }
-    return std::string(text::trimmed(text));
-}
 
 bool isGeneric(std::string_view product) {
     std::string word(product);
@@ -95,7 +81,7 @@ std::string readableName(const std::string& agent) {
 } // namespace
 
 std::string Controller::shownName() const {
-    const std::string name = readableName(printable(userAgent));
+    const std::string name = readableName(printableLine(userAgent, kLongestAgent));
     return name.empty() ? address : name + " (" + address + ")";
 }
 

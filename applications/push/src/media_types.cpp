@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <array>
 
+#include "common/media_endings.h"
+
 namespace push {
 namespace {
 
 struct Row {
-    std::string_view caps; ///< null where only the ending of the name tells
+    std::string_view caps;
     MediaKind kind;
     std::string_view mime;
     std::string_view extension;
@@ -18,7 +20,7 @@ constexpr auto kMusic = MediaKind::kMusic;
 constexpr auto kPhoto = MediaKind::kPhoto;
 
 // Of several rows with the same content and kind, the first is taken.
-constexpr std::array<Row, 33> kRows = {{
+constexpr std::array<Row, 31> kRows = {{
     {"video/quicktime", kVideo, "video/mp4", "mp4"},
     {"video/quicktime", kMusic, "audio/mp4", "m4a"},
     {"audio/x-m4a", kMusic, "audio/mp4", "m4a"},
@@ -50,42 +52,34 @@ constexpr std::array<Row, 33> kRows = {{
     {"image/webp", kPhoto, "image/webp", "webp"},
     {"image/bmp", kPhoto, "image/bmp", "bmp"},
     {"image/tiff", kPhoto, "image/tiff", "tif"},
-    {"", kPhoto, "image/jpeg", "jpeg"},
-    {"", kVideo, "video/quicktime", "mov"},
 }};
 
-std::string lowerExtension(std::string_view fileName) {
-    const std::size_t dot = fileName.rfind('.');
-    const std::size_t slash = fileName.rfind('/');
-    if (dot == std::string_view::npos || (slash != std::string_view::npos && dot < slash)) {
-        return {};
+// The part of a MIME type before its slash.
+std::string_view familyOf(MediaKind kind) {
+    switch (kind) {
+    case MediaKind::kVideo:
+        return "video";
+    case MediaKind::kMusic:
+        return "audio";
+    case MediaKind::kPhoto:
+        return "image";
     }
-    std::string extension(fileName.substr(dot + 1));
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    return extension;
-}
-
-template <typename Matches> const Row* findRow(MediaKind kind, Matches matches) {
-    const auto row = std::find_if(kRows.begin(), kRows.end(), [&](const Row& candidate) {
-        return candidate.kind == kind && matches(candidate);
-    });
-    return row != kRows.end() ? &*row : nullptr;
+    return {};
 }
 
 } // namespace
 
 MediaType mediaTypeFor(std::string_view caps, MediaKind kind, std::string_view fileName) {
-    const Row* row = nullptr;
-    if (!caps.empty()) {
-        row = findRow(kind, [&](const Row& candidate) { return candidate.caps == caps; });
-    }
-    if (row == nullptr) {
-        const std::string extension = lowerExtension(fileName);
-        row = findRow(kind, [&](const Row& candidate) { return candidate.extension == extension; });
-    }
-    if (row != nullptr) {
+    const auto* row = std::find_if(kRows.begin(), kRows.end(), [&](const Row& known) {
+        return known.kind == kind && known.caps == caps;
+    });
+    if (row != kRows.end()) {
         return {std::string(row->mime), std::string(row->extension)};
+    }
+    const std::string ending = media_endings::endingOf(fileName);
+    const std::string_view named = media_endings::mimeTypeOf(ending);
+    if (named.substr(0, named.find('/')) == familyOf(kind)) {
+        return {std::string(named), ending};
     }
     return {caps.empty() ? "application/octet-stream" : std::string(caps), ""};
 }

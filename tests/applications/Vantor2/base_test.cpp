@@ -117,7 +117,7 @@ TEST(AControllersName, IsPrintableAndOfBoundedLength) {
     EXPECT_EQ((Controller{"192.0.2.1", "a\n\x1B"
                                        "b"}
                    .shownName()),
-              "ab (192.0.2.1)");
+              "a b (192.0.2.1)");
     EXPECT_LT((Controller{"192.0.2.1", std::string(5000, 'x')}.shownName().size()), 200u);
     EXPECT_EQ((Controller{"192.0.2.1", "\xFF"}.shownName()), "\xEF\xBF\xBD (192.0.2.1)");
 }

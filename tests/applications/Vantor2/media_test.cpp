@@ -137,6 +137,9 @@ TEST(TheQuestion, NamesTheAddressWhereNothingIsSaid) {
     for (const Row& row :
          {Row{"http://a/b/My%20song.MP3?x=1.jpg", "My song.MP3", "audio/mpeg"},
           Row{"http://a/photo.jpeg", "photo.jpeg", "image/jpeg"},
+          Row{"http://media.mp4?x=/a.jpg", "media.mp4", "application/octet-stream"},
+          Row{"http://media.mp4/", "media.mp4", "application/octet-stream"},
+          Row{"http://media.mp4/radio.d/one", "one", "application/octet-stream"},
           Row{"http://a/list.m3u8", "list.m3u8", "audio/x-mpegurl"},
           Row{"http://a/stream", "stream", "application/octet-stream"},
           Row{"http://a.b/", "a.b", "application/octet-stream"},
