@@ -21,7 +21,8 @@ constexpr unsigned kSilentLooksUntilLost = 3;
 constexpr gint64 kFetchesAgainMicros = 10 * G_USEC_PER_SEC;
 // A television's daemon starts anew within a second or two.
 constexpr milliseconds kReturnLimit{8000};
-// Renderers that begin slowly stay STOPPED for a while without an error.
+// Renderers that begin slowly stay STOPPED for a while without an error, or tell what they played
+// before.
 constexpr gint64 kStartLimitMicros = 15 * G_USEC_PER_SEC;
 
 constexpr int kTransitionNotAvailable = 701;
@@ -158,25 +159,32 @@ std::optional<ExitCode> PushSession::lookOnce(bool keepPhoto) {
     }
     silentLooks_ = 0;
     const bool isOurs = position.trackUri.empty() || position.trackUri == server_.uri();
-    if (!isOurs && wasActive_) {
-        if (!wasPlaying_ && !server_.statistics().reachedEnd) {
-            progress_.say(name_ + " was given something else; this file never began.");
-            return ExitCode::kRefused;
-        }
-        progress_.say(name_ + " plays something else now.");
-        return ExitCode::kDone;
+    if (!isOurs) {
+        return judgeOther();
     }
     const bool isActive = transport.state != "STOPPED" && transport.state != "NO_MEDIA_PRESENT";
     if (isBack_ && !isActive && position.trackUri.empty()) {
         return judgeForgotten();
     }
-    if (isOurs) {
-        progress_.show(transport.state, position);
-    }
-    if (isOurs && isActive) {
+    progress_.show(transport.state, position);
+    if (isActive) {
         position_.note(position, transport.speed, std::chrono::steady_clock::now());
     }
     return judge(transport, keepPhoto);
+}
+
+/// It plays something that is not ours: still, or since somebody gave it that.
+std::optional<ExitCode> PushSession::judgeOther() {
+    const bool isLate = g_get_monotonic_time() - handedOverAt_ >= kStartLimitMicros;
+    if (!wasActive_ && !isLate) {
+        return std::nullopt;
+    }
+    if (!wasPlaying_ && !server_.statistics().reachedEnd) {
+        progress_.say(name_ + " was given something else; this file never began.");
+        return ExitCode::kRefused;
+    }
+    progress_.say(name_ + " plays something else now.");
+    return ExitCode::kDone;
 }
 
 std::optional<ExitCode> PushSession::judge(const TransportInfo& transport, bool keepPhoto) {

@@ -34,6 +34,7 @@ private:
     ExitCode watch(bool keepPhoto);
     std::optional<ExitCode> judge(const TransportInfo& transport, bool keepPhoto);
     std::optional<ExitCode> judgeStopped(const TransportInfo& transport);
+    std::optional<ExitCode> judgeOther();
     std::optional<ExitCode> lookOnce(bool keepPhoto);
     std::optional<ExitCode> awaitReturn();
     std::optional<ExitCode> judgeForgotten();
