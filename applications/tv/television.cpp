@@ -193,6 +193,8 @@ void Television::loop() {
 void Television::onTime(Time now) {
     if (lookAgain_ && now >= *lookAgain_)
         onCompanions(); // first: it may be what the script waits for
+    if (companionsDeadline_ && now >= *companionsDeadline_)
+        onCompanionsMissing(watch_->now()); // then its lines wait no longer
     while (!ended_ && carriesOutLines()) {
         const auto command = script_.next(now);
         if (!command)
@@ -208,8 +210,6 @@ void Television::onTime(Time now) {
     }
     if (screen_.onTime(now))
         renderer_.leave();
-    if (companionsDeadline_ && now >= *companionsDeadline_)
-        onCompanionsMissing(watch_->now());
     noticeEndedCompanions();
 }
 

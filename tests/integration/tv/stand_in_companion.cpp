@@ -1,9 +1,9 @@
 // Stands in for both companions where a test needs one that behaves badly, which the real ones
-// never do: it refuses to stop or to leave the network, ends at once, or keeps silent. Which of the
-// two it is, it knows from the name under which it was started.
+// never do: it refuses to stop or to leave the network, ends at once, keeps silent, or never shows
+// itself. Which of the two it is, it knows from the name under which it was started.
 //
-// KETRA_TEST_PLAYER and KETRA_TEST_DAEMON hold its bad habits ("stubborn", "absent", "silent"),
-// KETRA_TEST_FOLDER is where the daemon keeps its name.
+// KETRA_TEST_PLAYER and KETRA_TEST_DAEMON hold its bad habits ("stubborn", "absent", "silent",
+// "shy"), KETRA_TEST_FOLDER is where the daemon keeps its name.
 #include <cstdlib>
 #include <fstream>
 #include <mutex>
@@ -138,21 +138,22 @@ private:
 /// "ask" with "ID|MIME|TITLE" makes it hold a request of a controller, "forget" lets it go.
 class Daemon {
 public:
-    Daemon(zeMultiMBusEngine& engine, bool stubborn) : stubborn_(stubborn) {
+    Daemon(zeMultiMBusEngine& engine, const std::string& habit)
+        : stubborn_(habit == "stubborn"), shy_(habit == "shy") {
         statebus::PublicationSpec spec;
         spec.layout = &MediaRendererServiceTemplate;
         Record first(MediaRendererServiceTemplate);
         first.setText("mFriendlyName", name());
         first.setNumber("mPlayerControlAuthorization", 3);
         spec.will = first;
-        first.setNumber("mfVisible", 1);
+        first.setNumber("mfVisible", shy_ ? 0 : 1);
         spec.initial = first;
         spec.onCommand = [this](const Command& command) {
             return onCommand(command);
         };
         spec.onWrite = [this](const std::string& path, const std::string& text) {
             change([&](Record& record) {
-                if (!(stubborn_ && path == "mfVisible"))
+                if (!((stubborn_ || shy_) && path == "mfVisible"))
                     record.setFromText(path, text);
             });
             return true;
@@ -208,6 +209,7 @@ private:
     }
 
     const bool stubborn_;
+    const bool shy_;
     std::mutex mutex_; // guards publication_
     std::unique_ptr<statebus::Publication> publication_;
 };
@@ -228,7 +230,7 @@ int main() {
     if (habit != "silent" && isPlayer)
         player = std::make_unique<Player>(engine, habit == "stubborn");
     if (habit != "silent" && !isPlayer)
-        daemon = std::make_unique<Daemon>(engine, habit == "stubborn");
+        daemon = std::make_unique<Daemon>(engine, habit);
     if ((player && !player->isThere()) || (daemon && !daemon->isThere()))
         return 1;
     for (;;)

@@ -526,6 +526,18 @@ TEST_F(TheTelevision, NamesACompanionThatEndsAtOnceOrKeepsSilent) {
     EXPECT_TRUE(companionsEnd());
 }
 
+TEST_F(TheTelevision, GoesOnWithADaemonThatNeverShowsItself) {
+    setenv("KETRA_TEST_DAEMON", "shy", 1);
+    tv_ = startTv({"--json", "--patience", "1"});
+    tv_->say("idle http://host/a.png"); // is carried out when nothing is waited for any more
+    EXPECT_TRUE(
+        noticed("problem", "the renderer daemon did not report itself visible within 1 seconds"));
+    EXPECT_EQ(line("reply", "command", "idle http://host/a.png")["ok"], true) << said();
+    tv_->say("quit");
+    EXPECT_EQ(tv_->waitForExit(), 0) << said();
+    EXPECT_TRUE(companionsEnd());
+}
+
 TEST_F(TheTelevision, IsAloneOnItsBus) {
     start();
     const auto second = startTv({"--json"});
