@@ -41,7 +41,7 @@ EventSource lastChangeSource(const char* eventNamespace,
 
 EventSource transportSource(const Transport& transport) {
     EventSource source = lastChangeSource(kAvTransportEvents, [&](const EventPeer& peer) {
-        return avTransportVariables(transport.view({peer.address, peer.userAgent}));
+        return avTransportVariables(transport.viewOfSubscriber({peer.address, peer.userAgent}));
     });
     source.isPassing = isTransportPassing;
     source.hold = kPassing;

@@ -104,6 +104,9 @@ public:
     int setPlayMode(const Controller& controller, const std::string& mode);
 
     TransportView view(const Controller& controller) const;
+    /// A subscription may name another program than the calls of the same controller do, so what is
+    /// open to a program at its address is shown as open.
+    TransportView viewOfSubscriber(const Controller& subscriber) const;
 
     void playerChanged(const PlayerReport& report);
     void playerGone();
@@ -178,6 +181,7 @@ private:
 
     bool isSomebodyElses(const Controller& controller) const;
     const ControlRequest* shownRequest() const;
+    TransportView seenBy(const Controller& controller, bool isLetIn) const;
     void showRequest(TransportView& view, const ControlRequest& request) const;
     static void showMedia(TransportView& view, const Media& media, std::size_t index);
     bool isRefused(const Controller& controller) const;

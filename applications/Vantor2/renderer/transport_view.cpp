@@ -131,6 +131,16 @@ bool Transport::canPause() const {
 }
 
 TransportView Transport::view(const Controller& controller) const {
+    return seenBy(controller, mayControl(controller) == 0);
+}
+
+TransportView Transport::viewOfSubscriber(const Controller& subscriber) const {
+    return seenBy(subscriber,
+                  mayControl(subscriber) == 0 ||
+                      permission_.admitsAddress(ControlKind::player, subscriber.address));
+}
+
+TransportView Transport::seenBy(const Controller& controller, bool isLetIn) const {
     TransportView view;
     view.playMode = queue_.mode();
     const ControlRequest* request = permission_.findOf(ControlKind::player, controller);
@@ -155,9 +165,7 @@ TransportView Transport::view(const Controller& controller) const {
     }
     view.state = mediaState();
     view.failed = failed_;
-    // A subscription may name another program than the calls of the same controller do.
-    view.mayControl = mayControl(controller) == 0 ||
-                      permission_.admitsAddress(ControlKind::player, controller.address);
+    view.mayControl = isLetIn;
     view.mayStop = view.mayControl || view.state == TransportState::stopped;
     showMedia(view, queue_.media(), queue_.trackNumber() - 1);
     if (queue_.next()) {

@@ -74,7 +74,7 @@ TEST_F(ATransport, RefusesNobodysStopWhenItIsStoppedAlready) {
 TEST_F(ATransport, OffersStrangersNoActionsThatItWouldRefuse) {
     playFilm();
     EXPECT_EQ(transport.view(tablet).possibleActions(), "");
-    EXPECT_EQ(transport.view({phone.address, "its subscription"}).possibleActions(),
+    EXPECT_EQ(transport.viewOfSubscriber({phone.address, "its subscription"}).possibleActions(),
               "Play,Pause,Stop,Seek,X_DLNA_SeekTime");
     const int before = viewChanges;
     permission.setPolicy(ControlKind::player, 1);
@@ -322,6 +322,22 @@ TEST_F(ATransport, ShowsTheViewerTheNewestDescription) {
     ASSERT_EQ(permission.requests().size(), 1u);
     EXPECT_EQ(permission.requests().front().mediaTitle, "Second try");
     EXPECT_EQ(permission.requests().front().mediaMimeType, "video/mpeg");
+}
+
+TEST_F(ATransport, TellsAnotherProgramOfItsPhoneWhatThatOneMayDo) {
+    permission.setPolicy(ControlKind::player, 3);
+    playFilm();
+    const Controller program{phone.address, "another program"};
+    EXPECT_NE(transport.stop(program), 0);
+    EXPECT_EQ(transport.view(program).possibleActions(), "");
+    EXPECT_EQ(transport.viewOfSubscriber(program).possibleActions(),
+              transport.view(phone).possibleActions())
+        << "it may be the phone's own subscription";
+    EXPECT_EQ(transport.viewOfSubscriber({"192.0.2.99", "phone"}).possibleActions(), "");
+    transport.stop(phone);
+    transport.playerChanged(reported(1));
+    EXPECT_EQ(transport.stop(program), 0);
+    EXPECT_EQ(transport.view(program).possibleActions(), "Stop");
 }
 
 TEST_F(ATransport, GivesTheAdmittedControllerTheSoundOnlyUntilNobodyHasIt) {
