@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -28,6 +29,9 @@ constexpr int kBacklog = 1024;
 
 // Refused requests whose answers are on their way at once; each holds a descriptor for a second.
 constexpr std::size_t kMostDrains = 32;
+
+// What libsoup makes of an address or a Host without a port.
+constexpr int kPortLeftOut = 80;
 
 enum class State { head, body, running, idle };
 
@@ -417,7 +421,11 @@ bool ConnectionGuard::isForUs(SoupServerMessage* message) const {
         return true;
     }
     const int port = g_uri_get_port(uri);
-    return isOwnAuthority_(authorityOf(uriHost, static_cast<unsigned>(port < 0 ? 80 : port)));
+    if (port == kPortLeftOut) { // as it may be in the header
+        const bool isIpv6 = std::strchr(uriHost, ':') != nullptr;
+        return isOwnAuthority_(isIpv6 ? "[" + std::string(uriHost) + "]" : uriHost);
+    }
+    return isOwnAuthority_(authorityOf(uriHost, static_cast<unsigned>(port)));
 }
 
 void ConnectionGuard::headersArrived(Connection& connection, SoupServerMessage* message) {

@@ -119,14 +119,16 @@ void HttpServer::listenOnlyOn(const std::vector<std::string>& wanted) {
     }
 }
 
-// "host:port" or "host", as a Host header has it.
+// "host:port" or "host", as a Host header has it. Some controllers leave out the port; a page that
+// was led here under a name of its own cannot leave out the name.
 bool HttpServer::isOwnAuthority(const std::string& authority) const {
     std::size_t end = authority.rfind(':');
     if (end == std::string::npos || (!authority.empty() && authority.back() == ']')) {
         end = authority.size();
     }
-    const std::string port = end < authority.size() ? authority.substr(end + 1) : "80";
-    return port == std::to_string(port_) && listensOn(canonicalHost(authority.substr(0, end)));
+    const bool isOurPort =
+        end == authority.size() || authority.substr(end + 1) == std::to_string(port_);
+    return isOurPort && listensOn(canonicalHost(authority.substr(0, end)));
 }
 
 HttpReply HttpServer::reply(SoupServerMessage* message, const char* path) {

@@ -112,7 +112,8 @@ void Transport::playlistArrived(const std::optional<FetchedPlaylist>& playlist) 
     changed_();
 }
 
-// To another track, in the state of the one before.
+// To another track: one that follows a playing one plays, one that follows a pause waits stopped,
+// since a player opens nothing in a pause.
 void Transport::changeTrack() {
     const bool goesOn =
         mediaState() == TransportState::playing || mediaState() == TransportState::transitioning;

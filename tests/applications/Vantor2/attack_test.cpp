@@ -171,7 +171,7 @@ TEST_F(AnAttacker, WithACallbackToSomebodyElseIsRefused) {
 }
 
 TEST_F(AnAttacker, WithAnotherHostInItsRequestIsRefused) {
-    for (const char* name : {"evil.example", "127.0.0.1", "127.0.0.1:1", "[::1]:80", ""}) {
+    for (const char* name : {"evil.example", "127.0.0.9", "127.0.0.1:1", "[::1]:80", ""}) {
         EXPECT_EQ(statusOf(request("GET /description.xml HTTP/1.1\r\nHost: " + std::string(name) +
                                    "\r\n\r\n")),
                   400)

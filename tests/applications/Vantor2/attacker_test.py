@@ -88,11 +88,11 @@ class AnAttacker(Home):
                          "http://[fd00:3:0:0:0:0:0:2]/"):
             self.assertEqual(self.status(self.connect(own, tv), self.subscription(tv, callback)),
                              200, callback)
-        for host in (f"[{own}]:{self.port}", f"[::1]:{self.port}", f"[{tv}]", f"{tv}:{self.port}",
+        for host in (f"[{own}]:{self.port}", f"[::1]:{self.port}", f"[{own}]", f"{tv}:{self.port}",
                      f"[{tv}%25t2]:{self.port}", f"[::ffff:10.1.0.1]:{self.port}",
                      f"localhost:{self.port}", f"[{tv}]:1", "[", "[]", ":", ""):
             self.assertEqual(self.status(self.connect(own, tv), self.page(host)), 400, host)
-        for host in (f"[{tv}]:{self.port}", f"[FD00:3:0:0::1]:{self.port}"):
+        for host in (f"[{tv}]:{self.port}", f"[FD00:3:0:0::1]:{self.port}", f"[{tv}]"):
             self.assertEqual(self.status(self.connect(own, tv), self.page(host)), 200, host)
         too_long = ("POST /AVTransport/control HTTP/1.1\r\n"
                     f"Host: {self.host(tv)}\r\nContent-Length: 104857600\r\n\r\n")

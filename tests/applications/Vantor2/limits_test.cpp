@@ -154,8 +154,12 @@ TEST_F(HttpSide, RefusesForeignHosts) {
     EXPECT_EQ(status("GET /description.xml", "evil.example"), 400);
     EXPECT_EQ(status("GET /description.xml", "evil.example:" + std::to_string(device->port())),
               400);
-    EXPECT_EQ(status("GET /description.xml", "127.0.0.1"), 400);
+    EXPECT_EQ(status("GET /description.xml", "127.0.0.1:80"), 400);
+    EXPECT_EQ(status("GET /description.xml", "127.0.0.1:"), 400);
+    EXPECT_EQ(status("GET /description.xml", "127.0.0.9"), 400);
     EXPECT_EQ(status("GET http://evil.example/description.xml", host()), 400);
+    EXPECT_EQ(status("GET http://127.0.0.1:1/description.xml", host()), 400);
+    EXPECT_EQ(status("GET http://127.0.0.9/description.xml", host()), 400);
     EXPECT_EQ(statusOf(request("GET /description.xml HTTP/1.1\r\n\r\n")), 400);
 }
 

@@ -162,6 +162,10 @@ TEST_F(AController, MaySendSeveralRequestsBeforeItReads) {
     EXPECT_TRUE(isPollAnswer(client.answer()));
 }
 
+TEST_F(AController, MayLeaveOutThePortOfItsHost) {
+    EXPECT_EQ(statusOf(request("GET /description.xml HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n")), 200);
+}
+
 TEST_F(AController, MaySpeakTheOldHttp) {
     const auto old = [&](const std::string& line, const std::string& headers,
                          const std::string& body = "") {
