@@ -43,19 +43,25 @@ bool isSubtitleElement(std::string_view name) {
 }
 
 bool isSubtitleType(const std::string& mimeType) {
-    static constexpr const char* kTypes[] = {"text/srt",
-                                             "text/x-srt",
+    static constexpr const char* kTypes[] = {"application/ttml+xml",
+                                             "application/x-ass",
+                                             "application/x-sami",
+                                             "application/x-ssa",
                                              "application/x-subrip",
-                                             "text/vtt",
-                                             "text/sub",
-                                             "text/ssa",
-                                             "text/x-ssa",
-                                             "text/ass",
-                                             "text/x-ass",
-                                             "text/smi",
                                              "smi/caption",
+                                             "text/ass",
+                                             "text/smi",
+                                             "text/srt",
+                                             "text/ssa",
+                                             "text/sub",
                                              "text/ttml",
-                                             "application/ttml+xml"};
+                                             "text/vtt",
+                                             "text/webvtt",
+                                             "text/x-ass",
+                                             "text/x-sami",
+                                             "text/x-srt",
+                                             "text/x-ssa",
+                                             "text/x-subrip"};
     return std::find(std::begin(kTypes), std::end(kTypes), mimeType) != std::end(kTypes);
 }
 

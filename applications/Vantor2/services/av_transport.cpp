@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "base/time_text.h"
-#include "common/text.h"
 
 namespace vantor {
 
@@ -109,11 +108,6 @@ const std::string* find(const StateVariables& variables, std::string_view name) 
     return found == variables.end() ? nullptr : &found->second;
 }
 
-/// White space around an address is not part of it (XML Schema, anyURI: "collapse").
-std::string address(const std::string& argument) {
-    return std::string(text::trimmed(argument, " \t\r\n"));
-}
-
 } // namespace
 
 ActionTable avTransportActions(Transport& transport) {
@@ -121,8 +115,8 @@ ActionTable avTransportActions(Transport& transport) {
     addReadingActions(table, transport);
     table["SetAVTransportURI"] = [&transport](const Controller& controller,
                                               const ActionArguments& arguments) {
-        return done(transport.setUri(controller, address(arguments["CurrentURI"]),
-                                     arguments["CurrentURIMetaData"]));
+        return done(
+            transport.setUri(controller, arguments["CurrentURI"], arguments["CurrentURIMetaData"]));
     };
     table["Play"] = [&transport](const Controller& controller, const ActionArguments& arguments) {
         return done(transport.play(controller, arguments["Speed"]));
@@ -144,8 +138,8 @@ ActionTable avTransportActions(Transport& transport) {
     };
     table["SetNextAVTransportURI"] = [&transport](const Controller& controller,
                                                   const ActionArguments& arguments) {
-        return done(transport.setNextUri(controller, address(arguments["NextURI"]),
-                                         arguments["NextURIMetaData"]));
+        return done(
+            transport.setNextUri(controller, arguments["NextURI"], arguments["NextURIMetaData"]));
     };
     table["SetPlayMode"] = [&transport](const Controller& controller,
                                         const ActionArguments& arguments) {

@@ -6,7 +6,6 @@
 #include <limits>
 
 #include "base/xml.h"
-#include "common/text.h"
 
 namespace vantor {
 
@@ -39,9 +38,7 @@ template <class List> auto findNamed(const List& list, std::string_view name) {
     return found == list.end() ? nullptr : &*found;
 }
 
-// White space around a number means nothing in XML's types; some controllers indent what they send.
-std::optional<long long> numberIn(std::string_view text) {
-    std::string_view digits = text::trimmed(text, " \t\r\n");
+std::optional<long long> numberIn(std::string_view digits) {
     if (digits.size() > 1 && digits[0] == '+' && digits[1] != '-') {
         digits.remove_prefix(1);
     }

@@ -83,7 +83,10 @@ ParsedSoap parseAction(const xmlNode* action, std::string_view soapAction) {
             std::any_of(call.arguments.begin(), call.arguments.end(), sameName)) {
             return UpnpError{kInvalidArgs};
         }
-        call.arguments.emplace_back(name, nodeText(node));
+        // White space around a value is never part of it here; some controllers indent what they
+        // send.
+        const std::string value = nodeText(node);
+        call.arguments.emplace_back(name, text::trimmed(value, " \t\r\n"));
     }
     return call;
 }

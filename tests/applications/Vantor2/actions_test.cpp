@@ -155,6 +155,15 @@ TEST_F(Actions, RefuseAForeignController) {
     EXPECT_EQ(state("stranger"), "STOPPED") << "reading is never refused";
 }
 
+TEST_F(Actions, TakeValuesThatStandOnLinesOfTheirOwn) {
+    device->permission().setPolicy(ControlKind::player, 0);
+    const std::string zero = in("InstanceID", "\n  0\n");
+    EXPECT_EQ(error(kAvt, "SetPlayMode", zero + in("NewPlayMode", "\n  REPEAT_ALL\n")), 0);
+    EXPECT_EQ(setUri(kFilm), 0);
+    EXPECT_EQ(error(kAvt, "Play", zero + in("Speed", "\n  1\n")), 0);
+    EXPECT_EQ(error(kRcs, "GetVolume", zero + in("Channel", "\n  Master\n")), 0);
+}
+
 TEST_F(Actions, TakeAnAddressThatStandsOnALineOfItsOwn) {
     device->permission().setPolicy(ControlKind::player, 0);
     const std::string next = std::string(kFilm) + "?next";

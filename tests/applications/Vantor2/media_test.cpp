@@ -100,7 +100,9 @@ TEST(Subtitles, AreFoundInTheirUsualForms) {
           res("video/mp4:*", "http://a/film.mp4",
               "pv:subtitleFileType=\"SRT\" pv:subtitleFileUri=\"http://a/t.srt\""),
           std::string("<pv:subtitleFileUri>http://a/t.srt</pv:subtitleFileUri>"),
-          res("text/srt:*", "http://a/t.srt"), res("application/x-subrip:*", "http://a/t.srt")}) {
+          res("text/srt:*", "http://a/t.srt"), res("application/x-subrip:*", "http://a/t.srt"),
+          res("text/x-subrip:*", "http://a/t.srt"),
+          res("application/x-sami:*", "http://a/t.srt")}) {
         const auto items = readDidl(didl(item("T", film + form)));
         ASSERT_EQ(items.size(), 1u);
         EXPECT_EQ(items[0].subtitleUri, "http://a/t.srt") << form;

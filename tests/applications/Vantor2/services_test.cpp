@@ -161,13 +161,10 @@ TEST(ArgumentChecks, RefuseMissingUnknownAndMistypedArguments) {
     EXPECT_EQ(with("0", "LF", "50"), 703);
     EXPECT_EQ(with("1", "Master", "50"), 702);
     EXPECT_EQ(with("x", "Master", "50"), 402);
-    for (const char* volume : {" 5 ", "\n5", "\t\r\n5\n", "+5", " +5"}) {
-        EXPECT_EQ(with(" 0\n", "Master", volume), 0) << volume;
-    }
+    EXPECT_EQ(with("0", "Master", "+5"), 0);
     for (const char* volume : {" ", "5 0", "+ 5", "+-5", "++5", "5\v", "0x5", "5.0"}) {
         EXPECT_EQ(with("0", "Master", volume), 402) << volume;
     }
-    EXPECT_EQ(with("0", " Master ", "50"), 703) << "texts are taken as they are";
     EXPECT_EQ(check({{"InstanceID", "0"}, {"Channel", "Master"}}), 402);
     EXPECT_EQ(check({{"InstanceID", "0"}, {"Channel", "Master"}, {"Volume", "50"}}), 402);
     EXPECT_EQ(

@@ -49,6 +49,16 @@ TEST(ASoapRequest, MayHaveAHeaderAByteOrderMarkAndBlankLinesInFront) {
     EXPECT_EQ(verdict(withHeader, kPlay), 0);
 }
 
+TEST(ASoapRequest, MayStandOnAsManyLinesAsItLikes) {
+    const ParsedSoap parsed = parseSoapRequest(play("\n  <InstanceID>\r\n\t0\r\n  </InstanceID>\n  "
+                                                    "<Note>\n a  b \n</Note><None> \n</None>\n"),
+                                               kPlay);
+    const auto* call = std::get_if<SoapCall>(&parsed);
+    ASSERT_NE(call, nullptr);
+    EXPECT_EQ(call->arguments,
+              (SoapArguments{{"InstanceID", "0"}, {"Note", "a  b"}, {"None", ""}}));
+}
+
 TEST(ASoapRequest, MustNameTheSameActionInHeaderAndBody) {
     EXPECT_EQ(verdict(play(""), ""), 401);
     EXPECT_EQ(verdict(play(""), std::string(kType) + "#Stop"), 401);
