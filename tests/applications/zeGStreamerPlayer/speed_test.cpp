@@ -29,6 +29,7 @@ using player::PlayerState;
 using player::Speed;
 using test::kCountedRate;
 using test::milliseconds;
+using test::numberOn;
 using test::seconds;
 using test::seenFrames;
 using test::seenNumbers;
@@ -45,13 +46,6 @@ struct Way {
 constexpr Way kForward[] = {{"2", 20},  {"4", 20},  {"8", 8},   {"16", 8},   {"32", 12}, {"1", 20},
                             {"1/2", 8}, {"1/4", 5}, {"1/8", 4}, {"1/16", 3}, {"1/32", 3}};
 constexpr Way kBackward[] = {{"-2", 20}, {"-4", 20}, {"-8", 8}, {"-16", 8}, {"-32", 12}};
-
-/// -1: not one of these films.
-int numberOn(const test::Picture& screen) {
-    return test::numberIn(screen.width, screen.height,
-                          [&screen](int x, int y) { return screen.at(x, y).green; })
-        .value_or(-1);
-}
 
 /// -1: nothing yet.
 int lastSeen() {

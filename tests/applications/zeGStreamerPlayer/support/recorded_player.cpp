@@ -6,6 +6,7 @@
 #include <gst/app/gstappsink.h>
 
 #include "engine/gst_handles.h"
+#include "support/frame_number.h"
 
 namespace test {
 Pixel Picture::at(int x, int y) const {
@@ -49,6 +50,12 @@ Picture firstPicture(const std::string& source) {
 
 Picture readPicture(const std::string& path) {
     return firstPicture("filesrc location=\"" + path + "\" ! decodebin");
+}
+
+int numberOn(const Picture& picture) {
+    return numberIn(picture.width, picture.height,
+                    [&picture](int x, int y) { return picture.at(x, y).green; })
+        .value_or(-1);
 }
 
 Picture grabDisplay(const std::string& display) {

@@ -37,6 +37,9 @@ struct Picture {
 /// Reads a picture file; width 0 when that fails.
 Picture readPicture(const std::string& path);
 
+/// Of the frame of a counted film that the picture shows; -1: of none.
+int numberOn(const Picture& picture);
+
 /// What an X display shows now; width 0 when it cannot be asked. GStreamer must be initialised.
 Picture grabDisplay(const std::string& display);
 
