@@ -8,11 +8,11 @@
 
 #include <gtest/gtest.h>
 
-#include "engine/gst_handles.h"
 #include "metadata/media_info.h"
 #include "support/case_name.h"
 #include "support/media_server.h"
 #include "support/recorded_player.h"
+#include "support/run_pipeline.h"
 #include "support/temporary_folder.h"
 
 namespace {
@@ -169,24 +169,6 @@ TEST_F(WhatIsTold, FollowsTheTitlesOfARadioStation) {
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
 }
 
-/// Runs a pipeline, whose element "tags" writes the title of the whole if there is one.
-bool makeFile(const std::string& description, const char* title = nullptr) {
-    const player::GstOwner<GstElement> pipeline(gst_parse_launch(description.c_str(), nullptr));
-    if (title != nullptr) {
-        const player::GstOwner<GstElement> tags(
-            gst_bin_get_by_name(GST_BIN(pipeline.get()), "tags"));
-        gst_tag_setter_add_tags(GST_TAG_SETTER(tags.get()), GST_TAG_MERGE_REPLACE, GST_TAG_TITLE,
-                                title, nullptr);
-    }
-    const player::GstOwner<GstBus> bus(gst_element_get_bus(pipeline.get()));
-    gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
-    const player::GstOwner<GstMessage> end(gst_bus_timed_pop_filtered(
-        bus.get(), 10 * GST_SECOND,
-        static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR)));
-    gst_element_set_state(pipeline.get(), GST_STATE_NULL);
-    return end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS;
-}
-
 /// Bit rate and length of such a song are estimated anew all the time.
 TEST_F(WhatIsTold, IsNotToldAgainForEveryEstimate) {
     const test::MediaServer server(KETRA_TEST_MEDIA);
@@ -200,10 +182,10 @@ TEST_F(WhatIsTold, IsNotToldAgainForEveryEstimate) {
 
 /// A click each second, which is most of what such a song is.
 TEST_F(WhatIsTold, IsNotToldAgainForABitRateThatVaries) {
-    gst_init(nullptr, nullptr);
-    ASSERT_TRUE(makeFile("audiotestsrc wave=ticks num-buffers=260 ! audioconvert ! flacenc "
-                         "! filesink location=" +
-                         folder_.path() + "/clicks.flac"));
+    ASSERT_TRUE(
+        test::runPipeline("audiotestsrc wave=ticks num-buffers=260 ! audioconvert ! flacenc "
+                          "! filesink location=" +
+                          folder_.path() + "/clicks.flac"));
     const test::MediaServer server(folder_.path());
     open(server.address("/good/clicks.flac"));
     ASSERT_TRUE(player_.waitForState(player::PlayerState::kFinished)) << items();
@@ -224,15 +206,16 @@ TEST_F(WhatIsTold, ReckonsTheLengthOfBareSamplesFromTheirSize) {
 
 /// A film is not called what one of its sound tracks is.
 TEST_F(WhatIsTold, CallsAFilmWhatItsFileCallsIt) {
-    gst_init(nullptr, nullptr);
-    const auto withTracks = [this](const std::string& name) {
-        return "videotestsrc num-buffers=50 ! video/x-raw,width=64,height=64 ! vp8enc deadline=1 "
-               "! queue ! tags. audiotestsrc num-buffers=100 ! opusenc "
-               "! taginject tags=\"title=\\\"Commentary\\\"\" ! queue ! tags. "
-               "matroskamux name=tags ! filesink location=" +
-               folder_.path() + "/" + name;
-    };
-    ASSERT_TRUE(makeFile(withTracks("film.mkv"), "The Film"));
+    ASSERT_TRUE(test::runPipeline(
+        "videotestsrc num-buffers=50 ! video/x-raw,width=64,height=64 ! vp8enc deadline=1 "
+        "! queue ! tags. audiotestsrc num-buffers=100 ! opusenc "
+        "! taginject tags=\"title=\\\"Commentary\\\"\" ! queue ! tags. "
+        "matroskamux name=tags ! filesink location=" +
+            folder_.path() + "/film.mkv",
+        [](GstTagSetter* tags) {
+            gst_tag_setter_add_tags(tags, GST_TAG_MERGE_REPLACE, GST_TAG_TITLE, "The Film",
+                                    nullptr);
+        }));
     const test::MediaServer server(folder_.path());
     open(server.address("/good/film.mkv"));
     EXPECT_TRUE(waitForItem("title:The Film")) << items();

@@ -14,6 +14,7 @@
 #include "support/colours.h"
 #include "support/media_server.h"
 #include "support/recorded_player.h"
+#include "support/run_pipeline.h"
 #include "support/shown_media.h"
 
 namespace {
@@ -65,21 +66,11 @@ int teethIn(const test::Picture& picture, bool columns = false) {
 /// does to it.
 test::Picture takenFrom(const std::string& file, const std::string& demuxer,
                         const std::string& change, const std::string& folder) {
-    gst_init(nullptr, nullptr);
     const std::string path = folder + "/taken.png";
-    const player::GstOwner<GstElement> pipeline(
-        gst_parse_launch(("filesrc location=" KETRA_TEST_MEDIA "/" + file + " ! " + demuxer +
+    EXPECT_TRUE(
+        test::runPipeline("filesrc location=" KETRA_TEST_MEDIA "/" + file + " ! " + demuxer +
                           " ! h264parse ! avdec_h264 ! videoconvert ! " + change +
-                          " ! identity eos-after=30 ! pngenc ! multifilesink location=" + path)
-                             .c_str(),
-                         nullptr));
-    const player::GstOwner<GstBus> bus(gst_element_get_bus(pipeline.get()));
-    gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
-    const player::GstOwner<GstMessage> end(gst_bus_timed_pop_filtered(
-        bus.get(), 30 * GST_SECOND,
-        static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR)));
-    EXPECT_TRUE(end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS);
-    gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+                          " ! identity eos-after=30 ! pngenc ! multifilesink location=" + path));
     return test::readPicture(path);
 }
 

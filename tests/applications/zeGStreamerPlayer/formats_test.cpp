@@ -16,6 +16,7 @@
 #include "support/colours.h"
 #include "support/media_server.h"
 #include "support/recorded_player.h"
+#include "support/run_pipeline.h"
 #include "support/shown_media.h"
 #include "support/temporary_folder.h"
 
@@ -168,30 +169,23 @@ TEST_F(AMedia, MovesWhenItIsAnAnimation) {
 std::string writeSongWithCover(const std::string& path) {
     std::ifstream photo(std::string(KETRA_TEST_MEDIA) + "/photo.jpg", std::ios::binary);
     const std::string bytes((std::istreambuf_iterator<char>(photo)), {});
-    const player::GstOwner<GstBuffer> buffer(gst_buffer_new_memdup(bytes.data(), bytes.size()));
-    const player::GstOwner<GstCaps> caps(gst_caps_new_empty_simple("image/jpeg"));
-    const player::GstOwner<GstSample> sample(
-        gst_sample_new(buffer.get(), caps.get(), nullptr, nullptr));
-    const player::GstOwner<GstElement> pipeline(gst_parse_launch(
-        ("audiotestsrc num-buffers=200 ! audioconvert ! lamemp3enc ! id3v2mux name=tags ! "
-         "filesink location=" +
-         path)
-            .c_str(),
-        nullptr));
-    const player::GstOwner<GstElement> tags(gst_bin_get_by_name(GST_BIN(pipeline.get()), "tags"));
-    gst_tag_setter_add_tags(GST_TAG_SETTER(tags.get()), GST_TAG_MERGE_REPLACE, GST_TAG_IMAGE,
-                            sample.get(), nullptr);
-    const player::GstOwner<GstBus> bus(gst_element_get_bus(pipeline.get()));
-    gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
-    const player::GstOwner<GstMessage> end(gst_bus_timed_pop_filtered(
-        bus.get(), 10 * GST_SECOND,
-        static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR)));
-    gst_element_set_state(pipeline.get(), GST_STATE_NULL);
-    return end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS ? bytes : "";
+    EXPECT_TRUE(test::runPipeline(
+        "audiotestsrc num-buffers=200 ! audioconvert ! lamemp3enc ! id3v2mux name=tags ! "
+        "filesink location=" +
+            path,
+        [&bytes](GstTagSetter* tags) {
+            const player::GstOwner<GstBuffer> buffer(
+                gst_buffer_new_memdup(bytes.data(), bytes.size()));
+            const player::GstOwner<GstCaps> caps(gst_caps_new_empty_simple("image/jpeg"));
+            const player::GstOwner<GstSample> sample(
+                gst_sample_new(buffer.get(), caps.get(), nullptr, nullptr));
+            gst_tag_setter_add_tags(tags, GST_TAG_MERGE_REPLACE, GST_TAG_IMAGE, sample.get(),
+                                    nullptr);
+        }));
+    return bytes;
 }
 
 TEST_F(AMedia, PublishesItsCoverAsAFileWhileItPlays) {
-    gst_init(nullptr, nullptr);
     const std::string bytes = writeSongWithCover(folder_.path() + "/song.mp3");
     ASSERT_NE(bytes, "");
     const test::TemporaryFolder pictures;

@@ -9,20 +9,18 @@
 #include <optional>
 #include <string>
 
-#include <gst/gst.h>
 #include <gtest/gtest.h>
 
-#include "engine/gst_handles.h"
 #include "support/case_name.h"
 #include "support/media_server.h"
 #include "support/openings.h"
 #include "support/recorded_player.h"
 #include "support/recorder.h"
+#include "support/run_pipeline.h"
 #include "support/temporary_folder.h"
 
 namespace {
 
-using player::GstOwner;
 using player::PlayerState;
 using player::PlayRequest;
 using player::Speed;
@@ -46,23 +44,6 @@ Samples signal(std::size_t from, std::size_t to) {
         samples.push_back(signalAt(sample));
     }
     return samples;
-}
-
-/// Runs a pipeline to its end.
-void run(const std::string& description) {
-    GError* rawError = nullptr;
-    const GstOwner<GstElement> pipeline(gst_parse_launch(description.c_str(), &rawError));
-    const GstOwner<GError> error(rawError);
-    ASSERT_EQ(error.get(), nullptr) << error->message;
-    const GstOwner<GstBus> bus(gst_element_get_bus(pipeline.get()));
-    gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
-    GstMessage* const message = gst_bus_timed_pop_filtered(
-        bus.get(), 60 * GST_SECOND,
-        static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
-    ASSERT_NE(message, nullptr);
-    EXPECT_EQ(GST_MESSAGE_TYPE(message), GST_MESSAGE_EOS) << description;
-    gst_message_unref(message);
-    gst_element_set_state(pipeline.get(), GST_STATE_NULL);
 }
 
 Samples samplesIn(const std::string& path) {
@@ -99,9 +80,10 @@ protected:
         std::ofstream(file("raw"), std::ios::binary)
             .write(reinterpret_cast<const char*>(samples.data()),
                    static_cast<std::streamsize>(samples.size() * sizeof samples[0]));
-        run("filesrc location=" + file("raw") +
+        ASSERT_TRUE(test::runPipeline(
+            "filesrc location=" + file("raw") +
             " ! rawaudioparse format=pcm pcm-format=s16le sample-rate=44100 num-channels=1 ! " +
-            encoder + " ! filesink location=" + file(name));
+            encoder + " ! filesink location=" + file(name)));
     }
 
     void makeBoth(const std::string& ending = "wav", const std::string& encoder = "wavenc") {
@@ -192,8 +174,9 @@ TEST_P(Lossy, SongsFollowAsLongAsEachOfThemIs) {
     makeBoth(ending, GetParam().encoder);
     std::size_t expected = 0;
     for (const char* const name : {"one.", "two."}) {
-        run("filesrc location=" + file(name + ending) + " ! decodebin ! audioconvert ! " +
-            "audio/x-raw,format=S16LE ! filesink location=" + file("decoded"));
+        ASSERT_TRUE(test::runPipeline(
+            "filesrc location=" + file(name + ending) + " ! decodebin ! audioconvert ! " +
+            "audio/x-raw,format=S16LE ! filesink location=" + file("decoded")));
         expected += samplesIn(file("decoded")).size();
     }
     ASSERT_GT(expected, kFirst + kSecond - kRate / 10);
