@@ -7,7 +7,7 @@ import subprocess
 import sys
 import unittest
 
-from house import HouseTest, find_renderer, free_port, media, until
+from house import Controller, HouseTest, find_renderer, free_port, media, until
 
 FILM_TITLE = "film"  # its file's name: it has no title of its own
 NO_SUCH_RENDERER, REFUSED, INTERRUPTED = 5, 8, 130
@@ -154,8 +154,14 @@ class TheRoad(HouseTest):
         tv.until_status(lambda said: said["position"] and said["position"] >= at + 3,
                         "a film that goes on")
         self.assertTrue(phone.is_running(), phone.tail())
+        controller = Controller(find_renderer())
+        self.assertEqual(controller.transport()["CurrentTransportState"], "PLAYING")
+        self.assertTrue(controller.call("GetMediaInfo", InstanceID=0)["CurrentURI"]
+                        .endswith(".mp4"))
         phone.signal(signal.SIGINT)
         self.assertEqual(phone.ended(), INTERRUPTED, phone.tail())
+        self.assertIn("Interrupted; Attic did not stop: ", phone.lines[-1])
+        self.assertEqual(tv.status()["state"], "playing", "a new name lets nobody in")
         self.assert_quits(tv)
 
     def test_a_television_that_got_another_name_asks_about_the_next_phone(self):

@@ -53,6 +53,7 @@ PlayerReport reportOf(const ContentPlayerService& record) {
     report.errorCode = record.mErrorCode;
     report.errorMessage = asText(record.mErrorMessage);
     report.uri = asText(record.mTrack.mURI);
+    report.title = asText(record.mTrack.mTitle);
     report.protocolInfo = asText(record.mTrack.mDLNAProfile);
     report.durationSec = record.mTrack.mDurationSec;
     report.positionSec = record.mPlayback.mPositionSec;

@@ -55,6 +55,10 @@ bool isPlayableMimeType(const std::string& mimeType) {
     return false;
 }
 
+bool namesImage(const std::string& protocolInfo) {
+    return protocolInfo.find("image") != std::string::npos;
+}
+
 bool allowsSeek(const std::string& protocolInfo) {
     return dlnaParameter(protocolInfo, "DLNA.ORG_OP").substr(0, 2) != "00";
 }

@@ -21,6 +21,9 @@ bool isPlayableAddress(const std::string& uri);
 /// Whether a type can be shown or heard at all; "" (unknown) can.
 bool isPlayableMimeType(const std::string& mimeType);
 
+/// Whether the player's protocol info is that of a photo.
+bool namesImage(const std::string& protocolInfo);
+
 /// What DLNA.ORG_OP in a protocol info says about seeking; true when it says nothing.
 bool allowsSeek(const std::string& protocolInfo);
 

@@ -82,6 +82,7 @@ struct PlayerReport {
     int errorCode = 0;
     std::string errorMessage;
     std::string uri;          ///< of the track; empty when the player does not say
+    std::string title;        ///< likewise
     std::string protocolInfo; ///< names the kind of media: video, audio or image
     std::uint32_t durationSec = 0;
     std::uint32_t positionSec = 0;

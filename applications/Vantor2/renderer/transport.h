@@ -168,6 +168,9 @@ private:
     void tell();
     std::optional<MediaOrder> orderForNext() const;
     void announceNext();
+    void findPlaying(const PlayerReport& report);
+    void loadFound(const PlayerReport& report);
+    bool isFound() const;
     bool followPlayer(const PlayerReport& report);
     bool takeOver(const PlayerReport& report);
     void start(const std::string& speed);
@@ -203,6 +206,7 @@ private:
     std::string resolvedSpeed_; // with which it is played then, if playWanted_
     std::string formats_;
     std::string speeds_;        // no media allows others; "" when nobody says
+    bool metPlayer_ = false;    // it has reported
     unsigned generation_ = 0;   // counts openings; answers to older ones are dropped
     bool opened_ = false;       // the player has taken the media; reports are about it
     bool fresh_ = false;        // opened and not played yet

@@ -70,9 +70,16 @@ bool Transport::followPlayer(const PlayerReport& report) {
 // The player has gone on: the queue follows, or the player is put right. False in the latter case.
 bool Transport::takeOver(const PlayerReport& report) {
     const auto next = queue_.following();
-    if (playWanted_ && ownerIsAdmitted() && next &&
-        next->media->tracks[next->index].uri == report.uri) {
-        queue_.toFollowing();
+    const bool isNext = playWanted_ && ownerIsAdmitted() && next &&
+                        next->media->tracks[next->index].uri == report.uri;
+    // What follows a media that was found, the player was told by who brought that.
+    const bool isFoundNext = isFound() && !next && !report.uri.empty();
+    if (isNext || isFoundNext) {
+        if (isNext) {
+            queue_.toFollowing();
+        } else {
+            loadFound(report);
+        }
         ++generation_;
         announced_.reset();
         report_ = PlayerReport();

@@ -204,6 +204,28 @@ void Transport::fail(const std::string& reason) {
     changed_();
 }
 
+// A daemon that is started again while the player plays finds its media: nobody's, until somebody
+// is let in.
+void Transport::findPlaying(const PlayerReport& report) {
+    const bool isShown = report.state == kEnded && namesImage(report.protocolInfo);
+    if (report.uri.empty() || !(isActive(report.state) || isShown)) {
+        return;
+    }
+    loadFound(report);
+    opened_ = true;
+    report_ = report;
+}
+
+void Transport::loadFound(const PlayerReport& report) {
+    Media media = describeMedia(report.uri, "", formats_);
+    media.tracks.front().info.title = report.title;
+    queue_.load(std::move(media));
+}
+
+bool Transport::isFound() const {
+    return !queue_.empty() && queue_.media().owner == Controller();
+}
+
 void Transport::playerChanged(const PlayerReport& report) {
     playerState_ = report.state;
     if (!report.knownSpeeds.empty()) {
@@ -212,6 +234,10 @@ void Transport::playerChanged(const PlayerReport& report) {
     if (!report.formats.empty() && report.formats != formats_) {
         formats_ = report.formats;
         changed_();
+    }
+    const bool metNow = !std::exchange(metPlayer_, true);
+    if (metNow && queue_.empty()) {
+        findPlaying(report);
     }
     if (queue_.empty() || resolving_) {
         return;

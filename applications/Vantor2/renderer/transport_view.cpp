@@ -89,7 +89,7 @@ void Transport::forgetRefusal(const Controller& controller) {
 
 bool Transport::isImage() const {
     if (!report_.protocolInfo.empty()) {
-        return report_.protocolInfo.find("image") != std::string::npos;
+        return namesImage(report_.protocolInfo);
     }
     return !queue_.empty() && isPhoto(queue_.track());
 }
