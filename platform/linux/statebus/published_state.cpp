@@ -25,6 +25,20 @@ constexpr std::uint64_t kMaxQueuedMessages = 16384;
 /// Questions that may wait for the service thread before more are refused.
 constexpr std::size_t kMaxQuestions = 1000;
 
+/// What the daemon says, without the name of this connection: a program that tries again with
+/// another one can tell that it has heard it before.
+std::string reasonIn(sd_bus_message* refusal) {
+    if (refusal == nullptr)
+        return "the bus is gone";
+    const sd_bus_error* const error = sd_bus_message_get_error(refusal);
+    std::string reason = error->message == nullptr ? error->name : error->message;
+    const char* const ours = sd_bus_message_get_destination(refusal);
+    const std::string quoted = std::string(" \"") + (ours == nullptr ? "" : ours) + '"';
+    if (const std::size_t at = reason.find(quoted); at != std::string::npos)
+        reason.erase(at, quoted.size());
+    return reason;
+}
+
 } // namespace
 
 /// The D-Bus interface. Every member runs on the I/O thread, `user` is the state.
@@ -224,7 +238,7 @@ void PublishedState::onNameAnswer(sd_bus_message* answer) {
         return;
     if (isFailure(answer)) {
         withdrawRequest(); // without an answer in time the name may still become ours
-        refused(answer == nullptr ? "the bus is gone" : sd_bus_message_get_error(answer)->message);
+        refused(reasonIn(answer));
         return;
     }
     asking_ = false;

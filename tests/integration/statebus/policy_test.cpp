@@ -117,9 +117,11 @@ public:
         spec.onWrite = [](const std::string&, const std::string&) {
             return true;
         };
-        publications_.push_back(statebus::publish(engine_, std::move(spec), nullptr));
+        publications_.push_back(statebus::publish(engine_, std::move(spec), &error_));
         return publications_.back() != nullptr;
     }
+    /// Why the last state was not published.
+    const std::string& error() const { return error_; }
     bool publishPlayer() {
         return publish(ContentPlayerServiceTemplate, "main") &&
                publish(SoundServiceTemplate, "main");
@@ -129,7 +131,21 @@ public:
 private:
     zeMultiMBusEngine engine_{false};
     std::vector<std::unique_ptr<statebus::Publication>> publications_;
+    std::string error_;
 };
+
+/// A program that tries again and again complains once: what it is told is the same each time.
+TEST(APolicyForSeveralUsers, GivesItsReasonInTheSameWordsOnEveryConnection) {
+    const Policy policy({"nobody", "nobody", "nobody"});
+    const PrivateBus bus(policy.path());
+    Publisher first;
+    Publisher second;
+    EXPECT_FALSE(first.publishPlayer());
+    EXPECT_FALSE(second.publishPlayer());
+    EXPECT_NE(first.error().find("not allowed"), std::string::npos) << first.error();
+    EXPECT_NE(first.error().find(kPlayer), std::string::npos) << first.error();
+    EXPECT_EQ(first.error(), second.error());
+}
 
 TEST(APolicyForSeveralUsers, LetsThePlayerPublishItsTwoStatesAndCommandNobody) {
     const Policy policy({ownUser(), "nobody", "nobody"});
