@@ -21,10 +21,14 @@ constexpr std::chrono::milliseconds kPassing{100};
 constexpr const char* kPagePolicy =
     "default-src 'none'; img-src 'self'; style-src 'unsafe-inline'; frame-ancestors 'none'";
 
-HttpReply document(const std::string& text) {
+HttpReply document(const std::string& text, const HttpRequest& request) {
     HttpReply reply;
     reply.contentType = "text/xml; charset=\"utf-8\"";
     reply.body = text;
+    // The standard has it in the answer if, and only if, the request named a language.
+    if (request.header("Accept-Language")) {
+        reply.headers.emplace_back("Content-Language", "en");
+    }
     return reply;
 }
 
@@ -92,8 +96,9 @@ void RendererDevice::addDocuments(const DeviceIdentity& identity) {
     const std::string description =
         writeDeviceDescription(identity, {&avTransportDescription(), &renderingControlDescription(),
                                           &connectionManagerDescription()});
-    server_.addRoute(kDescriptionPath, {"GET", "HEAD"},
-                     [description](const HttpRequest&) { return document(description); });
+    server_.addRoute(kDescriptionPath, {"GET", "HEAD"}, [description](const HttpRequest& request) {
+        return document(description, request);
+    });
     for (const Icon& icon : icons()) {
         server_.addRoute(icon.path, {"GET", "HEAD"}, [&icon](const HttpRequest&) {
             HttpReply reply;
@@ -118,7 +123,9 @@ void RendererDevice::addDocuments(const DeviceIdentity& identity) {
 void RendererDevice::addService(const ServiceDescription& service, ControlEndpoint& control,
                                 EventPublisher& events) {
     server_.addRoute(scpdPath(service), {"GET", "HEAD"},
-                     [scpd = writeScpd(service)](const HttpRequest&) { return document(scpd); });
+                     [scpd = writeScpd(service)](const HttpRequest& request) {
+                         return document(scpd, request);
+                     });
     server_.addRoute(controlPath(service), {"POST"},
                      [&control](const HttpRequest& request) { return control.handle(request); });
     server_.addRoute(eventPath(service), {"SUBSCRIBE", "UNSUBSCRIBE"},

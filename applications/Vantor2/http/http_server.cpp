@@ -52,10 +52,25 @@ void settleRange(SoupServerMessage* message, HttpReply& reply) {
     }
 }
 
+void settleOrigin(SoupServerMessage* message, const std::string& product) {
+    SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
+    // libsoup names server and time once, and has spent both on the leave to send a body when the
+    // request asked for that ("Expect: 100-continue").
+    if (soup_message_headers_get_one(headers, "Server") != nullptr) {
+        return;
+    }
+    soup_message_headers_append(headers, "Server", product.c_str());
+    GDateTime* now = g_date_time_new_now_utc();
+    const GText date(soup_date_time_to_string(now, SOUP_DATE_HTTP));
+    g_date_time_unref(now);
+    soup_message_headers_append(headers, "Date", date.get());
+}
+
 } // namespace
 
 HttpServer::HttpServer(const std::string& product, GuardLimits limits)
-    : server_(
+    : product_(product),
+      server_(
           SOUP_SERVER(g_object_new(SOUP_TYPE_SERVER, "server-header", product.c_str(), nullptr))),
       limits_(limits) {
     soup_server_add_handler(
@@ -169,6 +184,7 @@ void HttpServer::answer(SoupServerMessage* message, const char* path) {
     HttpReply result = reply(message, path);
     settleRange(message, result);
     soup_server_message_set_status(message, result.status, nullptr);
+    settleOrigin(message, product_);
     SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
     for (const auto& header : result.headers) {
         soup_message_headers_append(headers, header.first.c_str(), header.second.c_str());

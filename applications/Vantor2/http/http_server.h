@@ -77,6 +77,7 @@ private:
     void answer(SoupServerMessage* message, const char* path);
     HttpReply reply(SoupServerMessage* message, const char* path);
 
+    std::string product_;
     GObjectPtr<SoupServer> server_;
     GuardLimits limits_;
     std::unique_ptr<ConnectionGuard> guard_;

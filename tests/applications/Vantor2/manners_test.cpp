@@ -75,6 +75,16 @@ TEST_F(AController, LearnsFromHeadWhatGetWouldBring) {
     EXPECT_EQ(statusOf(headRequest("/AVTransport/control")), 405);
 }
 
+TEST_F(AController, IsToldTheLanguageOfADescriptionWhenItNamesItsOwn) {
+    for (const char* path : {"/description.xml", "/AVTransport/scpd.xml",
+                             "/RenderingControl/scpd.xml", "/ConnectionManager/scpd.xml"}) {
+        const std::string names = "Accept-Language: de-AT, de;q=0.9\r\n";
+        EXPECT_EQ(headerOf(request(head("GET", path, names)), "Content-Language"), "en") << path;
+        EXPECT_EQ(headerOf(headRequest(path, names), "Content-Language"), "en") << path;
+        EXPECT_EQ(headerOf(get(path), "Content-Language"), "(absent)") << path;
+    }
+}
+
 TEST_F(AController, GetsThePartsOfAnIconThatItAsksFor) {
     for (const Icon& icon : icons()) {
         const std::string whole = bodyOf(get(icon.path));
@@ -138,7 +148,11 @@ TEST_F(AController, MayWaitForLeaveToSendItsBody) {
             usual() + "Expect: 100-continue\r\nSOAPAction: \"" + pollAction() + "\"\r\n", ""));
         EXPECT_EQ(statusOf(client.answer()), 100);
         client.send(poll());
-        EXPECT_TRUE(isPollAnswer(client.answer()));
+        const std::string answer = client.answer();
+        EXPECT_TRUE(isPollAnswer(answer));
+        EXPECT_EQ(headerOf(answer, "Server"), headerOf(get("/description.xml"), "Server"))
+            << "what it was told with the leave is not told with the answer";
+        EXPECT_NE(headerOf(answer, "Date"), "(absent)");
     }
     EXPECT_EQ(statusOf(request(pollWith("Host: " + host() +
                                             "\r\nContent-Length: 10000000\r\n"
