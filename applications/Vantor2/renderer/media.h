@@ -29,6 +29,7 @@ struct Media {
     Controller owner;
     std::vector<Track> tracks; ///< never empty
     std::size_t start = 0;     ///< the track that is played first
+    bool fetched = false;      ///< the tracks are a playlist's, which `metadata` is about
 };
 
 /// Of strangers only the names are taken: the documents of a long list take time and memory.

@@ -94,6 +94,7 @@ void Transport::playlistArrived(const std::optional<FetchedPlaylist>& playlist) 
     }
     media.start = firstTrackOf(tracks, media.uri, playlist->skipped);
     media.tracks = std::move(tracks);
+    media.fetched = true;
     std::optional<Media> next = queue_.next();
     queue_.load(std::move(media));
     queue_.setNext(std::move(next));

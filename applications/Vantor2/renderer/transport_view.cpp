@@ -216,7 +216,8 @@ void Transport::showMedia(TransportView& view, const Media& media, std::size_t i
     view.trackCount = media.tracks.size();
     view.trackUri = track.uri;
     // A controller looks for what it sent itself.
-    view.trackMetadata = media.tracks.size() == 1 ? media.metadata : track.metadata;
+    const bool asItCame = media.tracks.size() == 1 && !media.fetched;
+    view.trackMetadata = asItCame ? media.metadata : track.metadata;
 }
 
 } // namespace vantor

@@ -203,6 +203,19 @@ TEST_F(AQueue, FetchesAPlaylistBeforeItPlaysIt) {
     EXPECT_EQ(trackUri(), "http://192.0.2.1/2.mp3");
 }
 
+TEST_F(AQueue, DescribesTheOnlyTrackOfAPlaylistByItself) {
+    permission.setPolicy(ControlKind::player, 0);
+    const std::string about = didl("A list", "http-get:*:audio/x-mpegurl:*");
+    transport.setUri(phone, "http://192.0.2.1/list.m3u", about);
+    EXPECT_EQ(transport.view(phone).trackMetadata, about) << "nothing else is known yet";
+    playlists.arrives("#EXTINF:7,A song\n1.mp3\n");
+    const TransportView view = transport.view(phone);
+    EXPECT_EQ(view.trackUri, "http://192.0.2.1/1.mp3");
+    EXPECT_NE(view.trackMetadata.find("<dc:title>A song</dc:title>"), std::string::npos)
+        << view.trackMetadata;
+    EXPECT_EQ(view.metadata, about) << "of the list";
+}
+
 TEST_F(AQueue, FetchesNoPlaylistBeforeTheYes) {
     permission.setPolicy(ControlKind::player, 3);
     transport.setUri(phone, kList, "");
