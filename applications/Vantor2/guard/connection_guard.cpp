@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -44,6 +46,18 @@ bool isContentLengthSound(SoupMessageHeaders* headers) {
     const std::string_view length(all);
     return !length.empty() && length.find_first_not_of("0123456789") == std::string_view::npos &&
            soup_message_headers_get_list(headers, "Transfer-Encoding") == nullptr;
+}
+
+// Read from the header, of which digits are known to be all: libsoup takes what does not fit for a
+// negative number, and warns.
+bool isLongerThan(SoupMessageHeaders* headers, std::size_t most) {
+    const char* length = soup_message_headers_get_one(headers, "Content-Length");
+    if (length == nullptr) {
+        return false;
+    }
+    std::size_t bytes = 0;
+    const auto result = std::from_chars(length, length + std::strlen(length), bytes);
+    return result.ec == std::errc::result_out_of_range || bytes > most;
 }
 
 bool isKnownMethod(std::string_view method) {
@@ -439,9 +453,7 @@ void ConnectionGuard::headersArrived(Connection& connection, SoupServerMessage* 
         refuse(connection, message, SOUP_STATUS_BAD_REQUEST);
         return;
     }
-    if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH &&
-        soup_message_headers_get_content_length(headers) >
-            static_cast<goffset>(limits_.bodyBytes)) {
+    if (isLongerThan(headers, limits_.bodyBytes)) {
         refuse(connection, message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE);
         return;
     }

@@ -188,6 +188,12 @@ TEST_F(HttpSide, RefusesAmbiguousLengths) {
 TEST_F(HttpSide, RefusesABodyThatIsTooLongWithoutReadingIt) {
     const std::string answer = request(head("Content-Length: 10485760\r\n\r\n"));
     EXPECT_EQ(statusOf(answer), 413);
+    for (const char* length : {"9223372036854775807", "9223372036854775808", "18446744073709551615",
+                               "99999999999999999999"}) {
+        EXPECT_EQ(statusOf(request(head("Content-Length: " + std::string(length) + "\r\n\r\n"))),
+                  413)
+            << length;
+    }
     RawClient chunked(device->port());
     chunked.send(head("Transfer-Encoding: chunked\r\n\r\n"));
     const std::string chunk = "8000\r\n" + std::string(0x8000, 'x') + "\r\n";
