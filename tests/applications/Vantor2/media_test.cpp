@@ -163,6 +163,19 @@ TEST(TheQuestion, IsOneLineWhateverADescriptionSays) {
     EXPECT_EQ(questionMimeType(media), "video/x y");
 }
 
+TEST(TheQuestion, KeepsWhatJoinsLettersAndPictures) {
+    const auto titled = [](const std::string& title) {
+        return questionTitle(describeMedia(
+            "http://a/f.mp4", didl(item(title, res("video/mp4:*", "http://a/f.mp4"))), ""));
+    };
+    const std::string persian = "\u0645\u06CC\u200C\u062E\u0648\u0627\u0647\u0645";
+    const std::string family = "\U0001F468\u200D\U0001F469\u200D\U0001F467";
+    EXPECT_EQ(titled(persian), persian);
+    EXPECT_EQ(titled(family), family);
+    EXPECT_EQ(titled("gnp\u202E4pm"), "gnp 4pm") << "nothing is read in another direction";
+    EXPECT_EQ(titled("\u200D \u200C"), "f.mp4") << "nothing would be seen of it";
+}
+
 TEST(AProtocolInfo, TellsTypeAndParameters) {
     EXPECT_EQ(mimeTypeOf("http-get:*:Audio/L16;rate=44100;channels=2:DLNA.ORG_PN=LPCM"),
               "audio/l16");
