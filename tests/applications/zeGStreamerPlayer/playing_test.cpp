@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -84,14 +85,23 @@ TEST_F(APlayer, TellsWhatAFilmIs) {
 TEST_F(APlayer, RepeatsItsReportOnceASecondWhileItPlays) {
     playUntilPlaying("/good/film.mp4");
     ASSERT_TRUE(player_.waitUntil([this] { return positionSec() >= 3; }));
+    // A machine that stands still leaves out a second; nobody tells of one more than twice.
     const auto& announced = player_.announced();
+    const auto secondsInARow = [&announced] {
+        int found = 0;
+        for (std::size_t index = 1; index < announced.size(); ++index) {
+            found += announced[index].positionSec == announced[index - 1].positionSec + 1 ? 1 : 0;
+        }
+        return found;
+    };
+    ASSERT_TRUE(player_.waitUntil([&] { return secondsInARow() >= 3; })) << player_.states();
     const auto count = std::count_if(announced.begin(), announced.end(), [](const auto& status) {
         return status.state == PlayerState::kPlaying;
     });
-    EXPECT_GE(count, 4);
-    EXPECT_LE(count, 8);
-    EXPECT_GE(player_.last().positionPercent, 15u); // 3 of 20 seconds
-    EXPECT_LT(player_.last().positionPercent, 20u);
+    EXPECT_LE(count, 2 * (positionSec() + 1));
+    const auto percent = player_.last().positionPercent; // of 20 seconds
+    EXPECT_GE(percent, positionSec() * 5);
+    EXPECT_LT(percent, (positionSec() + 1) * 5);
 }
 
 TEST_F(APlayer, PlaysWebm) {
@@ -165,16 +175,23 @@ TEST_F(APlayer, TakesTheServersContentFeatures) {
 }
 
 TEST_F(APlayer, PausesAndGoesOnWhereItWas) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point began = Clock::now();
     playUntilPlaying("/good/film.mp4");
     ASSERT_TRUE(player_.waitUntil([this] { return positionSec() >= 1; }));
     ASSERT_TRUE(player_->pause());
     ASSERT_TRUE(player_.waitForState(PlayerState::kPaused));
+    const Clock::time_point paused = Clock::now();
+    const auto second = positionSec();
     const std::size_t before = player_.announced().size();
     player_.letPass(milliseconds(1500));
     EXPECT_EQ(player_.announced().size(), before);
+    const Clock::time_point wentOn = Clock::now();
     ASSERT_TRUE(player_->play(Speed()));
-    ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
-    EXPECT_LE(positionSec(), 2);
+    ASSERT_TRUE(player_.waitUntil([&] { return positionSec() > second; }));
+    // The pause is no part of the time that has gone by in the film.
+    const std::chrono::duration<double> played = Clock::now() - wentOn + (paused - began);
+    EXPECT_LE(positionSec(), played.count());
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING PAUSED PLAYING");
 }
 
@@ -267,10 +284,10 @@ TEST_F(APlayer, GoesOnAsNormalPlayWhenItRunsBackwardIntoTheStart) {
     ASSERT_TRUE(player_->play(*Speed::fromText("-8")));
     ASSERT_TRUE(player_.waitUntil([this] { return player_.last().speed.isBackward(); }));
     ASSERT_TRUE(player_.waitUntil([this] { return player_.last().speed.isNormal(); }));
-    EXPECT_EQ(player_.last().state, PlayerState::kPlaying);
+    EXPECT_EQ(player_.last().state, PlayerState::kPlaying) << player_.log();
     EXPECT_EQ(positionSec(), 0);
-    ASSERT_TRUE(player_.waitUntil([this] { return positionSec() == 2; }));
-    EXPECT_TRUE(isRed(player_.screen().middle()));
+    EXPECT_TRUE(player_.waitUntil(
+        [this] { return positionSec() >= 1 && isRed(player_.screen().middle()); }));
 }
 
 TEST_F(APlayer, SurvivesAHundredQuickStartsPausesAndStops) {

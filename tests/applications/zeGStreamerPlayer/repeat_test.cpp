@@ -1,5 +1,6 @@
 // Repeat A-B on a film that is red, green, blue and white for five seconds each.
 
+#include <cstdint>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -25,13 +26,16 @@ protected:
         ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying)) << player_.log();
     }
 
-    /// Repeats from about 3 to about 5 seconds.
+    /// Marked where a seek leads the ends are the same on any machine.
+    void repeatFrom(test::RecordedPlayer& player, std::int64_t fromMs, std::int64_t toMs) {
+        ASSERT_TRUE(player->seek(fromMs));
+        ASSERT_TRUE(player->repeat(Repeat::kA));
+        ASSERT_TRUE(player->seek(toMs));
+        ASSERT_TRUE(player->repeat(Repeat::kAB));
+    }
+
     void repeatPart() {
-        ASSERT_TRUE(player_->seek(3000));
-        ASSERT_TRUE(waitForPosition(3));
-        ASSERT_TRUE(player_->repeat(Repeat::kA));
-        ASSERT_TRUE(waitForPosition(5));
-        ASSERT_TRUE(player_->repeat(Repeat::kAB));
+        ASSERT_NO_FATAL_FAILURE(repeatFrom(player_, 3000, 5000));
         ASSERT_TRUE(waitForPosition(3));
     }
 
@@ -40,20 +44,22 @@ protected:
                                  seconds(30));
     }
 
+    /// Likewise, or further on: a machine that stands still leaves out a second.
+    bool waitUntilFrom(unsigned second) {
+        return player_.waitUntil([this, second] { return player_.last().positionSec >= second; },
+                                 seconds(30));
+    }
+
     bool waitUntilBefore(unsigned second) {
         return player_.waitUntil([this, second] { return player_.last().positionSec < second; },
                                  seconds(10));
     }
 
-    /// Repeats about half a second from about 12.3 seconds on.
     void repeatShortPart() {
         ASSERT_TRUE(player_->seek(1000));
         ASSERT_TRUE(waitForPosition(1));
-        ASSERT_TRUE(player_->seek(12300));
+        ASSERT_NO_FATAL_FAILURE(repeatFrom(player_, 12300, 12900));
         ASSERT_TRUE(waitForPosition(12));
-        ASSERT_TRUE(player_->repeat(Repeat::kA));
-        player_.letPass(test::milliseconds(600));
-        ASSERT_TRUE(player_->repeat(Repeat::kAB));
         player_.letPass(test::milliseconds(300));
     }
 
@@ -71,7 +77,7 @@ protected:
 
 TEST_P(ARepeatedPart, PlaysRoundAndRoundWithoutAStepAndOnBeyondItsEnd) {
     play();
-    repeatPart();
+    ASSERT_NO_FATAL_FAILURE(repeatPart());
     const std::size_t before = player_.announced().size();
     for (int round = 0; round < 2; ++round) {
         ASSERT_TRUE(waitForPosition(4));
@@ -83,7 +89,7 @@ TEST_P(ARepeatedPart, PlaysRoundAndRoundWithoutAStepAndOnBeyondItsEnd) {
         EXPECT_FALSE(player_.announced()[index].buffering);
     }
     ASSERT_TRUE(player_->repeat(Repeat::kNone));
-    EXPECT_TRUE(waitForPosition(6)) << player_.last().positionSec;
+    EXPECT_TRUE(waitUntilFrom(6)) << player_.last().positionSec;
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
 }
 
@@ -94,9 +100,7 @@ TEST_P(ARepeatedPart, GoesOnHoweverShortItIs) {
     ASSERT_TRUE(player.setMedia(server_.address(GetParam())));
     ASSERT_TRUE(player->play(Speed()));
     ASSERT_TRUE(player.waitForState(PlayerState::kPlaying)) << player.log();
-    ASSERT_TRUE(player->repeat(Repeat::kA));
-    player.letPass(test::milliseconds(300));
-    ASSERT_TRUE(player->repeat(Repeat::kAB));
+    ASSERT_NO_FATAL_FAILURE(repeatFrom(player, 1000, 1300));
     for (int quarter = 0; quarter < 8; ++quarter) {
         EXPECT_GT(test::hear().loudness, 0.05) << quarter;
     }
@@ -105,10 +109,10 @@ TEST_P(ARepeatedPart, GoesOnHoweverShortItIs) {
 
 TEST_P(ARepeatedPart, IsLeftByASeek) {
     play();
-    repeatPart();
+    ASSERT_NO_FATAL_FAILURE(repeatPart());
     ASSERT_TRUE(player_->seek(1000));
     ASSERT_TRUE(waitForPosition(1));
-    ASSERT_TRUE(waitForPosition(6)) << player_.last().positionSec;
+    ASSERT_TRUE(waitUntilFrom(6)) << player_.last().positionSec;
 }
 
 TEST_P(ARepeatedPart, IsRunThroughAtEverySpeed) {
@@ -127,40 +131,42 @@ TEST_P(ARepeatedPart, IsRunThroughAtEverySpeed) {
         ASSERT_TRUE(playAt(Speed()));
         ASSERT_TRUE(player_->repeat(Repeat::kNone));
     }
-    EXPECT_TRUE(waitForPosition(16));
+    EXPECT_TRUE(waitUntilFrom(16));
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
 }
 
 TEST_P(ARepeatedPart, IsLeftBackwardWhenTheRepetitionEnds) {
     play();
-    repeatShortPart();
-    ASSERT_TRUE(playAt(*Speed::fromText("-4")));
+    ASSERT_NO_FATAL_FAILURE(repeatShortPart());
+    ASSERT_TRUE(playAt(*Speed::fromText("-2")));
     player_.letPass(test::milliseconds(500));
     ASSERT_TRUE(player_->repeat(Repeat::kNone));
     EXPECT_TRUE(waitUntilBefore(11));
-    EXPECT_EQ(player_.last().speed, *Speed::fromText("-4"));
+    EXPECT_EQ(player_.last().speed, *Speed::fromText("-2"));
     ASSERT_TRUE(playAt(Speed()));
-    EXPECT_TRUE(waitForPosition(13));
+    EXPECT_TRUE(waitUntilFrom(13));
 }
 
 TEST_P(ARepeatedPart, IsLeftBackwardByASeek) {
     play();
-    repeatShortPart();
-    ASSERT_TRUE(playAt(*Speed::fromText("-4")));
+    ASSERT_NO_FATAL_FAILURE(repeatShortPart());
+    ASSERT_TRUE(playAt(*Speed::fromText("-2")));
     player_.letPass(test::milliseconds(500));
     ASSERT_TRUE(player_->seek(19000));
     ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec > 14; }, seconds(10)));
     EXPECT_TRUE(waitUntilBefore(11));
     ASSERT_TRUE(playAt(Speed()));
-    EXPECT_TRUE(waitForPosition(13));
+    EXPECT_TRUE(waitUntilFrom(13));
 }
 
 TEST_P(ARepeatedPart, IsPausedAndPlayedOn) {
     play();
-    repeatShortPart();
+    ASSERT_NO_FATAL_FAILURE(repeatShortPart());
     for (int pause = 0; pause < 4; ++pause) {
         ASSERT_TRUE(player_->pause());
-        ASSERT_TRUE(player_.waitForState(PlayerState::kPaused));
+        ASSERT_TRUE(player_.waitForState(PlayerState::kPaused))
+            << player_.states() << "\n"
+            << player_.log();
         player_.letPass(test::milliseconds(100));
         ASSERT_TRUE(player_->play(Speed()));
         ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
@@ -168,7 +174,7 @@ TEST_P(ARepeatedPart, IsPausedAndPlayedOn) {
     }
     EXPECT_LE(player_.last().positionSec, 14u);
     ASSERT_TRUE(player_->repeat(Repeat::kNone));
-    EXPECT_TRUE(waitForPosition(15));
+    EXPECT_TRUE(waitUntilFrom(15));
 }
 
 TEST_P(ARepeatedPart, HasABeginningBeforeItHasAnEnd) {
@@ -194,8 +200,9 @@ TEST_P(ARepeatedSong, IsHeardOnAndOn) {
     ASSERT_TRUE(player.setMedia(server.address(GetParam())));
     ASSERT_TRUE(player->play(Speed()));
     ASSERT_TRUE(player.waitForState(PlayerState::kPlaying)) << player.log();
+    ASSERT_TRUE(player->seek(200));
     ASSERT_TRUE(player->repeat(Repeat::kA));
-    player.letPass(test::milliseconds(300));
+    ASSERT_TRUE(player->seek(500));
     ASSERT_TRUE(player->repeat(Repeat::kAB));
     for (int quarter = 0; quarter < 5; ++quarter) {
         player.letPass(test::milliseconds(20));
