@@ -1,5 +1,5 @@
-// GStreamer tells of a pause in two messages. The second one may still be on its way when the media
-// is moved, and is not the end of that move.
+// What GStreamer tells late, or is heard late: GStreamer tells of a pause in two messages. The
+// second one may still be on its way when the media is moved, and is not the end of that move.
 
 #include <chrono>
 #include <condition_variable>
@@ -47,7 +47,20 @@ GstFlowReturn render(GstBaseSink*, GstBuffer*) {
     return GST_FLOW_OK;
 }
 
-constexpr test::TestSink kFinder{"ketrafinder", "Sink/Audio", "audio/x-raw", render, preroll};
+bool gBusy = false;      // guarded by gMutex: who asks for the position gets no answer
+bool gBusyAsked = false; // guarded by gMutex: somebody waits for it
+
+/// It is the media thread that asks.
+void ask(GstQuery* query) {
+    if (GST_QUERY_TYPE(query) == GST_QUERY_POSITION) {
+        std::unique_lock<std::mutex> lock(gMutex);
+        gBusyAsked = gBusy;
+        gChanged.wait_for(lock, seconds(30), [] { return !gBusy; });
+    }
+}
+
+constexpr test::TestSink kFinder{"ketrafinder", "Sink/Audio", "audio/x-raw", render, preroll,
+                                 nullptr,       ask};
 
 /// Without its segment a sink does not know where it is.
 GstPadProbeReturn onEvent(GstPad*, GstPadProbeInfo* info, gpointer) {
@@ -163,6 +176,57 @@ TEST_F(AMove, BackwardGoesOnWhenThePauseBeforeItIsOver) {
     };
     ASSERT_TRUE(player_.waitUntil(goesBack, seconds(20)));
     EXPECT_GE(test::seenNumbers().back(), 600) << "nothing was shown on the way";
+}
+
+class APause : public AMove {
+protected:
+    ~APause() override { keepBusy(false); }
+
+    static void keepBusy(bool on) {
+        const std::lock_guard<std::mutex> lock(gMutex);
+        gBusy = on;
+        gBusyAsked = false;
+        gChanged.notify_all();
+    }
+
+    /// All that was on its way to the screen has been shown.
+    bool waitForStandstill() {
+        std::size_t shown = 0;
+        auto since = std::chrono::steady_clock::now();
+        return player_.waitUntil([&] {
+            const auto now = std::chrono::steady_clock::now();
+            if (std::exchange(shown, test::seenFrames().size()) != test::seenFrames().size()) {
+                since = now;
+            }
+            return now - since > seconds(2);
+        });
+    }
+};
+
+/// Nothing more comes then, for which a pause in GStreamer would wait.
+TEST_F(APause, IsThereWhenThePartThatIsRepeatedIsOverAndNotYetReadAgain) {
+    ASSERT_TRUE(player_.setMedia(server_.address("/good/counted.mp4")));
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying)) << player_.log();
+    ASSERT_TRUE(player_->seek(10000));
+    ASSERT_TRUE(player_->repeat(player::Repeat::kA));
+    ASSERT_TRUE(player_->seek(10600));
+    ASSERT_TRUE(player_->repeat(player::Repeat::kAB));
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 10; }));
+    keepBusy(true);
+    ASSERT_TRUE(player_.waitUntil([] {
+        const std::lock_guard<std::mutex> lock(gMutex);
+        return gBusyAsked;
+    }));
+    ASSERT_TRUE(waitForStandstill());
+    ASSERT_TRUE(player_->pause());
+    keepBusy(false);
+    EXPECT_TRUE(player_.waitForState(PlayerState::kPaused)) << player_.log();
+    test::watchAnew();
+    ASSERT_TRUE(player_->play(Speed()));
+    ASSERT_TRUE(player_.waitUntil([] { return test::seenFrames().size() > 60; }));
+    EXPECT_EQ(player_.last().positionSec, 10u) << "the part goes on";
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING PAUSED PLAYING");
 }
 
 } // namespace

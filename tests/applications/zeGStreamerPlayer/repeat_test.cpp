@@ -164,9 +164,8 @@ TEST_P(ARepeatedPart, IsPausedAndPlayedOn) {
     ASSERT_NO_FATAL_FAILURE(repeatShortPart());
     for (int pause = 0; pause < 4; ++pause) {
         ASSERT_TRUE(player_->pause());
-        ASSERT_TRUE(player_.waitForState(PlayerState::kPaused))
-            << player_.states() << "\n"
-            << player_.log();
+        ASSERT_TRUE(player_.waitForState(PlayerState::kPaused)) << player_.states() << "\n"
+                                                                << player_.log();
         player_.letPass(test::milliseconds(100));
         ASSERT_TRUE(player_->play(Speed()));
         ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));

@@ -307,6 +307,7 @@ void Pipeline::followData() {
 void Pipeline::onTimer() {
     const Clock::time_point now = Clock::now();
     followData();
+    followPause();
     if (!idle() && (now - stepMoved_ > settings_.patience || now - stepBegan_ > kSlowStepLimit)) {
         fail(PlayerError::kUnreachable, "the pipeline does not get on");
         return;

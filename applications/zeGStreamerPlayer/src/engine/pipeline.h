@@ -156,6 +156,7 @@ private:
     void onSegmentEnd(std::uint32_t number);
     bool plays() const;
     void repeatSegment();
+    void followPause();
     std::int64_t partStart() const;
     std::int64_t inPart(std::int64_t place) const;
     void changeState(GstState target);

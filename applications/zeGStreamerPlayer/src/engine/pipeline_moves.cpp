@@ -16,6 +16,8 @@ namespace {
 constexpr std::chrono::milliseconds kShortestRepeat{200};
 /// In a part that is shorter every frame is shown at any speed: it may be without a key frame.
 constexpr std::chrono::seconds kKeyFramesPart{10};
+/// A pause that is complete as soon as there is something to show takes less.
+constexpr std::chrono::milliseconds kLongPause{500};
 /// Between two looks at whether it is time for another key frame.
 constexpr unsigned kLeapMs = 50;
 
@@ -259,6 +261,18 @@ void Pipeline::repeatSegment() {
         logWarning("the media cannot be repeated");
     }
     samplePosition();
+}
+
+/// A pause is complete when the next picture and sound are there. None come when the part has been
+/// played to its end before anybody had the time to read it once more: the pause is at its start.
+void Pipeline::followPause() {
+    if (step_ == Step::kChangeState && state_ == GST_STATE_PAUSED && segmentEnded_ && !failed_ &&
+        !retired_ && Clock::now() - stepBegan_ > kLongPause) {
+        wantPositionMs_ = wantPositionMs_.value_or(markB_ ? partStart() : segmentEnd_);
+        if (!move()) {
+            wish();
+        }
+    }
 }
 
 // Where the media is.
