@@ -1,8 +1,10 @@
 // Where a media is, how fast and which way it runs: by the numbers of the frames that it shows.
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -93,16 +95,27 @@ protected:
     /// Plays at normal speed from this frame on.
     void beAt(int number) {
         ASSERT_TRUE(player_->play(Speed()));
-        ASSERT_TRUE(player_->seek(number * kFrameMs));
-        ASSERT_TRUE(player_.waitUntil([number] {
+        ASSERT_TRUE(player_.waitUntil([this] {
+            return player_.last().state == PlayerState::kPlaying && player_.last().speed.isNormal();
+        }));
+        const auto isThere = [number] {
             const int seen = lastSeen();
             return seen >= number && seen < number + kFar;
-        }));
+        };
+        // A machine that stands still leaves out all of these frames.
+        constexpr int kMostAttempts = 10;
+        for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
+            ASSERT_TRUE(player_->seek(number * kFrameMs)) << player_.states() << player_.log();
+            if (player_.waitUntil(isThere, seconds(6))) {
+                return;
+            }
+        }
+        FAIL() << "never at frame " << number;
     }
 
     /// Frames from when the speed is the one that holds, at least some of them for some time.
     std::vector<test::SeenFrame> watchAt(Speed wanted, std::size_t count, milliseconds time) {
-        EXPECT_TRUE(player_->play(wanted));
+        EXPECT_TRUE(player_->play(wanted)) << player_.states() << player_.log();
         EXPECT_TRUE(player_.waitUntil([this, wanted] { return player_.last().speed == wanted; }));
         test::watchAnew();
         std::vector<test::SeenFrame> seen;
@@ -133,11 +146,26 @@ protected:
         }
     }
 
+    /// Does so again when the process stood still meanwhile.
+    void measure(const std::function<void()>& watch) {
+        constexpr int kMostAttempts = 10;
+        player_.stoodStill();
+        for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
+            ASSERT_NO_FATAL_FAILURE(watch());
+            if (!player_.stoodStill()) {
+                return;
+            }
+        }
+    }
+
     void expectToRun(const Way& way, int from) {
         SCOPED_TRACE(way.speed);
         const Speed wanted = *Speed::fromText(way.speed);
-        ASSERT_NO_FATAL_FAILURE(beAt(from));
-        const auto seen = watchAt(wanted, way.frames, milliseconds(300));
+        std::vector<test::SeenFrame> seen;
+        ASSERT_NO_FATAL_FAILURE(measure([&] {
+            beAt(from);
+            seen = watchAt(wanted, way.frames, milliseconds(300));
+        }));
         expectRate(seen, way);
         EXPECT_FALSE(player_.last().buffering);
         // It goes on at normal speed from there, and says so.
@@ -151,7 +179,7 @@ protected:
                     const double shown = lastSeen() / double{kCountedRate};
                     return std::abs(player_.last().positionSec + 0.5 - shown) <= tolerance;
                 },
-                seconds(2)))
+                seconds(20)))
                 << player_.last().positionSec << " s, but frame " << lastSeen();
         }
     }
@@ -169,8 +197,11 @@ protected:
 };
 
 TEST_F(ACountedFilm, RunsFromItsFirstFrameOn) {
-    play();
-    ASSERT_TRUE(player_.waitUntil([] { return seenNumbers().size() > 50; }));
+    ASSERT_NO_FATAL_FAILURE(measure([this] {
+        test::watchAnew();
+        play();
+        ASSERT_TRUE(player_.waitUntil([] { return seenNumbers().size() > 50; }));
+    }));
     const std::vector<int> numbers = seenNumbers();
     EXPECT_LE(numbers.front(), 5); // until the window is there a few may be lost
     EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
@@ -221,7 +252,7 @@ TEST_F(ACountedFilm, RunsForwardAtEverySpeed) {
 TEST_F(ACountedFilm, RunsBackwardAtEverySpeed) {
     play();
     for (const Way& way : kBackward) {
-        expectToRun(way, 1900);
+        expectToRun(way, 1700);
     }
 }
 
@@ -235,7 +266,7 @@ TEST_P(ALeapingContainer, RunsBackwardByItsKeyFrames) {
     EXPECT_EQ(player_.last().supportedSpeeds,
               "1,2,4,8,16,32,-2,-4,-8,-16,-32,1/2,1/4,1/8,1/16,1/32");
     for (const Way& way : {Way{"-8", 12}, Way{"-16", 8}}) {
-        expectToRun(way, 1900);
+        expectToRun(way, 1700);
     }
 }
 
@@ -254,18 +285,21 @@ INSTANTIATE_TEST_SUITE_P(OfAKind, ALeapingContainer,
 TEST_F(ALeapingFilm, GoesBackToItsStartAndOnFromThere) {
     play("/good/counted.avi");
     ASSERT_NO_FATAL_FAILURE(beAt(100));
+    const auto began = std::chrono::steady_clock::now();
     ASSERT_TRUE(player_->play(*Speed::fromText("-8")));
     ASSERT_TRUE(player_.waitUntil([this] { return player_.last().speed.isBackward(); }));
     ASSERT_TRUE(player_.waitUntil([this] { return player_.last().speed.isNormal(); }));
     EXPECT_EQ(player_.last().positionSec, 0u);
     ASSERT_TRUE(player_.waitUntil([] { return lastSeen() > 20; }));
-    EXPECT_LT(lastSeen(), 100);
+    // As many as the film has in that time, and none of those that it went back.
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
+    EXPECT_LT(lastSeen(), took.count() * kCountedRate);
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
 }
 
 TEST_F(ALeapingFilm, StandsStillInAPause) {
     play("/good/counted.avi");
-    ASSERT_NO_FATAL_FAILURE(beAt(1900));
+    ASSERT_NO_FATAL_FAILURE(beAt(1700));
     ASSERT_FALSE(watchAt(*Speed::fromText("-4"), 3, milliseconds(0)).empty());
     pause();
     const int still = numberOn(player_.screen());
@@ -286,7 +320,7 @@ protected:
 TEST_F(AFilmTooLargeToKeep, RunsBothWays) {
     play();
     expectToRun({"4", 20}, 100);
-    expectToRun({"-8", 8}, 1900);
+    expectToRun({"-8", 8}, 1700);
 }
 
 TEST_F(AFilmTooLargeToKeep, RunsBothWaysAsATransportStream) {
@@ -305,7 +339,7 @@ TEST_P(AFilmReadInPlaces, RunsAtTheSpeedThatItTells) {
     for (const Way& way : {Way{"4", 20}, Way{"16", 8}, Way{"1/4", 5}}) {
         expectToRun(way, 100);
     }
-    expectToRun({"-8", 8}, 1900);
+    expectToRun({"-8", 8}, 1700);
 }
 
 INSTANTIATE_TEST_SUITE_P(OfAKind, AFilmReadInPlaces,
@@ -341,9 +375,15 @@ TEST_F(ATimedFilm, IsMovedByItsServer) {
     for (const Way& way : {Way{"8", 10}, Way{"-4", 10}}) {
         SCOPED_TRACE(way.speed);
         const Speed wanted = *Speed::fromText(way.speed);
-        ASSERT_TRUE(player_->seek(20000));
-        ASSERT_TRUE(waitForFrame(1000, 1100));
-        expectRate(watchAt(wanted, way.frames, milliseconds(300)), way);
+        std::vector<test::SeenFrame> seen;
+        ASSERT_NO_FATAL_FAILURE(measure([&] {
+            ASSERT_TRUE(player_->play(Speed()));
+            ASSERT_TRUE(player_.waitUntil([this] { return player_.last().speed.isNormal(); }));
+            ASSERT_TRUE(player_->seek(20000));
+            ASSERT_TRUE(waitForFrame(1000, 2000));
+            seen = watchAt(wanted, way.frames, milliseconds(300));
+        }));
+        expectRate(seen, way);
         ASSERT_TRUE(player_->play(Speed()));
         ASSERT_TRUE(player_.waitUntil([this] { return player_.last().speed.isNormal(); }));
         EXPECT_EQ(player_.last().positionSec, wanted.isBackward() ? 0u : 20u);
@@ -366,16 +406,18 @@ TEST_F(ATimedFilm, GoesOnWhenItsServerRefusesASpeedThatItOffered) {
 TEST_F(ATimedFilm, RepeatsAPart) {
     play("/timed/counted.ts");
     ASSERT_TRUE(player_->seek(20000));
-    ASSERT_TRUE(waitForFrame(1000, 1100));
+    ASSERT_TRUE(waitForFrame(1000, 1500));
+    const int first = lastSeen();
     ASSERT_TRUE(player_->repeat(player::Repeat::kA));
-    ASSERT_TRUE(waitForFrame(1040, 1100));
+    ASSERT_TRUE(waitForFrame(first + 40, 2000));
+    const int last = lastSeen();
     ASSERT_TRUE(player_->repeat(player::Repeat::kAB));
     for (int round = 0; round < 3; ++round) {
-        ASSERT_TRUE(waitForFrame(1000, 1030)) << round;
-        ASSERT_TRUE(waitForFrame(1035, 1200)) << round;
+        ASSERT_TRUE(waitForFrame(1000, 1030)) << round; // where the server begins
+        ASSERT_TRUE(waitForFrame(1035, last + 60)) << round;
     }
     ASSERT_TRUE(player_->repeat(player::Repeat::kNone));
-    EXPECT_TRUE(waitForFrame(1150, 1300));
+    EXPECT_TRUE(waitForFrame(last + 61, 2000));
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
 }
 

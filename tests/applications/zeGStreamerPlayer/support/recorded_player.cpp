@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include <gst/app/gstappsink.h>
 
@@ -96,7 +97,9 @@ bool RecordedPlayer::setMedia(const std::string& uri, const std::string& didl) {
 }
 
 bool RecordedPlayer::waitUntil(const std::function<bool()>& holds, milliseconds limit) {
-    const auto end = std::chrono::steady_clock::now() + limit;
+    constexpr milliseconds kStandstill{200};
+    auto looked = std::chrono::steady_clock::now();
+    const auto end = looked + limit;
     const unsigned wakeUp = g_timeout_add(
         20, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
     bool held = holds();
@@ -104,6 +107,9 @@ bool RecordedPlayer::waitUntil(const std::function<bool()>& holds, milliseconds 
         g_main_context_iteration(nullptr, TRUE);
         player_.tick();
         held = holds();
+        const auto now = std::chrono::steady_clock::now();
+        stoodStill_ = stoodStill_ || now - looked > kStandstill;
+        looked = now;
     }
     g_source_remove(wakeUp);
     return held;
@@ -111,6 +117,10 @@ bool RecordedPlayer::waitUntil(const std::function<bool()>& holds, milliseconds 
 
 bool RecordedPlayer::waitForState(player::PlayerState state, milliseconds limit) {
     return waitUntil([this, state] { return !announced_.empty() && last().state == state; }, limit);
+}
+
+bool RecordedPlayer::stoodStill() {
+    return std::exchange(stoodStill_, false);
 }
 
 void RecordedPlayer::letPass(milliseconds time) {

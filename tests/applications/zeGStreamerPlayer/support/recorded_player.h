@@ -65,6 +65,9 @@ public:
     /// Runs the main loop until something holds; false when it does not within the limit.
     bool waitUntil(const std::function<bool()>& holds, milliseconds limit = seconds(60));
     bool waitForState(player::PlayerState state, milliseconds limit = seconds(60));
+    /// Whether this process stood still for a moment since it was last asked, as on a busy machine:
+    /// what was measured meanwhile says nothing. Noticed while something is waited for.
+    bool stoodStill();
     /// Runs the main loop for as long as something takes that has no sign of its own.
     void letPass(milliseconds time);
 
@@ -84,6 +87,7 @@ private:
     player::TaskQueue queue_{nullptr};
     std::vector<player::PlayerStatus> announced_;
     std::string log_;
+    bool stoodStill_ = false;
     player::GStreamerEngine engine_;
     player::Player player_;
     player::Picture picture_{engine_};
