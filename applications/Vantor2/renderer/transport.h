@@ -160,7 +160,9 @@ private:
     void sendTrack();
     void resolvePlaylist();
     void playlistArrived(const std::optional<FetchedPlaylist>& playlist);
+    bool isAdmitted(const Controller& owner) const;
     bool ownerIsAdmitted() const;
+    std::optional<PlayQueue::Place> following() const;
     bool allowsSpeed(const std::string& speed) const;
     bool playFollowing();
     void changeTrack();

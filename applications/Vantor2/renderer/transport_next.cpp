@@ -25,9 +25,8 @@ void Transport::tell() {
 // What the player is to go on with; nothing when nothing follows, or what does must be fetched
 // first.
 std::optional<MediaOrder> Transport::orderForNext() const {
-    const auto next = queue_.following();
-    if (!next || !playWanted_ || !ownerIsAdmitted() ||
-        isPlaylist(next->media->tracks[next->index])) {
+    const auto next = following();
+    if (!next || !playWanted_ || isPlaylist(next->media->tracks[next->index])) {
         return std::nullopt;
     }
     return orderFor(*next->media, next->index);
@@ -69,11 +68,10 @@ bool Transport::followPlayer(const PlayerReport& report) {
 
 // The player has gone on: the queue follows, or the player is put right. False in the latter case.
 bool Transport::takeOver(const PlayerReport& report) {
-    const auto next = queue_.following();
-    const bool isNext = playWanted_ && ownerIsAdmitted() && next &&
-                        next->media->tracks[next->index].uri == report.uri;
+    const auto next = following();
+    const bool isNext = playWanted_ && next && next->media->tracks[next->index].uri == report.uri;
     // What follows a media that was found, the player was told by who brought that.
-    const bool isFoundNext = isFound() && !next && !report.uri.empty();
+    const bool isFoundNext = isFound() && !queue_.following() && !report.uri.empty();
     if (isNext || isFoundNext) {
         if (isNext) {
             queue_.toFollowing();

@@ -126,14 +126,24 @@ void Transport::changeTrack() {
 }
 
 // Nothing starts on behalf of somebody who may not start anything any more.
+bool Transport::isAdmitted(const Controller& owner) const {
+    return permission_.check(ControlKind::player, owner) == Permission::Verdict::admitted;
+}
+
 bool Transport::ownerIsAdmitted() const {
-    return permission_.check(ControlKind::player, queue_.media().owner) ==
-           Permission::Verdict::admitted;
+    return isAdmitted(queue_.media().owner);
+}
+
+// The track that the queue goes on with by itself. The next media may be somebody else's, of a time
+// when everybody was let in.
+std::optional<PlayQueue::Place> Transport::following() const {
+    const auto next = queue_.following();
+    return next && ownerIsAdmitted() && isAdmitted(next->media->owner) ? next : std::nullopt;
 }
 
 // The track has ended.
 bool Transport::playFollowing() {
-    if (!ownerIsAdmitted() || !queue_.toFollowing()) {
+    if (!following() || !queue_.toFollowing()) {
         return false;
     }
     openTrack();

@@ -132,6 +132,24 @@ TEST_F(AQueue, StartsNothingForAControllerThatIsNotAdmittedAnyMore) {
     EXPECT_EQ(player.taken(), Commands{"next none"}) << "what had been announced is taken back";
 }
 
+TEST_F(AQueue, PlaysNoNextMediaOfAControllerThatIsNotAdmittedAnyMore) {
+    permission.setPolicy(ControlKind::player, 0);
+    transport.setUri(phone, kFilm, "");
+    transport.play(phone, "1");
+    beginsToPlay();
+    EXPECT_EQ(transport.setNextUri(tablet, kSong, ""), 0) << "everybody is let in";
+    EXPECT_EQ(player.lastNext.trackUri, kSong);
+    permission.setPolicy(ControlKind::player, 3);
+    EXPECT_EQ(player.lastNext.trackUri, "") << "nor does the player go on with it by itself";
+    player.taken();
+    transport.playerChanged(reported(2));
+    EXPECT_EQ(player.taken(), Commands{});
+    EXPECT_EQ(state(phone), TransportState::stopped);
+    EXPECT_EQ(transport.view(phone).uri, kFilm);
+    EXPECT_EQ(transport.next(phone), 0) << "who is admitted may want it";
+    EXPECT_EQ(transport.view(phone).uri, kSong);
+}
+
 TEST_F(AQueue, PlaysEveryItemOfADescription) {
     playThreeSongs();
     EXPECT_EQ(transport.view(phone).trackCount, 3u);
