@@ -146,23 +146,11 @@ protected:
         }
     }
 
-    /// Does so again when the process stood still meanwhile.
-    void measure(const std::function<void()>& watch) {
-        constexpr int kMostAttempts = 10;
-        player_.stoodStill();
-        for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
-            ASSERT_NO_FATAL_FAILURE(watch());
-            if (!player_.stoodStill()) {
-                return;
-            }
-        }
-    }
-
     void expectToRun(const Way& way, int from) {
         SCOPED_TRACE(way.speed);
         const Speed wanted = *Speed::fromText(way.speed);
         std::vector<test::SeenFrame> seen;
-        ASSERT_NO_FATAL_FAILURE(measure([&] {
+        ASSERT_NO_FATAL_FAILURE(player_.measure([&] {
             beAt(from);
             seen = watchAt(wanted, way.frames, milliseconds(300));
         }));
@@ -197,7 +185,7 @@ protected:
 };
 
 TEST_F(ACountedFilm, RunsFromItsFirstFrameOn) {
-    ASSERT_NO_FATAL_FAILURE(measure([this] {
+    ASSERT_NO_FATAL_FAILURE(player_.measure([this] {
         test::watchAnew();
         play();
         ASSERT_TRUE(player_.waitUntil([] { return seenNumbers().size() > 50; }));
@@ -376,7 +364,7 @@ TEST_F(ATimedFilm, IsMovedByItsServer) {
         SCOPED_TRACE(way.speed);
         const Speed wanted = *Speed::fromText(way.speed);
         std::vector<test::SeenFrame> seen;
-        ASSERT_NO_FATAL_FAILURE(measure([&] {
+        ASSERT_NO_FATAL_FAILURE(player_.measure([&] {
             ASSERT_TRUE(player_->play(Speed()));
             ASSERT_TRUE(player_.waitUntil([this] { return player_.last().speed.isNormal(); }));
             ASSERT_TRUE(player_->seek(20000));

@@ -65,9 +65,9 @@ public:
     /// Runs the main loop until something holds; false when it does not within the limit.
     bool waitUntil(const std::function<bool()>& holds, milliseconds limit = seconds(60));
     bool waitForState(player::PlayerState state, milliseconds limit = seconds(60));
-    /// Whether this process stood still for a moment since it was last asked, as on a busy machine:
-    /// what was measured meanwhile says nothing. Noticed while something is waited for.
-    bool stoodStill();
+    /// Watches how fast something goes; again when this process stood still meanwhile, as on a busy
+    /// machine: what was seen then says nothing.
+    void measure(const std::function<void()>& watch);
     /// Runs the main loop for as long as something takes that has no sign of its own.
     void letPass(milliseconds time);
 
