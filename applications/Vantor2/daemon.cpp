@@ -143,8 +143,9 @@ ExitCode Daemon::start() {
     record_.friendlyNameUnresolved = store_->friendlyName().value_or(settings_.friendlyName);
     record_.friendlyName = resolveName(record_.friendlyNameUnresolved, hostName());
     const DeviceIdentity identity{store_->uuid(), record_.friendlyName, KETRA_VERSION};
-    device_ = std::make_unique<RendererDevice>(identity, clock_, bus_, bus_,
-                                               [this] { publishRequests(); });
+    device_ = std::make_unique<RendererDevice>(
+        identity, clock_, bus_, bus_, [this] { publishRequests(); }, DeviceLimits(),
+        settings_.caFile);
     device_->permission().countFrom(store_->firstRequestId());
     // First, so that nothing is ever served without a TV behind it.
     if (!bus_.open(error)) {

@@ -24,6 +24,7 @@ and it ends with the process that started it. Settings, from the environment:
   KETRA_FRIENDLY_NAME   name on the network until the viewer gives another
   KETRA_INTERFACE       network interface or one of its addresses (all)
   KETRA_PORT            port of its HTTP server (a free one)
+  KETRA_CA_FILE         certificates to be trusted for playlists over https (the system's)
   KETRA_STATE_DIR       where the name and the identity are kept
   KETRA_LOG             error, warning, info or debug (info)
   KETRA_TV_PID          process with which it ends (the one that started it)

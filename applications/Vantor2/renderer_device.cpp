@@ -56,7 +56,8 @@ EventSource transportSource(const Transport& transport) {
 
 RendererDevice::RendererDevice(const DeviceIdentity& identity, const RendererClock& clock,
                                PlayerPort& player, SoundPort& sound,
-                               std::function<void()> requestsChanged, DeviceLimits limits)
+                               std::function<void()> requestsChanged, DeviceLimits limits,
+                               std::string caFile)
     : requestsChanged_(std::move(requestsChanged)),
       deadline_([this] { checkDeadlines(); }),
       clock_(clock),
@@ -65,7 +66,7 @@ RendererDevice::RendererDevice(const DeviceIdentity& identity, const RendererClo
                       armDeadline();
                       requestsChanged_();
                   }),
-      playlists_([this] { return server_.addresses(); }),
+      playlists_([this] { return server_.addresses(); }, std::move(caFile)),
       transport_(clock, permission_, player, playlists_, [this] { transportChanged(); }),
       rendering_(permission_, sound, [this] { renderingChanged(); }),
       notify_(limits.subscriptions, limits.eventPatience),

@@ -31,10 +31,11 @@ struct DeviceLimits {
 
 class RendererDevice {
 public:
-    /// `requestsChanged` is called when policies or pending requests changed.
+    /// `requestsChanged` is called when policies or pending requests changed. Servers of playlists
+    /// are trusted by the certificates in `caFile`, by the system's when there is none.
     RendererDevice(const DeviceIdentity& identity, const RendererClock& clock, PlayerPort& player,
                    SoundPort& sound, std::function<void()> requestsChanged,
-                   DeviceLimits limits = DeviceLimits());
+                   DeviceLimits limits = DeviceLimits(), std::string caFile = "");
     ~RendererDevice();
 
     bool listen(const std::string& address, std::uint16_t port, std::string& error);

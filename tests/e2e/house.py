@@ -9,6 +9,7 @@ import re
 import shutil
 import signal
 import socket
+import ssl
 import subprocess
 import sys
 import threading
@@ -276,11 +277,12 @@ def find_renderer():
 
 
 class MediaServer:
-    """Serves the media with ranges, and four things that go wrong: /missing answers 404, /silent
-    takes the request and never answers, /stalls sends the first part of the film and no more,
-    /unsized sends the film with neither length nor ranges."""
+    """Serves the media with ranges, over TLS when it has a certificate (a PEM file with its key), and
+    a playlist of two songs, /list.m3u. Four things go wrong: /missing answers 404, /silent takes the
+    request and never answers, /stalls sends the first part of the film and no more, /unsized sends
+    the film with neither length nor ranges."""
 
-    def __init__(self):
+    def __init__(self, certificate=None):
         self.over = threading.Event()
         self.requests = []
         outer = self
@@ -294,6 +296,9 @@ class MediaServer:
                     outer.over.wait()
                     self.close_connection = True
                     return
+                if self.path == "/list.m3u":
+                    self.send_list()
+                    return
                 film = self.path in ("/stalls", "/unsized")
                 path = media("film.mp4" if film else self.path[1:])
                 if "/" in self.path[1:] or not os.path.exists(path):
@@ -302,6 +307,15 @@ class MediaServer:
                 self.send_content(path)
 
             do_HEAD = do_GET
+
+            def send_list(self):
+                content = f"#EXTM3U\n{outer.uri('bell.mp3')}\n{outer.uri('chime.mp3')}\n".encode()
+                self.send_response(200)
+                self.send_header("Content-Type", "audio/x-mpegurl")
+                self.send_header("Content-Length", str(len(content)))
+                self.end_headers()
+                if self.command != "HEAD":
+                    self.wfile.write(content)
 
             def send_content(self, path):
                 with open(path, "rb") as file:
@@ -348,11 +362,18 @@ class MediaServer:
         server = type("Server", (ThreadingHTTPServer,), {"address_family": family})
         self.server = server((self.address, 0), Handler)
         self.server.daemon_threads = True
+        self.scheme = "https" if certificate else "http"
+        if certificate:
+            tls = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+            tls.load_cert_chain(certificate)
+            # The handshake is the connection's own thread's: a stranger must not hold up the others.
+            self.server.socket = tls.wrap_socket(self.server.socket, server_side=True,
+                                                 do_handshake_on_connect=False)
         threading.Thread(target=self.server.serve_forever, daemon=True).start()
 
     def uri(self, name):
         host = f"[{self.address}]" if ":" in self.address else self.address
-        return f"http://{host}:{self.server.server_port}/{name}"
+        return f"{self.scheme}://{host}:{self.server.server_port}/{name}"
 
     def close(self):
         self.over.set()
@@ -387,8 +408,8 @@ class HouseTest(unittest.TestCase):
             os.environ.pop(variable, None)
         os.environ["KETRA_STATE_DIR"] = self.folder
 
-    def serve(self):
-        server = MediaServer()
+    def serve(self, certificate=None):
+        server = MediaServer(certificate)
         self.addCleanup(server.close)
         return server
 

@@ -46,6 +46,7 @@ std::optional<Settings> readSettings(const Environment& environment, std::string
     }
     settings.stateDirectory = *usual;
     settings.networkInterface = given("KETRA_INTERFACE").value_or("");
+    settings.caFile = given("KETRA_CA_FILE").value_or("");
     if (const auto port = given("KETRA_PORT"); port && !readPort(*port, settings.port)) {
         error = "KETRA_PORT is not a port number: " + *port;
         return std::nullopt;

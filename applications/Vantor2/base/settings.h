@@ -19,6 +19,8 @@ struct Settings {
     std::uint16_t port = 0;
     /// KETRA_FRIENDLY_NAME: the name until somebody gives another one; %h is the host's name.
     std::string friendlyName = "Ketra TV (%h)";
+    /// KETRA_CA_FILE: certificates to be trusted for playlists over https; empty: the system's.
+    std::string caFile;
     /// KETRA_LOG: error, warning, info or debug.
     LogLevel logLevel = LogLevel::kInfo;
 };

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "base/log.h"
+
 namespace vantor {
 
 namespace {
@@ -50,6 +52,18 @@ void HttpTransfer::giveUp() {
         current_.reset();
     }
     limit_.stop();
+}
+
+void HttpTransfer::trust(const std::string& caFile) {
+    GError* failure = nullptr;
+    const GObjectPtr<GTlsDatabase> known(g_tls_file_database_new(caFile.c_str(), &failure));
+    if (!known) {
+        logWarning("KETRA_CA_FILE=" + caFile + " cannot be used: " + failure->message +
+                   "; what the system trusts is trusted");
+        g_error_free(failure);
+        return;
+    }
+    soup_session_set_tls_database(session_.get(), known.get());
 }
 
 void HttpTransfer::start(GObjectPtr<SoupMessage> message, Done done) {

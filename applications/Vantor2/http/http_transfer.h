@@ -29,6 +29,10 @@ public:
     void start(GObjectPtr<SoupMessage> message, Done done);
     void giveUp();
 
+    /// Certificates (PEM) of this file alone are trusted from now on; when it cannot be read, which
+    /// is told in the log, what the system trusts. Reads it now.
+    void trust(const std::string& caFile);
+
 private:
     struct Transfer;
     void finish(Transfer& transfer, bool whole);

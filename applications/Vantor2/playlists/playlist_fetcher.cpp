@@ -27,8 +27,10 @@ GObjectPtr<SoupMessage> requestFor(const std::string& uri) {
 
 } // namespace
 
-PlaylistFetcher::PlaylistFetcher(OwnAddresses ownAddresses)
-    : nothingThere_([this] { answer(std::nullopt); }), browser_(std::move(ownAddresses)) {}
+PlaylistFetcher::PlaylistFetcher(OwnAddresses ownAddresses, std::string caFile)
+    : caFile_(std::move(caFile)),
+      nothingThere_([this] { answer(std::nullopt); }),
+      browser_(std::move(ownAddresses)) {}
 
 void PlaylistFetcher::fetch(const std::string& uri, Fetched done) {
     transfer_.giveUp();
@@ -42,6 +44,10 @@ void PlaylistFetcher::fetch(const std::string& uri, Fetched done) {
 
 void PlaylistFetcher::begin(const std::string& uri) {
     if (!isContainerAddress(uri)) {
+        if (!caFile_.empty()) {
+            // Only now: it takes time and memory that most daemons never need.
+            transfer_.trust(std::exchange(caFile_, std::string()));
+        }
         transfer_.start(requestFor(uri), [this](const std::optional<std::string>& text) {
             arrived(text ? std::optional<FetchedPlaylist>({*text, 0}) : std::nullopt);
         });

@@ -18,8 +18,9 @@ namespace vantor {
 
 class PlaylistFetcher : public PlaylistPort {
 public:
-    /// `ownAddresses` tells on which networks media servers are looked for.
-    explicit PlaylistFetcher(OwnAddresses ownAddresses);
+    /// `ownAddresses` tells on which networks media servers are looked for. Who speaks TLS is
+    /// trusted by the certificates in `caFile`, by the system's when there is none.
+    explicit PlaylistFetcher(OwnAddresses ownAddresses, std::string caFile = "");
 
     void fetch(const std::string& uri, Fetched done) override;
 
@@ -29,6 +30,7 @@ private:
     void answer(const std::optional<FetchedPlaylist>& playlist);
 
     Fetched done_;
+    std::string caFile_;  // until it is read
     bool asking_ = false; // within fetch, which never answers
     Timer nothingThere_;
     HttpTransfer transfer_;
