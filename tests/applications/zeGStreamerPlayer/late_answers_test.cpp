@@ -1,5 +1,6 @@
 // What GStreamer tells late, or is heard late: GStreamer tells of a pause in two messages. The
-// second one may still be on its way when the media is moved, and is not the end of that move.
+// second one may still be on its way when the media is moved, and is not the end of that move. And
+// what it does not know for a moment it denies.
 
 #include <chrono>
 #include <condition_variable>
@@ -32,6 +33,8 @@ std::condition_variable gChanged;
 GstOwner<GstElement> gPlaybin; // guarded by gMutex
 bool gHolding = false;         // guarded by gMutex: what a move leads to does not get to the sinks
 int gHeld = 0;                 // guarded by gMutex: at so many of them
+bool gDenying = false;         // guarded by gMutex: whether the media can be moved
+int gDenied = 0;               // guarded by gMutex: so often that was asked
 
 GstFlowReturn preroll(GstBaseSink* sink, GstBuffer*) {
     GstOwner<GstElement> top(GST_ELEMENT(gst_object_ref(sink)));
@@ -73,6 +76,20 @@ GstPadProbeReturn onEvent(GstPad*, GstPadProbeInfo* info, gpointer) {
     return GST_PAD_PROBE_OK;
 }
 
+/// The demuxer of MPEG-TS says so until it has read a time where it was moved to.
+GstPadProbeReturn onQuery(GstPad*, GstPadProbeInfo* info, gpointer) {
+    GstQuery* const query = GST_PAD_PROBE_INFO_QUERY(info);
+    const std::lock_guard<std::mutex> lock(gMutex);
+    if (!gDenying || GST_QUERY_TYPE(query) != GST_QUERY_SEEKING) {
+        return GST_PAD_PROBE_OK;
+    }
+    ++gDenied;
+    GstFormat format = GST_FORMAT_UNDEFINED;
+    gst_query_parse_seeking(query, &format, nullptr, nullptr, nullptr);
+    gst_query_set_seeking(query, format, FALSE, 0, -1);
+    return GST_PAD_PROBE_HANDLED;
+}
+
 /// How many there are.
 int watchSinksOf(GstElement* playbin) {
     int sinks = 0;
@@ -84,6 +101,8 @@ int watchSinksOf(GstElement* playbin) {
             if (GST_IS_BASE_SINK(element)) {
                 gst_pad_add_probe(GST_BASE_SINK_PAD(element), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM,
                                   onEvent, nullptr, nullptr);
+                gst_pad_add_probe(GST_BASE_SINK_PAD(element), GST_PAD_PROBE_TYPE_QUERY_UPSTREAM,
+                                  onQuery, nullptr, nullptr);
                 ++*static_cast<int*>(count);
             }
         },
@@ -96,6 +115,7 @@ class AMove : public testing::Test {
 protected:
     ~AMove() override {
         letGo();
+        deny(false);
         const std::lock_guard<std::mutex> lock(gMutex);
         gPlaybin.reset();
     }
@@ -128,6 +148,26 @@ protected:
         const std::lock_guard<std::mutex> lock(gMutex);
         gHolding = false;
         gChanged.notify_all();
+    }
+
+    static void deny(bool on) {
+        const std::lock_guard<std::mutex> lock(gMutex);
+        gDenying = on;
+        gDenied = 0;
+    }
+
+    /// The media is found to have a title, and with that everything else about it is looked at.
+    void isFoundToBeCalled(const std::string& title) {
+        {
+            const std::lock_guard<std::mutex> lock(gMutex);
+            GstTagList* const tags = gst_tag_list_new(GST_TAG_TITLE, title.c_str(), nullptr);
+            gst_tag_list_set_scope(tags, GST_TAG_SCOPE_GLOBAL);
+            const GstOwner<GstBus> bus(gst_element_get_bus(gPlaybin.get()));
+            gst_bus_post(bus.get(), gst_message_new_tag(GST_OBJECT(gPlaybin.get()), tags));
+        }
+        ASSERT_TRUE(player_.waitUntil([this, &title] {
+            return player_.last().infoText.find("title:" + title) != std::string::npos;
+        })) << player_.last().infoText;
     }
 
     /// The pause's second message comes while the move is under way.
@@ -176,6 +216,24 @@ TEST_F(AMove, BackwardGoesOnWhenThePauseBeforeItIsOver) {
     };
     ASSERT_TRUE(player_.waitUntil(goesBack, seconds(20)));
     EXPECT_GE(test::seenNumbers().back(), 600) << "nothing was shown on the way";
+}
+
+TEST_F(AMove, IsPossibleThoughItIsDeniedForAMoment) {
+    ASSERT_NO_FATAL_FAILURE(playAndPause("/good/counted.ts"));
+    const std::string speeds = player_.last().supportedSpeeds;
+    EXPECT_NE(speeds, "1");
+    deny(true);
+    ASSERT_NO_FATAL_FAILURE(isFoundToBeCalled("Counted"));
+    {
+        const std::lock_guard<std::mutex> lock(gMutex);
+        EXPECT_GT(gDenied, 0);
+    }
+    EXPECT_EQ(player_.last().supportedSpeeds, speeds);
+    EXPECT_EQ(player_.last().supportedSeekModes, "REL_TIME,ABS_TIME");
+    ASSERT_TRUE(player_->seek(10500));
+    EXPECT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 10; }));
+    EXPECT_TRUE(player_->play(*Speed::fromText("-2")));
+    EXPECT_TRUE(player_.waitUntil([this] { return player_.last().speed.isBackward(); }));
 }
 
 class APause : public AMove {

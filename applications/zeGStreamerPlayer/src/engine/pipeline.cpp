@@ -31,11 +31,17 @@ constexpr guint64 kLongestMs = guint64{366} * 24 * 60 * 60 * 1000;
 /// What is estimated while the media plays wobbles: it stays as it was told until it is twice or
 /// half as many bits or another by a second of the length. The length of a transport stream is
 /// estimated from what was read of it in one go, which is mostly too little after it was moved: it
-/// stays, too, when it would be another by a sixteenth.
+/// stays, too, when it would be another by a sixteenth. GStreamer denies that such a stream can be
+/// moved while it has not read a time where it was moved to: what could be moved stays movable.
 void steady(MediaFacts& facts, const MediaFacts& told, bool moved) {
     constexpr std::int64_t kSecondMs = 1000;
-    const bool wild = moved && facts.mimeType == kTransportStreamType &&
-                      std::abs(facts.durationMs - told.durationMs) > told.durationMs / 16;
+    const bool stream = facts.mimeType == kTransportStreamType;
+    if (stream && told.seekable && !facts.seekable) {
+        facts.seekable = true;
+        facts.speeds = told.speeds;
+    }
+    const bool wild =
+        moved && stream && std::abs(facts.durationMs - told.durationMs) > told.durationMs / 16;
     if (told.durationMs >= 0 && (facts.durationMs < 0 || wild)) {
         facts.durationMs = told.durationMs;
     }
