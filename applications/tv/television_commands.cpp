@@ -1,7 +1,12 @@
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <thread>
+#include <tuple>
+
+#include <sys/stat.h>
 
 #include "statebus/visible_text.h"
 #include "tv/television.h"
@@ -11,6 +16,20 @@ namespace tv {
 namespace {
 
 const char kNoPlayer[] = "the player is not there";
+
+// Many times what a picture of the largest screen takes to be written.
+constexpr std::chrono::seconds kPicturePatience{5};
+constexpr std::chrono::milliseconds kPicturePeriod{5};
+
+/// Another one for every file that takes the place of one, or that is written into; the same as
+/// long as there is none.
+using FileMark = std::tuple<ino_t, off_t, time_t, long>;
+FileMark markOf(const std::string& path) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0)
+        return {};
+    return {status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+}
 
 /// As the player sees it, which has the same environment.
 bool hasDisplay() {
@@ -219,8 +238,16 @@ Outcome Television::snapshot(const std::string& file) {
     if (!watch_->playerIsThere())
         return {false, kNoPlayer};
     const std::string path = (std::filesystem::path(pictureFolder_) / picture).string();
+    const FileMark before = markOf(path);
     if (!watch_->takePicture(path))
         return {false, "the player writes no picture to " + statebus::visibleText(path)};
+    // It is written a moment later; who switches the TV off before would lose it.
+    const auto deadline = std::chrono::steady_clock::now() + kPicturePatience;
+    while (markOf(path) == before) {
+        if (std::chrono::steady_clock::now() >= deadline)
+            return {false, "the player has written no picture to " + statebus::visibleText(path)};
+        std::this_thread::sleep_for(kPicturePeriod);
+    }
     return {true, statebus::visibleText(path)};
 }
 

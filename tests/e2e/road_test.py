@@ -143,6 +143,20 @@ class TheRoad(HouseTest):
         self.assertEqual(phone.ended(), 10, phone.tail())
         self.assert_quits(tv)
 
+    def test_a_picture_of_the_screen_is_there_when_the_television_says_so(self):
+        os.environ["KETRA_SNAPSHOT_DIR"] = self.folder
+        self.addCleanup(os.environ.pop, "KETRA_SNAPSHOT_DIR")
+        tv = self.television("--allow")
+        self.push(media("film.mp4"))
+        tv.event("MM_START_PLAY")
+        file = os.path.join(self.folder, "shot.png")
+        for _ in range(2):
+            tv.do("snapshot shot.png")
+            with open(file, "rb") as picture:
+                self.assertEqual(picture.read(4), b"\x89PNG")
+            os.truncate(file, 0)
+        self.assert_quits(tv)
+
     def test_a_television_that_gets_another_name_while_it_plays_keeps_its_phone(self):
         tv = self.television("--allow")
         phone = self.push(media("film.mp4"))
