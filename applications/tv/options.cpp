@@ -100,7 +100,8 @@ At a terminal these keys are the remote control:
 
 const char kCommandsHeading[] =
     "\nIn a script, or when standard input is not a terminal, these lines are. They are\n"
-    "carried out one after the other while the television is ready:\n\n";
+    "carried out one after the other while the television is ready. It goes on when they\n"
+    "are at their end, until \"quit\", Ctrl-C or a signal:\n\n";
 
 const char kEnding[] =
     R"(

@@ -91,6 +91,7 @@ private:
     Outcome answer(bool allow);
     Outcome rename(const std::string& name);
     Outcome ofThePlayer(const Command& command);
+    Outcome setVisible(bool visible);
     Outcome snapshot(const std::string& file);
 
     const Options options_;

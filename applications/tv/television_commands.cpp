@@ -21,6 +21,10 @@ const char kNoPlayer[] = "the player is not there";
 constexpr std::chrono::seconds kPicturePatience{5};
 constexpr std::chrono::milliseconds kPicturePeriod{5};
 
+// A daemon on a busy machine takes leave of the network within a fraction of that.
+constexpr std::chrono::seconds kVisiblePatience{1};
+constexpr std::chrono::milliseconds kVisiblePeriod{5};
+
 /// Another one for every file that takes the place of one, or that is written into; the same as
 /// long as there is none.
 using FileMark = std::tuple<ino_t, off_t, time_t, long>;
@@ -150,7 +154,7 @@ Outcome Television::perform(const Command& command) {
         wantVisible_ = command.verb == Verb::kShow;
         if (!wantVisible_ && screen_.onHidden())
             renderer_.leave();
-        return renderer_.setVisible(wantVisible_);
+        return setVisible(wantVisible_);
     case Verb::kRename:
         return rename(command.text);
     case Verb::kSnapshot:
@@ -228,6 +232,16 @@ Outcome Television::rename(const std::string& name) {
                           "it has stored"};
     if (interrupted)
         end(ExitCode::kOk);
+    return outcome;
+}
+
+/// Until the status says so, too; a daemon that does not do it is not waited for any longer.
+Outcome Television::setVisible(bool visible) {
+    const Outcome outcome = renderer_.setVisible(visible);
+    const auto deadline = std::chrono::steady_clock::now() + kVisiblePatience;
+    while (outcome.ok && renderer_.status().visible != visible &&
+           std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(kVisiblePeriod);
     return outcome;
 }
 

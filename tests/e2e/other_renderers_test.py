@@ -5,7 +5,7 @@ import unittest
 from house import HouseTest, media
 from scripted_renderer import ScriptedRenderer
 
-REFUSED = 8
+REFUSED, LOST = 8, 10
 OTHER = "http://192.0.2.1/other.mp4"
 
 
@@ -38,6 +38,28 @@ class OtherRenderers(HouseTest):
         phone = self.push(media("film.mp4"), "--to", "Scripted")
         self.assertEqual(phone.ended(), 0, phone.tail())
         self.assertEqual(phone.lines[-1], "Scripted plays something else now.")
+
+    def switched_off(self, position, politely):
+        """What the phone says last of a renderer that is switched off there, and its status."""
+        renderer = self.renderer(lambda _looks: (renderer.uri, "PLAYING"))
+        renderer.position = position
+        phone = self.push(media("film.mp4"), "--to", "Scripted")
+        phone.wait_line(lambda line: line.startswith("playing"), "playing")
+        if politely:
+            renderer.leave()
+            phone.wait_line(lambda line: "has left the network" in line, "the leave")
+        renderer.close()
+        return phone.ended(), phone.lines[-1]
+
+    def test_a_renderer_that_is_switched_off_at_the_end_of_the_file_has_played_it(self):
+        self.assertEqual(self.switched_off("0:09:59", True), (0, "Done."))
+
+    def test_a_renderer_that_is_gone_at_the_end_of_the_file_has_played_it(self):
+        self.assertEqual(self.switched_off("0:09:59", False), (0, "Done."))
+
+    def test_a_renderer_that_is_switched_off_before_is_lost(self):
+        self.assertEqual(self.switched_off("0:01:00", True),
+                         (LOST, "Scripted has not come back."))
 
 
 if __name__ == "__main__":

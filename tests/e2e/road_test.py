@@ -174,7 +174,7 @@ class TheRoad(HouseTest):
                         .endswith(".mp4"))
         phone.signal(signal.SIGINT)
         self.assertEqual(phone.ended(), INTERRUPTED, phone.tail())
-        self.assertIn("Interrupted; Attic did not stop: ", phone.lines[-1])
+        self.assertIn("Interrupted; Attic goes on: ", phone.lines[-1])
         self.assertEqual(tv.status()["state"], "playing", "a new name lets nobody in")
         self.assert_quits(tv)
 

@@ -33,12 +33,15 @@ _SERVICE = """<?xml version="1.0"?>
 
 class ScriptedRenderer:
     """`uri` is what it was given, `looks` how often its position was asked for. `told` is called with
-    `looks` and gives what the next look sees: (track's address, transport state)."""
+    `looks` and gives what the next look sees: (track's address, transport state). `position` is where
+    it says to be in its ten minutes."""
 
     def __init__(self, folder, told):
         self.uri = ""
         self.looks = 0
+        self.position = "0:00:01"
         self._told = told
+        self._device = None
         for name, text in (("device.xml", _DESCRIPTION), ("service.xml", _SERVICE)):
             with open(os.path.join(folder, name), "w", encoding="utf-8") as file:
                 file.write(text)
@@ -57,8 +60,8 @@ class ScriptedRenderer:
             service.connect("action-invoked::" + action, self._answer)
         device.set_available(True)
         GLib.idle_add(started.set)
+        self._device = device
         self._loop.run()
-        device.set_available(False)
 
     def _answer(self, _service, action):
         name = action.get_name()
@@ -70,12 +73,17 @@ class ScriptedRenderer:
                        "CurrentTransportStatus": "OK", "CurrentSpeed": "1"}
         elif name == "GetPositionInfo":
             answers = {"TrackURI": self._told(self.looks)[0], "TrackDuration": "0:10:00",
-                       "RelTime": "0:00:01"}
+                       "RelTime": self.position}
             self.looks += 1
         for argument, text in answers.items():
             action.set_value(argument, text)
         action.return_success()
 
+    def leave(self):
+        """Takes leave of the network, where its address goes on answering."""
+        GLib.idle_add(self._device.set_available, False)
+
     def close(self):
+        """Is gone without a word."""
         self._loop.quit()
         self._thread.join(10)

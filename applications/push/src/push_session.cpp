@@ -115,9 +115,20 @@ ExitCode PushSession::watch(bool keepPhoto) {
     }
 }
 
+bool PushSession::isAtEnd() const {
+    return wasPlaying_ && position_.isAtEnd(std::chrono::steady_clock::now()).value_or(false);
+}
+
+/// One that is switched off when the film is over has not been lost.
+ExitCode PushSession::lost(bool wasAtEnd, const std::string& how) {
+    progress_.say(wasAtEnd ? "Done." : how);
+    return wasAtEnd ? ExitCode::kDone : ExitCode::kRendererLost;
+}
+
 /// A television that is given another name leaves the network and comes back under it, what it
 /// plays goes on: it is known by its UDN. Its address may be another one.
 std::optional<ExitCode> PushSession::awaitReturn() {
+    const bool wasAtEnd = isAtEnd();
     progress_.say(name_ + " has left the network; it may come back.");
     const auto isBack = [this] {
         return search_.withUdn(found_->name.udn) != nullptr;
@@ -126,8 +137,7 @@ std::optional<ExitCode> PushSession::awaitReturn() {
     case Waiter::Result::kInterrupted:
         return interrupt();
     case Waiter::Result::kTimedOut:
-        progress_.say(name_ + " has not come back.");
-        return ExitCode::kRendererLost;
+        return lost(wasAtEnd, name_ + " has not come back.");
     case Waiter::Result::kDone:
         break;
     }
@@ -151,11 +161,12 @@ std::optional<ExitCode> PushSession::lookOnce(bool keepPhoto) {
         error = renderer_.readPosition(position);
     }
     if (error) {
+        wasAtEnd_ = silentLooks_ == 0 ? isAtEnd() : wasAtEnd_;
         if (++silentLooks_ < kSilentLooksUntilLost) {
             return std::nullopt;
         }
-        progress_.say(name_ + " does not answer any more (" + printable(error->text) + ").");
-        return ExitCode::kRendererLost;
+        return lost(wasAtEnd_,
+                    name_ + " does not answer any more (" + printable(error->text) + ").");
     }
     silentLooks_ = 0;
     const bool isOurs = position.trackUri.empty() || position.trackUri == server_.uri();
@@ -238,7 +249,8 @@ std::optional<ExitCode> PushSession::judgeStopped(const TransportInfo& transport
     const FileServer::Statistics& served = server_.statistics();
     if (transport.status == "ERROR_OCCURRED") {
         if (served.requests == 0 && !wasPlaying_) {
-            progress_.say(name_ + " did not take it: its viewer said no, or nobody answered.");
+            progress_.say(name_ + " did not take it: its viewer said no, nobody answered, or its "
+                                  "player is not there.");
             return ExitCode::kRefused;
         }
         progress_.say(wasPlaying_ ? "Playback failed on " + name_ + "."
@@ -266,7 +278,12 @@ std::optional<ExitCode> PushSession::judgeStopped(const TransportInfo& transport
 
 ExitCode PushSession::interrupt() {
     waiter_.acknowledgeInterrupt();
-    if (auto error = renderer_.stop(kStopLimit)) {
+    const auto error = renderer_.stop(kStopLimit);
+    if (error && error->code == kNotAuthorized) {
+        progress_.say("Interrupted; " + name_ +
+                      " goes on: it was hidden or given another name, or somebody else was let in. "
+                      "Its remote stops it.");
+    } else if (error) {
         progress_.say("Interrupted; " + name_ + " did not stop: " + printable(error->text) + ".");
     } else {
         progress_.say("Interrupted; stopped on " + name_ + ".");

@@ -38,6 +38,8 @@ private:
     std::optional<ExitCode> lookOnce(bool keepPhoto);
     std::optional<ExitCode> awaitReturn();
     std::optional<ExitCode> judgeForgotten();
+    bool isAtEnd() const;
+    ExitCode lost(bool wasAtEnd, const std::string& how);
     ExitCode interrupt();
     ExitCode sayFailure(const std::string& what, const ActionError& error);
 
@@ -56,6 +58,7 @@ private:
     bool isBack_ = false;      ///< it left and came back
     gint64 lastServedAt_ = 0;  ///< since then: when it was last seen fetching, like below
     unsigned silentLooks_ = 0; ///< polls in a row that nobody answered
+    bool wasAtEnd_ = false;    ///< of the file, when the first of them was not answered
     gint64 handedOverAt_ = 0;  ///< monotonic, microseconds
 };
 

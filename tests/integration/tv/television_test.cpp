@@ -432,6 +432,25 @@ TEST_F(TheTelevision, LeavesNobodyBehindWhenItIsKilled) {
     EXPECT_TRUE(companionsEnd());
 }
 
+TEST_F(TheTelevision, IsHiddenOrSeenWhenItSaysSo) {
+    start();
+    for (int times = 0; times < 20; ++times) {
+        for (const bool visible : {false, true}) {
+            const std::string word = visible ? "show" : "hide";
+            ASSERT_EQ(reply(word)["ok"], true) << said();
+            tv_->say("status");
+            json told;
+            tv_->waitForLine([&](const std::string& text) {
+                told = json::parse(text, nullptr, false);
+                return told.is_object() && textAt(told, "line") == "status";
+            });
+            ASSERT_EQ(told["visible"], visible) << word << " no. " << times;
+        }
+    }
+    tv_->say("quit");
+    EXPECT_EQ(tv_->waitForExit(), 0) << said();
+}
+
 TEST_F(TheTelevision, ComesBackUnderItsNewName) {
     start();
     tv_->say("rename Bed room");
