@@ -64,6 +64,7 @@ struct Format {
 class GaplessPlayer : public testing::Test {
 protected:
     GaplessPlayer() { test::forgetRecord(); }
+    ~GaplessPlayer() override { test::letRecorderGo(); }
 
     player::Settings settings() const {
         player::Settings settings = test::RecordedPlayer::plainSettings(folder_.path());
@@ -121,6 +122,12 @@ protected:
         ASSERT_TRUE(player_->play(Speed()));
         ASSERT_TRUE(player_->setNext(request(next)));
         ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying)) << player_.log();
+    }
+
+    /// However long the machine stands still, the song does not get any further.
+    bool playUpTo(std::size_t sample) {
+        test::stopRecorderAt(sample);
+        return player_.waitUntil([sample] { return test::recordedCount() >= sample; });
     }
 
     /// Until nothing plays and nothing follows any more.
@@ -335,17 +342,23 @@ TEST_F(GaplessPlayer, IsToldTooLateAndEndsLikeAnyOther) {
     makeBoth();
     ASSERT_TRUE(player_.setMedia(server_.address("/good/one.wav")));
     ASSERT_TRUE(player_->play(Speed()));
-    ASSERT_TRUE(player_.waitUntil([] { return test::recordedCount() > kFirst - kRate / 2; }));
+    ASSERT_TRUE(playUpTo(kFirst - kRate / 2));
     ASSERT_TRUE(player_->setNext(request(server_.address("/good/two.wav"))));
+    player_.screen(); // the media thread has heard of it by then
+    test::letRecorderGo();
     ASSERT_TRUE(waitForTheEnd()) << player_.log();
     EXPECT_EQ(difference(test::recorded(), signal(0, kFirst)), "");
 }
 
 TEST_F(GaplessPlayer, CanBeMovedBackWhenTheNextSongIsReadyAlready) {
     makeBoth();
+    const std::string song = server_.address("/good/one.wav");
+    test::countOpenings();
     play("/good/one.wav", server_.address("/good/two.wav"));
-    ASSERT_TRUE(player_.waitUntil([] { return test::recordedCount() > kFirst - kRate / 2; }));
+    ASSERT_TRUE(playUpTo(kFirst - kRate / 2));
     ASSERT_TRUE(player_->seek(1000));
+    ASSERT_TRUE(player_.waitUntil([&] { return test::openingsOf(song) == 2; }));
+    test::letRecorderGo();
     ASSERT_TRUE(waitForTheEnd()) << player_.log();
     const Samples found = test::recorded();
     const Samples expected = signal(kRate, kFirst + kSecond);
@@ -358,9 +371,13 @@ TEST_F(GaplessPlayer, CanBeMovedBackWhenTheNextSongIsReadyAlready) {
 }
 
 TEST_F(GaplessPlayer, CanBeMovedBackInASongThatHasFollowedAnother) {
+    const std::string song = server_.address("/good/two.wav");
+    test::countOpenings();
     ASSERT_NO_FATAL_FAILURE(playSecondOfThree());
-    ASSERT_TRUE(player_.waitUntil([] { return test::recordedCount() > kThird - kRate / 2; }));
+    ASSERT_TRUE(playUpTo(kThird - kRate / 2));
     ASSERT_TRUE(player_->seek(4000));
+    ASSERT_TRUE(player_.waitUntil([&] { return test::openingsOf(song) == 2; }));
+    test::letRecorderGo();
     ASSERT_TRUE(waitForTheEnd()) << player_.log();
     const Samples found = test::recorded();
     const Samples expected = signal(kFirst + 4 * kRate, kThird + kRate);
@@ -398,11 +415,12 @@ TEST_F(GaplessPlayer, AsksTheServerForAPartOfTheSongThatHasFollowed) {
 TEST_F(GaplessPlayer, CanBeMovedAndPausedAtOnceWhenTheNextSongIsReadyAlready) {
     makeBoth();
     play("/good/one.wav", server_.address("/good/two.wav"));
-    ASSERT_TRUE(player_.waitUntil([] { return test::recordedCount() > kFirst - kRate / 2; }));
+    ASSERT_TRUE(playUpTo(kFirst - kRate / 2));
     ASSERT_TRUE(player_->seek(1000));
     ASSERT_TRUE(player_->pause());
     ASSERT_TRUE(player_.waitForState(PlayerState::kPaused)) << player_.log();
     ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 1; }));
+    test::letRecorderGo();
     ASSERT_TRUE(player_->play(Speed()));
     ASSERT_TRUE(waitForTheEnd()) << player_.log();
     EXPECT_EQ(player_.last().track.uri, server_.address("/good/two.wav"));
@@ -414,12 +432,13 @@ TEST_F(GaplessPlayer, CanBePausedAgainWhileItIsMoved) {
     const std::string song = server_.address("/good/one.wav");
     test::countOpenings();
     play("/good/one.wav", server_.address("/good/two.wav"));
-    ASSERT_TRUE(player_.waitUntil([] { return test::recordedCount() > kFirst - kRate / 2; }));
+    ASSERT_TRUE(playUpTo(kFirst - kRate / 2));
     ASSERT_TRUE(player_->seek(1000));
     ASSERT_TRUE(player_.waitUntil([&] { return test::openingsOf(song) == 2; }));
     ASSERT_TRUE(player_->pause());
     ASSERT_TRUE(player_.waitForState(PlayerState::kPaused)) << player_.states();
     ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec == 1; }));
+    test::letRecorderGo();
     ASSERT_TRUE(player_->play(Speed()));
     ASSERT_TRUE(waitForTheEnd()) << player_.log();
     EXPECT_EQ(player_.last().track.uri, server_.address("/good/two.wav"));

@@ -1,5 +1,7 @@
 #include "support/recorder.h"
 
+#include <condition_variable>
+#include <limits>
 #include <mutex>
 #include <thread>
 
@@ -8,7 +10,12 @@
 namespace test {
 namespace {
 
+constexpr std::size_t kNowhere = std::numeric_limits<std::size_t>::max();
+
 std::mutex gMutex;
+std::condition_variable gChanged;
+std::size_t gStopsAt = kNowhere;                  // guarded by gMutex
+bool gUnlocked = false;                           // guarded by gMutex: nothing shall wait
 Samples gSamples;                                 // guarded by gMutex
 std::chrono::steady_clock::time_point gHeldUntil; // guarded by gMutex
 std::chrono::milliseconds gAnswerTime;            // guarded by gMutex
@@ -20,6 +27,10 @@ std::chrono::steady_clock::time_point heldUntil() {
 
 GstFlowReturn render(GstBaseSink*, GstBuffer* buffer) {
     std::this_thread::sleep_until(heldUntil());
+    {
+        std::unique_lock<std::mutex> lock(gMutex);
+        gChanged.wait(lock, [] { return gSamples.size() < gStopsAt || gUnlocked; });
+    }
     GstMapInfo map;
     if (!gst_buffer_map(buffer, &map, GST_MAP_READ)) {
         return GST_FLOW_ERROR;
@@ -33,6 +44,21 @@ GstFlowReturn render(GstBaseSink*, GstBuffer* buffer) {
     return GST_FLOW_OK;
 }
 
+gboolean setUnlocked(bool on) {
+    const std::lock_guard<std::mutex> lock(gMutex);
+    gUnlocked = on;
+    gChanged.notify_all();
+    return TRUE;
+}
+
+gboolean unlock(GstBaseSink*) {
+    return setUnlocked(true);
+}
+
+gboolean unlockStop(GstBaseSink*) {
+    return setUnlocked(false);
+}
+
 std::chrono::milliseconds answerTime() {
     const std::lock_guard<std::mutex> lock(gMutex);
     return gAnswerTime;
@@ -44,9 +70,15 @@ void ask(GstQuery* query) {
     }
 }
 
-constexpr TestSink kRecorder{
-    "ketrarecorder", "Sink/Audio", "audio/x-raw,format=S16LE,layout=interleaved", render, nullptr,
-    nullptr,         ask};
+constexpr TestSink kRecorder{"ketrarecorder",
+                             "Sink/Audio",
+                             "audio/x-raw,format=S16LE,layout=interleaved",
+                             render,
+                             nullptr,
+                             nullptr,
+                             ask,
+                             unlock,
+                             unlockStop};
 
 } // namespace
 
@@ -68,6 +100,19 @@ void forgetRecord() {
     const std::lock_guard<std::mutex> lock(gMutex);
     gSamples.clear();
     gAnswerTime = {};
+    gStopsAt = kNowhere;
+    gChanged.notify_all();
+}
+
+void stopRecorderAt(std::size_t count) {
+    const std::lock_guard<std::mutex> lock(gMutex);
+    gStopsAt = count;
+}
+
+void letRecorderGo() {
+    const std::lock_guard<std::mutex> lock(gMutex);
+    gStopsAt = kNowhere;
+    gChanged.notify_all();
 }
 
 void holdRecorder(std::chrono::milliseconds time) {

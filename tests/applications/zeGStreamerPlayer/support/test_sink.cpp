@@ -37,6 +37,10 @@ void initClass(gpointer type, gpointer data) {
     if (kind.preroll != nullptr) {
         GST_BASE_SINK_CLASS(type)->preroll = kind.preroll;
     }
+    if (kind.unlock != nullptr) {
+        GST_BASE_SINK_CLASS(type)->unlock = kind.unlock;
+        GST_BASE_SINK_CLASS(type)->unlock_stop = kind.unlockStop;
+    }
     if (kind.ask != nullptr) {
         element->query = query;
     }

@@ -11,6 +11,7 @@ namespace test {
 struct TestSink {
     using Take = GstFlowReturn (*)(GstBaseSink*, GstBuffer*);
     using Ask = void (*)(GstQuery*);
+    using Unlock = gboolean (*)(GstBaseSink*);
 
     const char* name;
     const char* classes; ///< "Sink/Audio" or "Sink/Video"
@@ -19,6 +20,8 @@ struct TestSink {
     Take preroll = nullptr;
     std::atomic<int>* count = nullptr; ///< of the sinks of this kind that there are
     Ask ask = nullptr;                 ///< hears of a query before it is answered
+    Unlock unlock = nullptr;           ///< ends what render waits for: the sink is wanted elsewhere
+    Unlock unlockStop = nullptr;       ///< and there no longer
 };
 
 /// Initialises GStreamer and makes a kind of sink known to it, once; its name, for the sinks of
