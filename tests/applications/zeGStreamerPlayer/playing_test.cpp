@@ -210,7 +210,9 @@ TEST_F(APlayer, SeeksExactlyWhilePausedAndWhilePlaying) {
     EXPECT_TRUE(isBlue(player_.screen().middle()));
     ASSERT_TRUE(player_->play(Speed()));
     ASSERT_TRUE(player_.waitForState(PlayerState::kPlaying));
-    seekTo(16000);
+    ASSERT_TRUE(player_->seek(16000));
+    // A machine that stands still leaves out a second, but hardly all of the white part.
+    ASSERT_TRUE(player_.waitUntil([this] { return positionSec() >= 16; }));
     EXPECT_TRUE(isWhite(player_.screen().middle()));
     EXPECT_EQ(player_.last().state, PlayerState::kPlaying);
     EXPECT_FALSE(player_->seek(21000));
@@ -221,10 +223,15 @@ class ASong : public APlayer, public testing::WithParamInterface<const char*> {}
 
 TEST_P(ASong, IsSoughtForwardAndBack) {
     playUntilPlaying(GetParam());
-    for (const std::int64_t second : {4, 1}) {
+    for (const std::int64_t second : {3, 1}) {
         const std::size_t before = player_.announced().size();
         ASSERT_TRUE(player_->seek(second * 1000));
-        ASSERT_TRUE(player_.waitUntil([this, second] { return positionSec() == second; }));
+        // Where it leads is announced, however late anybody looks.
+        ASSERT_TRUE(player_.waitUntil([this, before, second] {
+            const auto& said = player_.announced();
+            return std::any_of(said.begin() + static_cast<std::ptrdiff_t>(before), said.end(),
+                               [second](const auto& one) { return one.positionSec == second; });
+        }));
         // It went there at once, and did not come there by playing.
         for (std::size_t index = before; index < player_.announced().size(); ++index) {
             EXPECT_NE(player_.announced()[index].positionSec, 2u);
@@ -249,7 +256,7 @@ TEST_F(APlayer, RefusesASeekThatTheServerCannotServe) {
     EXPECT_EQ(player_.last().supportedSpeeds, "1");
     EXPECT_FALSE(player_->seek(10000));
     EXPECT_FALSE(player_->play(*Speed::fromText("2")));
-    ASSERT_TRUE(player_.waitUntil([this] { return positionSec() == 1; }));
+    ASSERT_TRUE(player_.waitUntil([this] { return positionSec() >= 1; }));
     EXPECT_EQ(player_.last().speed, Speed());
 }
 
