@@ -208,6 +208,21 @@ TEST_F(WhatIsTold, ReckonsTheLengthOfBareSamplesFromTheirSize) {
     EXPECT_EQ(player_.last().track.durationSec, 0u);
 }
 
+/// As many as would be heard for millions of years.
+TEST_F(WhatIsTold, IsNoLengthThatBareSamplesCannotHave) {
+    const test::MediaServer server(KETRA_TEST_MEDIA);
+    open(server.address("/boasting/song.L16"));
+    EXPECT_EQ(player_.last().state, PlayerState::kPlaying) << player_.log();
+    ASSERT_TRUE(player_.waitUntil([this] { return player_.last().positionSec >= 1; }))
+        << player_.states() << player_.log();
+    for (const player::PlayerStatus& status : player_.announced()) {
+        EXPECT_EQ(status.track.durationSec, 0u);
+        EXPECT_EQ(status.positionPercent, 0u);
+    }
+    EXPECT_EQ(player_.last().supportedSeekModes, "");
+    EXPECT_FALSE(player_->seek(1000));
+}
+
 /// A film is not called what one of its sound tracks is.
 TEST_F(WhatIsTold, CallsAFilmWhatItsFileCallsIt) {
     ASSERT_TRUE(test::runPipeline(

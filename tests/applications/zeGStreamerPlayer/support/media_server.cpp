@@ -1,8 +1,10 @@
 #include "support/media_server.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <fstream>
 #include <future>
+#include <limits>
 #include <sstream>
 #include <stdexcept>
 
@@ -179,7 +181,7 @@ void MediaServer::answer(SoupServerMessage* message, const std::string& path) {
     if (content.empty()) {
         soup_server_message_set_status(message, SOUP_STATUS_NOT_FOUND, nullptr);
     } else if (manner == "stream" || manner == "whole" || manner == "chunked" || manner == "more" ||
-               manner == "less") {
+               manner == "less" || manner == "boasting") {
         answerWithoutRange(message, manner, content, typeOf(rest));
     } else if (manner == "radio") {
         send(message, radioBroadcast(content, typeOf(rest)), true);
@@ -232,6 +234,9 @@ void MediaServer::answerWithoutRange(SoupServerMessage* message, const std::stri
                                      const std::string& content, const std::string& type) {
     std::string head = "HTTP/1.1 200 OK\r\nContent-Type: " + type + "\r\nConnection: close\r\n";
     std::string body = content;
+    if (manner == "boasting") {
+        body += content + content + content; // more than the player waits for before it begins
+    }
     if (manner == "chunked") {
         head += "Transfer-Encoding: chunked\r\n";
         constexpr std::size_t kChunk = 10000;
@@ -246,10 +251,12 @@ void MediaServer::answerWithoutRange(SoupServerMessage* message, const std::stri
     } else if (manner != "stream") {
         const std::size_t promised = manner == "more"   ? content.size() * 11 / 10
                                      : manner == "less" ? content.size() / 8
-                                                        : content.size();
+                                     : manner == "boasting"
+                                         ? std::size_t{std::numeric_limits<std::int64_t>::max()} - 7
+                                         : content.size();
         head += "Content-Length: " + std::to_string(promised) + "\r\n";
     }
-    send(message, head + "\r\n" + body, true);
+    send(message, head + "\r\n" + body, manner != "boasting");
 }
 
 /// Offers the speeds 8, -4 and 2, yet serves only the first two, and from 20 seconds on.

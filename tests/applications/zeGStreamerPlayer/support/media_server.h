@@ -1,16 +1,17 @@
 // A small HTTP server on loopback that serves the test media well, or badly on purpose.
 //
 // What comes first in the path says how: /good/FILE, /plain/FILE (a type that says nothing),
-// /mistaken/FILE (a wrong type), /dlna/FILE (with contentFeatures), /packed/FILE (says
-// that gzip unpacks it), /captioned/FILE (names /good/film.srt to who asks for subtitles),
-// /whole/FILE (with its length, but no Range), /chunked/FILE, /stream/FILE (no length, no Range),
-// /radio/FILE (a station: titles between the sound), /more/FILE (promises more than there is),
-// /less/FILE (promises a part of it), /cut/FILE (hangs up in the middle), /interrupted/FILE (does
-// so the first time), /slow/FILE (takes three seconds), /refusing/FILE (does so, too, and has an
-// error for every Range), /short/FILE (a file that was cut off), /stall/FILE (falls silent in the
-// middle), /silent (never answers), /status/NNN (an error), /text/FILE (a text that claims to be
-// the file), /to?ADDRESS (a redirect there), /round (a redirect to itself), /timed/FILE (no Range;
-// the server finds times and scales itself), /shrinking/FILE (as well as any, until it shrinks).
+// /mistaken/FILE (a wrong type), /dlna/FILE (with contentFeatures), /packed/FILE (says that gzip
+// unpacks it), /captioned/FILE (names /good/film.srt to who asks for subtitles), /whole/FILE (with
+// its length, but no Range), /chunked/FILE, /stream/FILE (no length, no Range), /radio/FILE (a
+// station: titles between the sound), /more/FILE (promises more than there is), /less/FILE
+// (promises a part of it), /boasting/FILE (promises as much as a number holds, and falls silent),
+// /cut/FILE (hangs up in the middle), /interrupted/FILE (does so the first time), /slow/FILE (takes
+// three seconds), /refusing/FILE (does so, too, and has an error for every Range), /short/FILE (a
+// file that was cut off), /stall/FILE (falls silent in the middle), /silent (never answers),
+// /status/NNN (an error), /text/FILE (a text that claims to be the file), /to?ADDRESS (a redirect
+// there), /round (a redirect to itself), /timed/FILE (no Range; the server finds times and scales
+// itself), /shrinking/FILE (as well as any, until it shrinks).
 #pragma once
 
 #include <atomic>
