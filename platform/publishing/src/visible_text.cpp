@@ -15,7 +15,8 @@ struct Range {
 constexpr Range kInvisible[] = {
     {0x7f, 0x9f},        // delete and the C1 controls
     {0xad, 0xad},        // soft hyphen
-    {0x200b, 0x200f},    // zero width and direction marks
+    {0x200b, 0x200b},    // a space without width; the joiners behind it make words what they are
+    {0x200e, 0x200f},    // direction marks
     {0x2028, 0x202e},    // line and paragraph separators, direction overrides
     {0x2060, 0x206f},    // invisible operators, direction isolates
     {0xe000, 0xf8ff},    // private use: fonts show nothing or anything

@@ -22,6 +22,10 @@ TEST(VisibleText, ShowsWhatCannotBeSeen) {
     EXPECT_EQ(visibleText("a\xee\x82\x8a"), "a\\ue08a");
     EXPECT_EQ(visibleText("\xe2\x80\xae"), "\\u202e") << "turns the writing direction";
     EXPECT_EQ(visibleText("\xef\xbb\xbf"), "\\ufeff");
+    EXPECT_EQ(visibleText("a\u200Bb\u200E"), "a\\u200bb\\u200e");
+    for (const char* joined : {"\u0645\u06CC\u200C\u062E", "\U0001F468\u200D\U0001F469"}) {
+        EXPECT_EQ(visibleText(joined), joined) << "joiners make it what it is";
+    }
     EXPECT_EQ(visibleText("\xf4\x8f\xbf\xbf"), "\\U0010ffff");
 }
 
