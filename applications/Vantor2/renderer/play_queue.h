@@ -24,6 +24,9 @@ public:
     /// What follows the media; nothing: the media is the last.
     void setNext(std::optional<Media> next) { next_ = std::move(next); }
 
+    /// Of the media.
+    void setOwner(const Controller& owner) { media_->owner = owner; }
+
     bool empty() const { return !media_; }
     const Media& media() const { return *media_; }
     const Track& track() const { return media_->tracks[index_]; }

@@ -152,6 +152,10 @@ int Transport::setNextUri(const Controller& controller, const std::string& uri,
     if (request != nullptr) {
         waiting_[request->id].next = std::move(next);
     } else {
+        if (isFound() && !next) {
+            player_.announceNext(MediaOrder(),
+                                 [](bool) {}); // it may know one that nobody here does
+        }
         queue_.setNext(std::move(next));
     }
     changed_();
@@ -264,7 +268,8 @@ int Transport::stop(const Controller& controller) {
         return 0;
     }
     const TransportState state = mediaState();
-    const bool resting = state == TransportState::noMedia || state == TransportState::stopped;
+    const bool resting =
+        (state == TransportState::noMedia || state == TransportState::stopped) && !mayBegin();
     // A player that was given up may have come to life since.
     const bool astray = gaveUp_ && expecting_ != Expecting::stop && isActive(playerState_);
     const int error = mayControl(controller);
@@ -369,7 +374,10 @@ int Transport::skip(const Controller& controller, bool (PlayQueue::*move)()) {
     if (!(queue_.*move)()) {
         return kIllegalSeekTarget;
     }
-    failed_ = failed_ && queue_.media().uri == before;
+    if (queue_.media().uri != before) {
+        failed_ = false;
+        queue_.setOwner(controller); // who brought it may be let in no longer
+    }
     changeTrack();
     return 0;
 }

@@ -173,6 +173,7 @@ private:
     void findPlaying(const PlayerReport& report);
     void loadFound(const PlayerReport& report);
     bool isFound() const;
+    bool mayBegin() const;
     bool followPlayer(const PlayerReport& report);
     bool takeOver(const PlayerReport& report);
     void start(const std::string& speed);

@@ -71,7 +71,8 @@ bool Transport::takeOver(const PlayerReport& report) {
     const auto next = following();
     const bool isNext = playWanted_ && next && next->media->tracks[next->index].uri == report.uri;
     // What follows a media that was found, the player was told by who brought that.
-    const bool isFoundNext = isFound() && !queue_.following() && !report.uri.empty();
+    const bool isFoundNext =
+        isFound() && ownerIsAdmitted() && !queue_.following() && !report.uri.empty();
     if (isNext || isFoundNext) {
         if (isNext) {
             queue_.toFollowing();

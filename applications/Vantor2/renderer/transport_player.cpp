@@ -237,6 +237,11 @@ bool Transport::isFound() const {
     return !queue_.empty() && queue_.media().owner == Controller();
 }
 
+// It is being opened, and nobody here knows whether it was told to play.
+bool Transport::mayBegin() const {
+    return isFound() && report_.state == kOpening && expecting_ == Expecting::nothing;
+}
+
 void Transport::playerChanged(const PlayerReport& report) {
     playerState_ = report.state;
     if (!report.knownSpeeds.empty()) {

@@ -166,7 +166,7 @@ TransportView Transport::seenBy(const Controller& controller, bool isLetIn) cons
     view.state = mediaState();
     view.failed = failed_;
     view.mayControl = isLetIn;
-    view.mayStop = view.mayControl || view.state == TransportState::stopped;
+    view.mayStop = view.mayControl || (view.state == TransportState::stopped && !mayBegin());
     showMedia(view, queue_.media(), queue_.trackNumber() - 1);
     if (queue_.next()) {
         view.nextUri = queue_.next()->uri;

@@ -12,6 +12,14 @@ protected:
         report.protocolInfo = protocolInfo;
         transport.playerChanged(report);
     }
+    /// The player begins by itself what follows.
+    void goOn() {
+        PlayerReport ended = found(kEnded);
+        ended.goesOn = true;
+        transport.playerChanged(ended);
+        transport.playerChanged(found(kOpening, kSong));
+        transport.playerChanged(found(kPlaying, kSong));
+    }
     static PlayerReport found(int state, const char* uri = kFilm) {
         PlayerReport report = reported(state);
         report.uri = uri;
@@ -51,6 +59,17 @@ TEST_F(AFoundMedia, MayBeOneThatIsBeingOpened) {
     EXPECT_EQ(transport.view(phone).uri, kFilm);
     transport.playerChanged(found(kPlaying));
     EXPECT_EQ(state(phone), TransportState::playing);
+}
+
+TEST_F(AFoundMedia, IsStoppedBeforeItBegins) {
+    find(kOpening);
+    EXPECT_EQ(transport.stop(phone), kTransportNotAuthorized) << "it would play all the same";
+    EXPECT_EQ(transport.view(phone).possibleActions(), "");
+    permission.setPolicy(ControlKind::player, 0);
+    EXPECT_EQ(transport.stop(phone), 0);
+    EXPECT_EQ(player.taken(), Commands{"stop"});
+    EXPECT_EQ(transport.stop(phone), 0);
+    EXPECT_EQ(player.taken(), Commands{}) << "it is on its way";
 }
 
 TEST_F(AFoundMedia, MayBeAPhotoThatIsShown) {
@@ -102,17 +121,33 @@ TEST_F(AFoundMedia, IsEverybodysWhereEverybodyMayPlay) {
     EXPECT_EQ(player.taken(), (Commands{std::string("open ") + kFilm, "play 1"}));
 }
 
-TEST_F(AFoundMedia, IsFollowedByWhatThePlayerWasToldBefore) {
+TEST_F(AFoundMedia, IsFollowedByWhatThePlayerWasToldBeforeWhereEverybodyMayPlay) {
+    permission.setPolicy(ControlKind::player, 0);
     find(kPlaying);
-    PlayerReport ended = found(kEnded);
-    ended.goesOn = true;
-    transport.playerChanged(ended);
-    EXPECT_EQ(state(phone), TransportState::playing);
-    transport.playerChanged(found(kOpening, kSong));
-    transport.playerChanged(found(kPlaying, kSong));
+    goOn();
     EXPECT_EQ(state(phone), TransportState::playing);
     EXPECT_EQ(transport.view(phone).uri, kSong);
     EXPECT_EQ(player.taken(), Commands{}) << "it goes on undisturbed";
+}
+
+class AFoundMediaOfNobodyAnyMore : public AFoundMedia, public testing::WithParamInterface<int> {};
+
+TEST_P(AFoundMediaOfNobodyAnyMore, IsFollowedByNothing) {
+    permission.setPolicy(ControlKind::player, 0);
+    find(kPlaying);
+    permission.setPolicy(ControlKind::player, GetParam());
+    goOn();
+    EXPECT_EQ(player.taken(), Commands{"stop"});
+    EXPECT_EQ(state(phone), TransportState::stopped);
+}
+
+INSTANTIATE_TEST_SUITE_P(UnderPolicy, AFoundMediaOfNobodyAnyMore, testing::Values(1, 3));
+
+TEST_F(AFoundMedia, IsFollowedByNothingWhenThatIsTakenBack) {
+    permission.setPolicy(ControlKind::player, 0);
+    find(kPlaying);
+    EXPECT_EQ(transport.setNextUri(phone, "", ""), 0);
+    EXPECT_EQ(player.taken(), Commands{"next none"});
 }
 
 } // namespace

@@ -340,6 +340,22 @@ TEST_F(ATransport, TellsAnotherProgramOfItsPhoneWhatThatOneMayDo) {
     EXPECT_EQ(transport.view(program).possibleActions(), "Stop");
 }
 
+TEST_F(ATransport, PlaysTheNextMediaOfWhoIsNotLetInAnyMoreForWhoGoesToIt) {
+    permission.setPolicy(ControlKind::player, 0);
+    transport.setUri(phone, kFilm, "");
+    transport.play(phone, "1");
+    beginsToPlay();
+    ASSERT_EQ(transport.setNextUri(tablet, "http://192.0.2.1/list.m3u", ""), 0);
+    permission.setPolicy(ControlKind::player, 3);
+    player.taken();
+    EXPECT_EQ(transport.next(phone), 0);
+    playlists.arrives("#EXTM3U\nhttp://192.0.2.1/1.mp3\nhttp://192.0.2.1/2.mp3\n");
+    const Commands commands = player.taken();
+    EXPECT_NE(std::find(commands.begin(), commands.end(), "open http://192.0.2.1/1.mp3"),
+              commands.end());
+    EXPECT_EQ(state(phone), TransportState::transitioning);
+}
+
 TEST_F(ATransport, GivesTheAdmittedControllerTheSoundOnlyUntilNobodyHasIt) {
     playFilm();
     permission.setPolicy(ControlKind::sound, 3);
