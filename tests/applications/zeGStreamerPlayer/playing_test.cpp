@@ -223,15 +223,10 @@ class ASong : public APlayer, public testing::WithParamInterface<const char*> {}
 
 TEST_P(ASong, IsSoughtForwardAndBack) {
     playUntilPlaying(GetParam());
-    for (const std::int64_t second : {3, 1}) {
+    for (const unsigned second : {3U, 1U}) {
         const std::size_t before = player_.announced().size();
-        ASSERT_TRUE(player_->seek(second * 1000));
-        // Where it leads is announced, however late anybody looks.
-        ASSERT_TRUE(player_.waitUntil([this, before, second] {
-            const auto& said = player_.announced();
-            return std::any_of(said.begin() + static_cast<std::ptrdiff_t>(before), said.end(),
-                               [second](const auto& one) { return one.positionSec == second; });
-        }));
+        ASSERT_TRUE(player_->seek(std::int64_t{second} * 1000));
+        ASSERT_TRUE(player_.waitUntilTold(second, before));
         // It went there at once, and did not come there by playing.
         for (std::size_t index = before; index < player_.announced().size(); ++index) {
             EXPECT_NE(player_.announced()[index].positionSec, 2u);

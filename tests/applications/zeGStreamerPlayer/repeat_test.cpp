@@ -110,8 +110,9 @@ TEST_P(ARepeatedPart, GoesOnHoweverShortItIs) {
 TEST_P(ARepeatedPart, IsLeftByASeek) {
     play();
     ASSERT_NO_FATAL_FAILURE(repeatPart());
+    const std::size_t before = player_.announced().size();
     ASSERT_TRUE(player_->seek(1000));
-    ASSERT_TRUE(waitForPosition(1));
+    ASSERT_TRUE(player_.waitUntilTold(1, before));
     ASSERT_TRUE(waitUntilFrom(6)) << player_.last().positionSec;
 }
 

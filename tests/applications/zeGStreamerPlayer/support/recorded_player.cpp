@@ -1,5 +1,6 @@
 #include "support/recorded_player.h"
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -117,6 +118,14 @@ bool RecordedPlayer::waitUntil(const std::function<bool()>& holds, milliseconds 
 
 bool RecordedPlayer::waitForState(player::PlayerState state, milliseconds limit) {
     return waitUntil([this, state] { return !announced_.empty() && last().state == state; }, limit);
+}
+
+bool RecordedPlayer::waitUntilTold(unsigned second, std::size_t since) {
+    return waitUntil([this, second, since] {
+        return std::any_of(announced_.begin() + static_cast<std::ptrdiff_t>(since),
+                           announced_.end(),
+                           [second](const auto& one) { return one.positionSec == second; });
+    });
 }
 
 void RecordedPlayer::measure(const std::function<void()>& watch) {

@@ -65,6 +65,9 @@ public:
     /// Runs the main loop until something holds; false when it does not within the limit.
     bool waitUntil(const std::function<bool()>& holds, milliseconds limit = seconds(60));
     bool waitForState(player::PlayerState state, milliseconds limit = seconds(60));
+    /// Until a second is among what is announced, leaving out the first `since` records: where a
+    /// seek leads is announced even when a standstill lets a later second follow at once.
+    bool waitUntilTold(unsigned second, std::size_t since);
     /// Watches how fast something goes; again when this process stood still meanwhile, as on a busy
     /// machine: what was seen then says nothing.
     void measure(const std::function<void()>& watch);
