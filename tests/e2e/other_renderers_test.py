@@ -57,6 +57,10 @@ class OtherRenderers(HouseTest):
     def test_a_renderer_that_is_gone_at_the_end_of_the_file_has_played_it(self):
         self.assertEqual(self.switched_off("0:09:59", False), (0, "Done."))
 
+    def test_a_renderer_that_is_gone_seconds_before_the_end_is_lost(self):
+        status, said = self.switched_off("0:09:54", False)
+        self.assertEqual(status, LOST, said)
+
     def test_a_renderer_that_is_switched_off_before_is_lost(self):
         self.assertEqual(self.switched_off("0:01:00", True),
                          (LOST, "Scripted has not come back."))

@@ -49,7 +49,8 @@ class ScriptedRenderer:
         self._loop = GLib.MainLoop()
         self._thread = threading.Thread(target=self._run, args=(folder, started), daemon=True)
         self._thread.start()
-        started.wait(10)
+        if not started.wait(10):
+            raise AssertionError("the scripted renderer does not start")
 
     def _run(self, folder, started):
         address = Gio.InetAddress.new_from_string(os.environ["KETRA_PHONE_ADDRESS"])

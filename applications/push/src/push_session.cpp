@@ -156,12 +156,13 @@ std::optional<ExitCode> PushSession::awaitReturn() {
 std::optional<ExitCode> PushSession::lookOnce(bool keepPhoto) {
     TransportInfo transport;
     PositionInfo position;
+    // Before it is asked: an answer that never comes takes seconds.
+    wasAtEnd_ = silentLooks_ == 0 ? isAtEnd() : wasAtEnd_;
     std::optional<ActionError> error = renderer_.readTransport(transport);
     if (!error) {
         error = renderer_.readPosition(position);
     }
     if (error) {
-        wasAtEnd_ = silentLooks_ == 0 ? isAtEnd() : wasAtEnd_;
         if (++silentLooks_ < kSilentLooksUntilLost) {
             return std::nullopt;
         }
@@ -170,6 +171,9 @@ std::optional<ExitCode> PushSession::lookOnce(bool keepPhoto) {
     }
     silentLooks_ = 0;
     const bool isOurs = position.trackUri.empty() || position.trackUri == server_.uri();
+    if (!isOurs && !wasActive_ && transport.status == "ERROR_OCCURRED") {
+        return judge(transport, keepPhoto); // it failed before it was ever named
+    }
     if (!isOurs) {
         return judgeOther();
     }

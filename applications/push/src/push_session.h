@@ -58,7 +58,7 @@ private:
     bool isBack_ = false;      ///< it left and came back
     gint64 lastServedAt_ = 0;  ///< since then: when it was last seen fetching, like below
     unsigned silentLooks_ = 0; ///< polls in a row that nobody answered
-    bool wasAtEnd_ = false;    ///< of the file, when the first of them was not answered
+    bool wasAtEnd_ = false;    ///< of the file, before the first of them
     gint64 handedOverAt_ = 0;  ///< monotonic, microseconds
 };
 
