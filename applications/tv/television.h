@@ -3,6 +3,8 @@
 // middleware thread of this process.
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <memory>
 
 #include "ketra/KetraSrv.h"
@@ -91,6 +93,8 @@ private:
     Outcome answer(bool allow);
     Outcome rename(const std::string& name);
     Outcome ofThePlayer(const Command& command);
+    bool waitsUntil(const std::function<bool()>& isDone, std::chrono::milliseconds patience) const;
+    /// Until the status says so, too.
     Outcome setVisible(bool visible);
     Outcome snapshot(const std::string& file);
 

@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <thread>
 #include <tuple>
 
+#include <poll.h>
 #include <sys/stat.h>
 
 #include "statebus/visible_text.h"
@@ -19,11 +19,10 @@ const char kNoPlayer[] = "the player is not there";
 
 // Many times what a picture of the largest screen takes to be written.
 constexpr std::chrono::seconds kPicturePatience{5};
-constexpr std::chrono::milliseconds kPicturePeriod{5};
 
 // A daemon on a busy machine takes leave of the network within a fraction of that.
 constexpr std::chrono::seconds kVisiblePatience{1};
-constexpr std::chrono::milliseconds kVisiblePeriod{5};
+constexpr int kLookPeriodMs = 5;
 
 /// Another one for every file that takes the place of one, or that is written into; the same as
 /// long as there is none.
@@ -235,13 +234,25 @@ Outcome Television::rename(const std::string& name) {
     return outcome;
 }
 
-/// Until the status says so, too; a daemon that does not do it is not waited for any longer.
+/// False when it takes longer than `patience`, or a signal wants the television to end.
+bool Television::waitsUntil(const std::function<bool()>& isDone,
+                            std::chrono::milliseconds patience) const {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!isDone()) {
+        pollfd ending = {signals_.descriptor(), POLLIN, 0};
+        if (std::chrono::steady_clock::now() >= deadline || poll(&ending, 1, kLookPeriodMs) > 0)
+            return false;
+    }
+    return true;
+}
+
 Outcome Television::setVisible(bool visible) {
     const Outcome outcome = renderer_.setVisible(visible);
-    const auto deadline = std::chrono::steady_clock::now() + kVisiblePatience;
-    while (outcome.ok && renderer_.status().visible != visible &&
-           std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(kVisiblePeriod);
+    const auto isDone = [this, visible] {
+        return renderer_.status().visible == visible;
+    };
+    if (outcome.ok && !waitsUntil(isDone, kVisiblePatience))
+        return {true, "the renderer daemon has not done it yet"};
     return outcome;
 }
 
@@ -256,12 +267,8 @@ Outcome Television::snapshot(const std::string& file) {
     if (!watch_->takePicture(path))
         return {false, "the player writes no picture to " + statebus::visibleText(path)};
     // It is written a moment later; who switches the TV off before would lose it.
-    const auto deadline = std::chrono::steady_clock::now() + kPicturePatience;
-    while (markOf(path) == before) {
-        if (std::chrono::steady_clock::now() >= deadline)
-            return {false, "the player has written no picture to " + statebus::visibleText(path)};
-        std::this_thread::sleep_for(kPicturePeriod);
-    }
+    if (!waitsUntil([&] { return markOf(path) != before; }, kPicturePatience))
+        return {false, "the player has written no picture to " + statebus::visibleText(path)};
     return {true, statebus::visibleText(path)};
 }
 

@@ -1,6 +1,7 @@
 // Stands in for both companions where a test needs one that behaves badly, which the real ones
-// never do: it refuses to stop or to leave the network, ends at once, keeps silent, or never shows
-// itself. Which of the two it is, it knows from the name under which it was started.
+// never do: it refuses to stop or to leave the network, ends at once, keeps silent, never shows
+// itself, or writes no pictures. Which of the two it is, it knows from the name under which it was
+// started.
 //
 // KETRA_TEST_PLAYER and KETRA_TEST_DAEMON hold its bad habits ("stubborn", "absent", "silent",
 // "shy"), KETRA_TEST_FOLDER is where the daemon keeps its name.
@@ -50,7 +51,8 @@ std::string takePart(std::string& rest) {
 /// "open" with "PROFILE|TITLE" makes it load and play; the rest is as a player does it.
 class Player {
 public:
-    Player(zeMultiMBusEngine& engine, bool stubborn) : stubborn_(stubborn) {
+    Player(zeMultiMBusEngine& engine, const std::string& habit)
+        : stubborn_(habit == "stubborn"), lazy_(habit == "lazy") {
         statebus::PublicationSpec spec;
         spec.layout = &ContentPlayerServiceTemplate;
         spec.instance = "main";
@@ -122,8 +124,8 @@ private:
         return true;
     }
 
-    static bool custom(const Record& record) {
-        if (record.text("mCommand") != "Snapshot")
+    bool custom(const Record& record) const {
+        if (record.text("mCommand") != "Snapshot" || lazy_)
             return true;
         std::ofstream picture(record.text("mArgument").value_or(""));
         picture << "picture";
@@ -131,6 +133,7 @@ private:
     }
 
     const bool stubborn_;
+    const bool lazy_;
     std::mutex mutex_; // guards publication_
     std::unique_ptr<statebus::Publication> publication_;
 };
@@ -228,7 +231,7 @@ int main() {
     std::unique_ptr<Player> player;
     std::unique_ptr<Daemon> daemon;
     if (habit != "silent" && isPlayer)
-        player = std::make_unique<Player>(engine, habit == "stubborn");
+        player = std::make_unique<Player>(engine, habit);
     if (habit != "silent" && !isPlayer)
         daemon = std::make_unique<Daemon>(engine, habit);
     if ((player && !player->isThere()) || (daemon && !daemon->isThere()))

@@ -84,6 +84,17 @@ TEST_F(TheTelevision, SaysThatThereIsNoWindowWithoutADisplay) {
     EXPECT_EQ(tv_->waitForExit(), 0) << said();
 }
 
+TEST_F(TheTelevision, SaysThatAPictureHasNotBeenWritten) {
+    setenv("KETRA_TEST_PLAYER", "lazy", 1);
+    start();
+    const json answer = reply("snapshot a.png");
+    EXPECT_EQ(answer["ok"], false);
+    EXPECT_EQ(answer["text"], "the player has written no picture to " + folder_ + "/a.png");
+    tv_->say("snapshot a.png");
+    tv_->signal(SIGINT);
+    EXPECT_EQ(tv_->waitForExit(), 0) << "nobody waits for a picture then: " << said();
+}
+
 TEST_F(TheTelevision, SaysWhetherThePlayerRefusesOrIsNotThere) {
     start();
     EXPECT_EQ(reply("idle http://host/a.png")["ok"], true);
@@ -129,6 +140,7 @@ TEST_F(TheTelevision, GoesOnWithADaemonThatNeverShowsItself) {
     EXPECT_TRUE(
         noticed("problem", "the renderer daemon did not report itself visible within 1 seconds"));
     EXPECT_EQ(line("reply", "command", "idle http://host/a.png")["ok"], true) << said();
+    EXPECT_EQ(reply("show")["text"], "the renderer daemon has not done it yet");
     tv_->say("quit");
     EXPECT_EQ(tv_->waitForExit(), 0) << said();
     EXPECT_TRUE(companionsEnd());
