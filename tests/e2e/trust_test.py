@@ -34,7 +34,7 @@ class AServerOfTheHouse(HouseTest):
         return tv, server, controller
 
     def test_is_trusted_for_its_playlist_and_its_songs_when_the_house_says_so(self):
-        os.environ["KETRA_CA_FILE"] = self.certificate
+        os.environ["KETRA_CA_FILE"] = os.path.relpath(self.certificate)
         tv, server, controller = self.push_list()
         tv.event("MM_START_PLAY")
         position = controller.call("GetPositionInfo", InstanceID=0)

@@ -56,7 +56,8 @@ void HttpTransfer::giveUp() {
 
 void HttpTransfer::trust(const std::string& caFile) {
     GError* failure = nullptr;
-    const GObjectPtr<GTlsDatabase> known(g_tls_file_database_new(caFile.c_str(), &failure));
+    const GText path(g_canonicalize_filename(caFile.c_str(), nullptr)); // GIO takes no other
+    const GObjectPtr<GTlsDatabase> known(g_tls_file_database_new(path.get(), &failure));
     if (!known) {
         logWarning("KETRA_CA_FILE=" + caFile + " cannot be used: " + failure->message +
                    "; what the system trusts is trusted");

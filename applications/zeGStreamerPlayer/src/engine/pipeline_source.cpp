@@ -70,7 +70,8 @@ void trustCertificatesOf(GstElement* source, const std::string& file) {
         return;
     }
     GError* rawError = nullptr;
-    GTlsDatabase* const database = g_tls_file_database_new(file.c_str(), &rawError);
+    const GstOwner<char> path(g_canonicalize_filename(file.c_str(), nullptr)); // GIO takes no other
+    GTlsDatabase* const database = g_tls_file_database_new(path.get(), &rawError);
     const GstOwner<GError> error(rawError);
     if (database == nullptr) {
         logWarning("KETRA_CA_FILE=" + file + " cannot be used: " + error->message +
