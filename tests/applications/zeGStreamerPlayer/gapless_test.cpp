@@ -375,6 +375,8 @@ TEST_F(GaplessPlayer, CanBeMovedBackInASongThatHasFollowedAnother) {
     test::countOpenings();
     ASSERT_NO_FATAL_FAILURE(playSecondOfThree());
     ASSERT_TRUE(playUpTo(kThird - kRate / 2));
+    // The song is opened once more only when the one behind it has taken its place.
+    ASSERT_TRUE(player_.waitUntil([&] { return server_.wasAsked("/good/three.wav"); }));
     ASSERT_TRUE(player_->seek(4000));
     ASSERT_TRUE(player_.waitUntil([&] { return test::openingsOf(song) == 2; }));
     test::letRecorderGo();
