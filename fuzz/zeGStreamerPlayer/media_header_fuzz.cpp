@@ -23,5 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto pieces = isFragmented(data, size);
     const auto earlyPieces = isFragmented(data, size / 2);
     FUZZ_CHECK(!earlyPieces || pieces == earlyPieces);
+    // An index that comes in pieces is one.
+    FUZZ_CHECK(!isWithoutIndex(data, size) || !pieces.value_or(false));
     return 0;
 }

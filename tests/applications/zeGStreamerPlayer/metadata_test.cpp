@@ -507,6 +507,24 @@ TEST(AnMp4File, SaysWhetherItComesInPieces) {
     EXPECT_EQ(isFragmented(nullptr, 0), std::nullopt);
 }
 
+TEST(AnMp4File, LacksItsIndexInItsBeginningWhenThePicturesComeFirst) {
+    const auto lacks = [](const std::string& file) {
+        return isWithoutIndex(reinterpret_cast<const std::uint8_t*>(file.data()), file.size());
+    };
+    const std::string type = box("ftyp", "isom");
+    const std::string pictures = std::string("\x7F\0\0\0mdat", 8) + "pictures";
+    EXPECT_TRUE(lacks(type + pictures));
+    EXPECT_TRUE(lacks(type + box("free", "") + pictures));
+    EXPECT_TRUE(lacks(box("wide", "") + pictures)); // as they were before there were types
+    EXPECT_TRUE(lacks(pictures));
+    EXPECT_TRUE(lacks(type + box("mdat", "pictures") + box("moov", "")));
+    EXPECT_TRUE(lacks(type)) << "as far as it is there";
+    EXPECT_FALSE(lacks(type + box("moov", "") + pictures));
+    EXPECT_FALSE(lacks(type + box("free", "") + std::string("\x7F\0\0\0moov", 8)));
+    EXPECT_FALSE(lacks(box("RIFF", "") + pictures));
+    EXPECT_FALSE(lacks(""));
+}
+
 TEST(APictureFile, IsRecognisedByItsFirstBytes) {
     std::string png("\x89PNG\r\n\x1a\n", 8);
     png += std::string(21, '\0');

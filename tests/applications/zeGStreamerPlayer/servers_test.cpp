@@ -228,6 +228,58 @@ TEST_F(AServer, WithoutRangeHasItsMediaMovedOnceAllOfItIsThere) {
     EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING");
 }
 
+/// The film's index stands at its end: there is nothing to show before all of it has come.
+TEST_F(AServer, WithoutRangeIsWaitedForUntilTheIndexAtTheEndHasCome) {
+    for (const char* const manner : {"/whole/", "/slow/"}) {
+        play(server_.address(manner + std::string("large.mp4")));
+        ASSERT_TRUE(player_.waitUntil([this] {
+            return player_.last().positionSec > 0 || player_.last().error != PlayerError::kNone;
+        }));
+        EXPECT_EQ(player_.last().error, PlayerError::kNone) << manner << player_.log();
+        EXPECT_EQ(player_.last().track.durationSec, 10u) << manner;
+        ASSERT_TRUE(player_.waitUntil([this] { return player_.last().supportedSeekModes != ""; }))
+            << manner;
+        EXPECT_TRUE(player_->seek(8000)) << manner;
+        EXPECT_TRUE(player_.waitUntil([this] { return player_.last().positionSec >= 8; }));
+        ASSERT_TRUE(player_->stop());
+    }
+    EXPECT_EQ(player_.states(), "STOPPED LOADING PLAYING STOPPED LOADING PLAYING STOPPED");
+}
+
+TEST_F(AServer, WithoutRangeThatFallsSilentBeforeTheIndexIsGivenUp) {
+    EXPECT_EQ(errorOf(server_.address("/hushed/large.mp4")), PlayerError::kUnreachable)
+        << player_.log();
+}
+
+TEST_F(AServer, WithoutRangeIsLeftWhileTheIndexIsWaitedFor) {
+    play(server_.address("/hushed/large.mp4"));
+    ASSERT_TRUE(player_.waitUntil([this] {
+        return player_.last().state == PlayerState::kLoading &&
+               server_.timesAsked("/hushed/large.mp4") == 3;
+    }));
+    ASSERT_TRUE(player_->stop());
+    expectPlaying(server_.address("/good/film.mp4"));
+    EXPECT_EQ(player_.last().error, PlayerError::kNone);
+    EXPECT_EQ(player_.states(), "STOPPED LOADING STOPPED LOADING PLAYING") << player_.log();
+    EXPECT_EQ(server_.timesAsked("/hushed/large.mp4"), 3);
+}
+
+/// Nothing is wrong with the film.
+TEST_F(AServer, WithoutRangeCannotHaveTheIndexAtTheEndReadWithoutACopy) {
+    player::Settings settings = test::RecordedPlayer::plainSettings(folder_.path());
+    settings.downloadLimitBytes = 100000;
+    test::RecordedPlayer player(folder_.path(), settings);
+    for (const char* const manner : {"/whole/", "/chunked/", "/stream/"}) {
+        ASSERT_TRUE(player.setMedia(server_.address(manner + std::string("large.mp4"))));
+        ASSERT_TRUE(player->play(Speed()));
+        ASSERT_TRUE(player.waitUntil([&player] {
+            return player.last().error != PlayerError::kNone ||
+                   player.last().state == PlayerState::kPlaying;
+        }));
+        EXPECT_EQ(player.last().error, PlayerError::kNoDecoder) << manner << player.log();
+    }
+}
+
 TEST_F(AServer, OfSubtitlesThatNeverAnswersDoesNotHoldUpTheFilm) {
     const std::string film = server_.address("/good/film.h265.mp4");
     play(film, "<DIDL-Lite xmlns='urn:schemas-upnp-org:metadata-1-0/DIDL-Lite/'><item>"

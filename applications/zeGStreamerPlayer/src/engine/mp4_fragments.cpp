@@ -78,4 +78,20 @@ std::optional<bool> isFragmented(const std::uint8_t* bytes, std::size_t size) {
     return std::nullopt;
 }
 
+bool isWithoutIndex(const std::uint8_t* bytes, std::size_t size) {
+    std::string_view left(reinterpret_cast<const char*>(bytes), size);
+    bool known = false; // as an MP4
+    while (const std::optional<Box> box = takeBox(left)) {
+        // Before there were types of files, the first box was one of the others.
+        known = known || box->type == "ftyp" || box->type == "mdat" || box->type == "wide";
+        if (!known || box->type == "moov") {
+            return false;
+        }
+        if (box->type == "mdat") {
+            return true;
+        }
+    }
+    return known;
+}
+
 } // namespace player

@@ -306,6 +306,9 @@ void Pipeline::followData() {
     const std::uint64_t arrived = bytesArrived_;
     if (std::exchange(bytesSeen_, arrived) != arrived && !failed_) {
         stepMoved_ = Clock::now();
+        if (waiting_) {
+            stepBegan_ = stepMoved_; // it ends, and how late is the server's affair
+        }
         report_(EngineArriving{});
     }
 }

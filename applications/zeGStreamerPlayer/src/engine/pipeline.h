@@ -86,8 +86,11 @@ public:
     /// Nobody wants this media any more: silent at once, and no further step is begun.
     void retire();
 
-    /// No step is under way, so it can be taken down safely.
-    bool idle() const { return step_ == Step::kNone && !(retired_ && succession_.opening()); }
+    /// No step is under way, or it stands still, so it can be taken down safely.
+    bool idle() const {
+        return (step_ == Step::kNone && !(retired_ && succession_.opening())) ||
+               (retired_ && waiting_);
+    }
     /// Called several times a second: position reports, late facts, the limit of a step.
     void onTimer();
 
@@ -120,9 +123,10 @@ private:
     bool isSubtitles(GstElement* element) const;
     static void onReadToEnd(GstElement* playbin, gpointer self);
     static GstBusSyncReply onPosted(GstBus* bus, GstMessage* message, gpointer self);
-    static GstPadProbeReturn onCaps(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstPadProbeReturn onSourceEvent(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onFirstData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstPadProbeReturn onReading(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onStreamData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onFilmData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onImageData(GstPad* pad, GstPadProbeInfo* info, gpointer self);
@@ -185,6 +189,8 @@ private:
     bool followsPart() const;
     void followPart();
     void setUpDownload(GstElement* element);
+    void makeWait(GstElement* copy);
+    bool lacksIndex(GstMessage* message) const;
     void letGo();
     bool keepsCopy() const;
     bool starves() const;
@@ -207,8 +213,8 @@ private:
     std::uint64_t bytesSeen_ = 0; ///< of those that had arrived
     bool opened_ = false;
     bool failed_ = false;
-    std::atomic<Parts> parts_; ///< written on the media thread
-    bool retired_ = false;
+    std::atomic<Parts> parts_;         ///< written on the media thread
+    std::atomic<bool> retired_{false}; ///< written on the media thread
     bool wishQueued_ = false;
     GstState state_ = GST_STATE_PAUSED; ///< reached, or being gone to
     bool saidPlaying_ = false;
@@ -264,7 +270,11 @@ private:
 
     // Written on streaming threads.
     std::atomic<std::uint64_t> bytesArrived_{0};
-    std::atomic<bool> unhurried_{true};                  ///< until the media is open, see onData
+    std::atomic<bool> unhurried_{true};  ///< until the media is open, see onData
+    std::atomic<bool> indexLast_{false}; ///< an MP4's is not at its beginning
+    std::atomic<bool> waits_{false};     ///< the copy is read when what is read has arrived
+    std::atomic<bool> waiting_{false};   ///< for that, now
+    std::atomic<bool> allArrived_{false};
     std::atomic<std::int64_t> sourceBytes_{-1};          ///< of the whole, as the server says
     std::atomic<std::uint64_t> sampleBytesPerSecond_{0}; ///< of bare samples
     mutable std::mutex mutex_;

@@ -175,9 +175,10 @@ void Pipeline::onError(GstMessage* message) {
     }
     // A server that sends parts refuses one of what is not there: the media is shorter than it was.
     const bool shrunk = rangeRefused && parts == Parts::kSends;
-    const EngineFailed failure{ledAstray_ ? PlayerError::kUnsupportedAddress
-                               : shrunk   ? PlayerError::kDamagedMedia
-                                          : playerErrorFor(message, answered_),
+    const EngineFailed failure{ledAstray_            ? PlayerError::kUnsupportedAddress
+                               : shrunk              ? PlayerError::kDamagedMedia
+                               : lacksIndex(message) ? PlayerError::kNoDecoder
+                                                     : playerErrorFor(message, answered_),
                                errorText(message)};
     if (next) {
         failNext(failure);

@@ -123,6 +123,17 @@ void readInPlaces(GstElement* typefind) {
     }
 }
 
+/// An MP4 in whose first bytes no table is met.
+bool startsWithoutIndex(GstBuffer* buffer) {
+    GstMapInfo map;
+    if (!gst_buffer_map(buffer, &map, GST_MAP_READ)) {
+        return false;
+    }
+    const bool without = isWithoutIndex(map.data, map.size);
+    gst_buffer_unmap(buffer, &map);
+    return without;
+}
+
 /// Of samples that nobody packed; 0: they are none.
 std::uint64_t bytesPerSecond(const GstCaps* caps) {
     const GstStructure* const samples = gst_caps_get_structure(caps, 0);
@@ -166,13 +177,14 @@ void Pipeline::onSourceSetup(GstElement*, GstElement* source, gpointer self) {
     g_object_set(source, "extra-headers", headers.get(), "timeout", kNetworkTimeoutSeconds,
                  "user-agent", kUserAgent, nullptr);
     static_cast<Pipeline*>(self)->sourceBytes_ = -1;
+    static_cast<Pipeline*>(self)->allArrived_ = false;
     static_cast<Pipeline*>(self)->sampleBytesPerSecond_ = 0;
     trustCertificatesOf(source, static_cast<Pipeline*>(self)->settings_.caFile);
     const GstOwner<GstPad> pad(gst_element_get_static_pad(source, "src"));
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onFirstData, self, nullptr);
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::onData, self, nullptr);
-    gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, &Pipeline::onCaps, self,
-                      nullptr);
+    gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, &Pipeline::onSourceEvent,
+                      self, nullptr);
     gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_QUERY_UPSTREAM, &Pipeline::onQuery, self,
                       nullptr);
 }
@@ -187,7 +199,8 @@ GstPadProbeReturn Pipeline::onQuery(GstPad*, GstPadProbeInfo* info, gpointer sel
         gst_query_parse_duration(query, &format, nullptr);
         return format == GST_FORMAT_TIME ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
     }
-    if (GST_QUERY_TYPE(query) == GST_QUERY_SEEKING && static_cast<Pipeline*>(self)->inOrder()) {
+    if (GST_QUERY_TYPE(query) == GST_QUERY_SEEKING && static_cast<Pipeline*>(self)->inOrder() &&
+        !static_cast<Pipeline*>(self)->waits_) {
         // It takes every server whose media has a length for one that sends any part of it.
         gst_query_parse_seeking(query, &format, nullptr, nullptr, nullptr);
         gst_query_set_seeking(query, format, FALSE, 0, -1);
@@ -198,19 +211,21 @@ GstPadProbeReturn Pipeline::onQuery(GstPad*, GstPadProbeInfo* info, gpointer sel
 
 /// What only the server's word says how to read (bare samples, L16) cannot be copied: the word does
 /// not get past the copy.
-GstPadProbeReturn Pipeline::onCaps(GstPad* pad, GstPadProbeInfo* info, gpointer self) {
+GstPadProbeReturn Pipeline::onSourceEvent(GstPad* pad, GstPadProbeInfo* info, gpointer self) {
     GstEvent* const event = GST_PAD_PROBE_INFO_EVENT(info);
     if (GST_EVENT_TYPE(event) == GST_EVENT_CAPS) {
         GstCaps* caps = nullptr;
         gst_event_parse_caps(event, &caps);
         static_cast<Pipeline*>(self)->sampleBytesPerSecond_ = bytesPerSecond(caps);
         keepNoCopy(pad);
+    } else if (GST_EVENT_TYPE(event) == GST_EVENT_EOS) {
+        static_cast<Pipeline*>(self)->allArrived_ = true;
     }
     return GST_PAD_PROBE_OK;
 }
 
 /// Now the size is known and nothing is decided yet.
-GstPadProbeReturn Pipeline::onFirstData(GstPad* pad, GstPadProbeInfo*, gpointer self) {
+GstPadProbeReturn Pipeline::onFirstData(GstPad* pad, GstPadProbeInfo* info, gpointer self) {
     auto* const pipeline = static_cast<Pipeline*>(self);
     const GstOwner<GstElement> source(gst_pad_get_parent_element(pad));
     gint64 size = -1;
@@ -219,8 +234,13 @@ GstPadProbeReturn Pipeline::onFirstData(GstPad* pad, GstPadProbeInfo*, gpointer 
     }
     const bool tooLarge =
         size > 0 && static_cast<std::uint64_t>(size) > roomForCopy(pipeline->settings_);
-    // A copy is read anywhere: what has not arrived yet it would ask for.
-    if (tooLarge || pipeline->inOrder()) {
+    pipeline->indexLast_ = startsWithoutIndex(GST_PAD_PROBE_INFO_BUFFER(info));
+    // A copy is read anywhere: what has not arrived yet it would ask for, unless it is made to
+    // wait.
+    if (pipeline->inOrder() && pipeline->indexLast_ && size > 0 && !tooLarge) {
+        pipeline->waits_ = true;
+        pipeline->unhurried_ = false;
+    } else if (tooLarge || pipeline->inOrder()) {
         keepNoCopy(pad);
     }
     return GST_PAD_PROBE_REMOVE;
@@ -286,6 +306,9 @@ void Pipeline::setUpDownload(GstElement* element) {
     const std::string name = settings_.downloadDir + "/zeGStreamerPlayer-XXXXXX";
     g_object_set(element, "temp-template", name.c_str(), nullptr);
     g_signal_connect(element, "notify::temp-location", G_CALLBACK(onCopyCreated), nullptr);
+    if (waits_) {
+        makeWait(element);
+    }
     const std::lock_guard<std::mutex> lock(mutex_);
     copy_.reset(GST_ELEMENT(gst_object_ref(element)));
 }

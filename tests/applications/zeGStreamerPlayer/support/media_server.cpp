@@ -128,6 +128,11 @@ bool MediaServer::wasAsked(const std::string& path) const {
     return asked_.count(path) != 0;
 }
 
+int MediaServer::timesAsked(const std::string& path) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return static_cast<int>(asked_.count(path));
+}
+
 void MediaServer::onRequest(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*,
                             gpointer data) {
     auto* const self = static_cast<MediaServer*>(data);
@@ -196,6 +201,12 @@ void MediaServer::answer(SoupServerMessage* message, const std::string& path) {
                                 "\r\n\r\n" + content);
     } else if (manner == "interrupted" && !interrupted_.exchange(true)) {
         answerByHand(message, content, typeOf(rest), true);
+    } else if (manner == "hushed") {
+        send(message,
+             "HTTP/1.1 200 OK\r\nContent-Type: " + typeOf(rest) +
+                 "\r\nContent-Length: " + std::to_string(content.size()) + "\r\n\r\n" +
+                 content.substr(0, content.size() / 2),
+             false);
     } else if (manner == "cut" || manner == "stall") {
         answerByHand(message, content, typeOf(rest), manner == "cut");
     } else {

@@ -8,7 +8,8 @@
 // (promises a part of it), /boasting/FILE (promises as much as a number holds, and falls silent),
 // /cut/FILE (hangs up in the middle), /interrupted/FILE (does so the first time), /slow/FILE (takes
 // three seconds), /refusing/FILE (does so, too, and has an error for every Range), /short/FILE (a
-// file that was cut off), /stall/FILE (falls silent in the middle), /silent (never answers),
+// file that was cut off), /stall/FILE (falls silent in the middle), /hushed/FILE (does
+// so, too, and answers no Range), /silent (never answers),
 // /status/NNN (an error), /text/FILE (a text that claims to be the file), /to?ADDRESS (a redirect
 // there), /round (a redirect to itself), /timed/FILE (no Range; the server finds times and scales
 // itself), /shrinking/FILE (as well as any, until it shrinks).
@@ -39,6 +40,7 @@ public:
     std::string address(const std::string& path) const;
     /// Whether somebody has asked for the path.
     bool wasAsked(const std::string& path) const;
+    int timesAsked(const std::string& path) const;
     /// Whether an "interrupted" answer has been.
     bool interrupted() const { return interrupted_; }
     /// From now on there is only the first quarter of a "shrinking" file.
@@ -69,7 +71,7 @@ private:
     std::vector<GIOStream*> silent_; ///< connections kept open without a word; server's thread
     std::vector<SoupServerMessage*> unanswered_;
     mutable std::mutex mutex_;
-    std::set<std::string> asked_; ///< guarded by mutex_
+    std::multiset<std::string> asked_; ///< guarded by mutex_
     std::atomic<bool> interrupted_{false};
     std::atomic<bool> shrunk_{false};
     std::thread thread_;
