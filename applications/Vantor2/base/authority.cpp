@@ -6,9 +6,12 @@
 
 namespace vantor {
 
+std::string hostOf(const std::string& address) {
+    return address.find(':') == std::string::npos ? address : "[" + address + "]";
+}
+
 std::string authorityOf(const std::string& address, unsigned port) {
-    const std::string number = ":" + std::to_string(port);
-    return address.find(':') == std::string::npos ? address + number : "[" + address + "]" + number;
+    return hostOf(address) + ":" + std::to_string(port);
 }
 
 std::string canonicalHost(std::string host) {

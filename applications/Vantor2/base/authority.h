@@ -5,6 +5,9 @@
 
 namespace vantor {
 
+/// A numeric address as it stands in front of a port: "192.0.2.1", "[2001:db8::1]".
+std::string hostOf(const std::string& address);
+
 /// "192.0.2.1:80", "[2001:db8::1]:80".
 std::string authorityOf(const std::string& address, unsigned port);
 

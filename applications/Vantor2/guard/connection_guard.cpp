@@ -435,11 +435,9 @@ bool ConnectionGuard::isForUs(SoupServerMessage* message) const {
         return true;
     }
     const int port = g_uri_get_port(uri);
-    if (port == kPortLeftOut) { // as it may be in the header
-        const bool isIpv6 = std::strchr(uriHost, ':') != nullptr;
-        return isOwnAuthority_(isIpv6 ? "[" + std::string(uriHost) + "]" : uriHost);
-    }
-    return isOwnAuthority_(authorityOf(uriHost, static_cast<unsigned>(port)));
+    // The port may be left out, as it may be in the header.
+    return isOwnAuthority_(
+        port == kPortLeftOut ? hostOf(uriHost) : authorityOf(uriHost, static_cast<unsigned>(port)));
 }
 
 void ConnectionGuard::headersArrived(Connection& connection, SoupServerMessage* message) {

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "base/log.h"
+#include "common/certificates.h"
 
 namespace vantor {
 
@@ -55,16 +55,10 @@ void HttpTransfer::giveUp() {
 }
 
 void HttpTransfer::trust(const std::string& caFile) {
-    GError* failure = nullptr;
-    const GText path(g_canonicalize_filename(caFile.c_str(), nullptr)); // GIO takes no other
-    const GObjectPtr<GTlsDatabase> known(g_tls_file_database_new(path.get(), &failure));
-    if (!known) {
-        logWarning("KETRA_CA_FILE=" + caFile + " cannot be used: " + failure->message +
-                   "; what the system trusts is trusted");
-        g_error_free(failure);
-        return;
+    const GObjectPtr<GTlsDatabase> known(certificates::open(caFile));
+    if (known) {
+        soup_session_set_tls_database(session_.get(), known.get());
     }
-    soup_session_set_tls_database(session_.get(), known.get());
 }
 
 void HttpTransfer::start(GObjectPtr<SoupMessage> message, Done done) {

@@ -443,6 +443,8 @@ TEST(TheNetworks, AreChosenByWishElseBeyondLoopback) {
 }
 
 TEST(AnAuthority, NamesHostAndPort) {
+    EXPECT_EQ(hostOf("192.0.2.1"), "192.0.2.1");
+    EXPECT_EQ(hostOf("2001:db8::1"), "[2001:db8::1]");
     EXPECT_EQ(authorityOf("192.0.2.1", 80), "192.0.2.1:80");
     EXPECT_EQ(authorityOf("2001:db8::1", 80), "[2001:db8::1]:80");
     EXPECT_EQ(canonicalHost("[2001:DB8:0::1]"), "2001:db8::1");

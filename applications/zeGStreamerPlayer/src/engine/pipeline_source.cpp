@@ -8,6 +8,7 @@
 #include <gio/gio.h>
 #include <gst/audio/audio.h>
 
+#include "common/certificates.h"
 #include "engine/clean_seek.h"
 #include "engine/image_type.h"
 #include "engine/matroska.h"
@@ -15,7 +16,6 @@
 #include "engine/picture_chain.h"
 #include "engine/pipeline.h"
 #include "engine/transport_stream.h"
-#include "process/log.h"
 
 namespace player {
 namespace {
@@ -69,13 +69,8 @@ void trustCertificatesOf(GstElement* source, const std::string& file) {
     if (file.empty()) {
         return;
     }
-    GError* rawError = nullptr;
-    const GstOwner<char> path(g_canonicalize_filename(file.c_str(), nullptr)); // GIO takes no other
-    GTlsDatabase* const database = g_tls_file_database_new(path.get(), &rawError);
-    const GstOwner<GError> error(rawError);
+    GTlsDatabase* const database = certificates::open(file);
     if (database == nullptr) {
-        logWarning("KETRA_CA_FILE=" + file + " cannot be used: " + error->message +
-                   "; what the system trusts is trusted");
         return;
     }
     g_object_set(source, "tls-database", database, nullptr);
